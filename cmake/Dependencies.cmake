@@ -1,0 +1,12 @@
+# The libraries this project stands on, all of them Debian packages.
+find_package(Threads REQUIRED)
+find_package(Boost 1.76 REQUIRED)
+find_package(OpenSSL 1.1.1 REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(fmt REQUIRED)
+
+# Asio is compiled once, for the library and the tools alike.
+add_library(asio STATIC ${CMAKE_CURRENT_LIST_DIR}/asio.cpp)
+target_compile_definitions(asio PUBLIC
+  BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED)
+target_link_libraries(asio PUBLIC Boost::headers OpenSSL::SSL OpenSSL::Crypto Threads::Threads)
