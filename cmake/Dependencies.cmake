@@ -2,7 +2,6 @@
 find_package(Threads REQUIRED)
 find_package(Boost 1.76 REQUIRED)
 find_package(OpenSSL 1.1.1 REQUIRED)
-find_package(ZLIB REQUIRED)
 find_package(fmt REQUIRED)
 
 # Asio is compiled once, for the library and the tools alike.

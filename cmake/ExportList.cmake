@@ -1,0 +1,14 @@
+# Lets a shared library export exactly the functions named in a list, one a line.
+function(export_only target list)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+  file(STRINGS ${list} names)
+  list(JOIN names ";\n    " globals)
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+  file(CONFIGURE OUTPUT ${script} @ONLY
+       CONTENT "KAVRO_BROKER_1 {\n  global:\n    @globals@;\n  local:\n    *;\n};\n")
+  # A look-up that the system never answers may outlive its handle: the code that its thread returns
+  # to must stay loaded, hence nodelete.
+  target_link_options(${target} PRIVATE
+    LINKER:--version-script=${script} LINKER:-z,nodelete LINKER:-z,defs)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
+endfunction()

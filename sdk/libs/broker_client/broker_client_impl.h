@@ -1,0 +1,60 @@
+#pragma once
+
+#include "broker_factory.h"
+#include "kavro/src/results.h"
+#include "kavro_broker.h"
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// One conversation with one broker: what the caller set, what the broker answered, and the
+/// protocol client in between.
+struct broker_client_impl {
+    broker_client_impl() = default;
+    broker_client_impl(const broker_client_impl &) = delete;
+    broker_client_impl &operator=(const broker_client_impl &) = delete;
+
+    /// Takes over the protocol client; once only.
+    void create(std::uint32_t type, kavro::BrokerClientHandle client);
+
+    // A cancel counts from the start of a request to its end, wherever in it it lands.
+    void begin_request();
+    void end_request() noexcept;
+    void cancel();
+    bool cancelled() const { return cancelled_; }
+
+    kavro::BrokerClientHandle protocol;
+    std::uint32_t type_code = 0;
+
+    std::uint32_t variant = KAVRO_BROKER_VARIANT_ADDRESS;
+    std::string product_name;
+    std::string product_version;
+    std::string platform;
+    std::string locale = "en_US";
+    std::string address;
+    std::string port;
+    std::string time_zone;
+    bool port_fallback = false; ///< the caller gave no port
+    bool fail_if_unverified = true;
+    kavro::Variables hello_client_variables;
+    std::chrono::seconds connect_to_desktop_timeout{180};
+
+    bool hello_completed = false;
+    bool hello_still_valid = false;
+
+    kavro::BrokerResult result; ///< of the last step
+    std::string last_error_message;
+    kavro::HelloResult hello;
+    kavro::cAUTH_RESULT auth;
+    kavro::CertResult certificates;
+    std::vector<kavro::cDESKTOP_LIST_RESULT> desktops;
+    kavro::cDESKTOP_CONNECTION_RESULT connection;
+
+private:
+    std::mutex request_mutex_; ///< guards request_running_; nothing is logged while it is held
+    bool request_running_ = false;
+    std::atomic<bool> cancelled_ = false;
+};

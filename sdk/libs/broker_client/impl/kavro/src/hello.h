@@ -1,0 +1,40 @@
+#pragma once
+
+#include "kavro/src/auth_method.h"
+#include "kavro/src/envelope.h"
+#include "kavro/src/results.h"
+#include "transport/xml_document.h"
+
+#include <string>
+#include <string_view>
+
+namespace kavro {
+
+/// Who the client is and what it found when it connected; what the hello tells the broker.
+struct ClientIdentity {
+    std::string product_name;
+    std::string product_version;
+    std::string platform;
+    std::string locale;
+    std::string time_zone; ///< Windows key name
+    std::string host_name;
+    std::string local_address;
+    std::string mac_address;
+    std::string server_address;
+    std::string server_host_name;
+};
+
+struct HelloAnswer {
+    HelloResult hello;
+    AuthAnswer auth;
+};
+
+/// The version with the leading zeros of each component taken off: 01.002.0 becomes 1.2.0.
+std::string without_leading_zeros(std::string_view version);
+
+SecureText hello_request(std::string_view protocol_version, const ClientIdentity &identity,
+                         bool oauth_enabled, const Variables &client_variables);
+
+BrokerResult read_hello(XmlNode message, bool oauth_enabled, HelloAnswer &answer);
+
+} // namespace kavro

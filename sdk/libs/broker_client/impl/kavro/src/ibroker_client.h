@@ -1,0 +1,88 @@
+#pragma once
+
+#include "kavro/src/results.h"
+
+#include <chrono>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace kavro {
+
+/// Where a connection goes and who makes it.
+struct ConnectionRequest {
+    std::string address; ///< a URL, or a registration code
+    std::string product_name;
+    std::string product_version;
+    std::string platform;
+    std::string locale;
+    std::string time_zone; ///< Windows key name; empty for the machine's own
+    bool fail_if_unverified = true;
+    bool is_registration_code = false;
+};
+
+/// One answered field of a dialog.
+struct DialogAnswer {
+    std::string_view id;
+    std::string_view text;
+    bool loggable = true;
+};
+
+/// One conversation with one broker, of whatever kind.
+///
+/// Every operation returns at once and completes through its handler exactly once, inside run_io()
+/// on the thread that calls it. Texts that are passed as views are needed during the call only, so
+/// that no copy of a secret is kept. One operation at a time; only cancel() may come from another
+/// thread.
+///
+/// The order of the operations is part of the contract with plug-ins.
+class iBROKER_CLIENT {
+public:
+    virtual ~iBROKER_CLIENT() = default;
+
+    /// The four-character code of this kind of client.
+    virtual std::uint32_t get_variant() const = 0;
+    /// False when the request could not be started; the handler may then never be called.
+    virtual bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) = 0;
+    /// Drops the connection without a word to the broker.
+    virtual std::uint32_t clear_session() = 0;
+    virtual void do_hello(const Variables &client_variables, HelloHandler handler) = 0;
+    virtual void get_authentication_method(AuthHandler handler) = 0;
+    virtual void authenticate_password(std::string_view user_name, std::string_view password,
+                                       std::string_view domain, AuthHandler handler) = 0;
+    virtual void authenticate_dialog(std::span<const DialogAnswer> fields,
+                                     std::string_view button_id, AuthHandler handler) = 0;
+    virtual void authenticate_oauth(std::string_view code, AuthHandler handler) = 0;
+    virtual void authenticate_securid(std::string_view user_name, std::string_view passcode,
+                                      AuthHandler handler) = 0;
+    virtual void authenticate_securid_token(std::string_view token, AuthHandler handler) = 0;
+    virtual void change_securid_pin(std::string_view token, std::string_view new_pin,
+                                    std::string_view new_pin_again, AuthHandler handler) = 0;
+    virtual void wait_for_securid(AuthHandler handler) = 0;
+    virtual void accept_disclaimer(bool accept, AuthHandler handler) = 0;
+    virtual void update_password(std::string_view user_name, std::string_view old_password,
+                                 std::string_view new_password, std::string_view domain,
+                                 AuthHandler handler) = 0;
+    virtual void confirm_certificate(bool accept, AuthHandler handler) = 0;
+    virtual void get_resource_list(DesktopListHandler handler) = 0;
+    virtual void allocate_resource(std::string_view resource_id, const Variables &agent_variables,
+                                   AllocationHandler handler,
+                                   std::chrono::milliseconds timeout) = 0;
+    virtual void perform_operation(std::string_view resource_id, eKAVRO_BROKER_DESKTOP_CMD command,
+                                   OperationHandler handler) = 0;
+    virtual void do_logout(LogoutHandler handler) = 0;
+
+    virtual std::string get_protocol_name() const = 0;
+    virtual void enable_ipv6(bool enable) = 0;
+    /// Runs handlers: all until no work is left (block), or only those that are ready.
+    virtual void run_io(bool block) = 0;
+    /// Ends the operation under way as cancelled.
+    virtual void cancel() = 0;
+    virtual void set_client_log_id(std::string id) = 0;
+    virtual std::string get_client_log_id() const = 0;
+    /// The address that the last connection was asked to go to, after any registration code was
+    /// resolved.
+    virtual std::string get_resolved_address() const = 0;
+};
+
+} // namespace kavro

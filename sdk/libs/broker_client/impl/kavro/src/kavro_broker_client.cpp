@@ -1,0 +1,361 @@
+#include "kavro/src/kavro_broker_client.h"
+
+#include "kavro/src/allocate_resource.h"
+#include "kavro/src/exchange.h"
+#include "kavro/src/power_operation.h"
+#include "utils/src/assertion.h"
+#include "utils/src/broker_log.h"
+#include "utils/src/client_identity.h"
+
+#include <boost/asio/ip/address.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace kavro {
+
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+constexpr milliseconds usual_timeout = 30000ms;
+constexpr milliseconds authentication_timeout = 40000ms;
+
+constexpr const char *cipher_list =
+    "ECDHE-RSA-AES256-GCM-SHA384:ECDHE-RSA-AES128-GCM-SHA256:ECDHE-RSA-AES256-SHA384:"
+    "ECDHE-RSA-AES128-SHA256:AES256-GCM-SHA384:AES128-GCM-SHA256:AES256-SHA256:AES128-SHA256:"
+    "AES256-SHA:AES128-SHA";
+
+/// The log identifier of a client that has never been connected.
+constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
+constexpr const char *nil_mac_address = "00:00:00:00:00:00";
+
+eERROR_CODE code_of_connect(ConnectCode code) {
+    switch (code) {
+    case ConnectCode::connected:
+        return ERROR_CODE_NONE;
+    case ConnectCode::invalid_params:
+        return ERROR_CODE_INVALID_PARAMS;
+    case ConnectCode::timeout:
+        return ERROR_CODE_TIMEOUT;
+    case ConnectCode::cancelled:
+        return ERROR_CODE_CANCELLED;
+    case ConnectCode::resolve_failed:
+        return ERROR_CODE_CONNECT_RESOLVE_FAILED;
+    case ConnectCode::connect_failed:
+        return ERROR_CODE_CONNECT_FAILED;
+    case ConnectCode::connect_refused:
+        return ERROR_CODE_CONNECT_REFUSED;
+    case ConnectCode::tls_handshake_failed:
+        return ERROR_CODE_CONNECT_TLS_HANDSHAKE_FAILED;
+    case ConnectCode::socket_or_sys_failure:
+        return ERROR_CODE_SOCKET_OR_SYS_FAILURE;
+    case ConnectCode::certificate_failed:
+        return ERROR_CODE_CERTIFICATE_FAILED;
+    case ConnectCode::certificate_failed_but_warnable:
+        return ERROR_CODE_CERTIFICATE_FAILED_BUT_WARNABLE;
+    }
+    broker_assert_failed("cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
+}
+
+bool is_ip_address(const std::string &text) {
+    boost::system::error_code not_an_address;
+    boost::asio::ip::make_address(text, not_an_address);
+    return !not_an_address;
+}
+
+template <class Handler>
+void require(const Handler &handler, const char *function) {
+    broker_assert(static_cast<bool>(handler), function);
+}
+
+} // namespace
+
+cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT() {
+    transport_.set_cipher_list(cipher_list);
+    transport_.set_client_log_id(nil_uuid);
+}
+
+bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
+                                             ConnectionHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
+    if (request.product_name.empty() || request.product_version.empty() ||
+        request.platform.empty()) {
+        handler({ERROR_CODE_INVALID_STATE, {}, {}, {}}, {});
+        return false;
+    }
+    identity_.product_name = request.product_name;
+    identity_.product_version = without_leading_zeros(request.product_version);
+    identity_.platform = request.platform;
+    identity_.locale = request.locale;
+    identity_.time_zone = request.time_zone.empty() ? get_timezone_windows() : request.time_zone;
+    resolved_address_ = request.address;
+    try {
+        transport_.connect(
+            resolved_address_, request.fail_if_unverified,
+            [this, handler](const ConnectResult &result) {
+                handle_connect_to_broker(result, handler);
+            },
+            usual_timeout);
+        return true;
+    } catch (const std::logic_error &unusable_address) {
+        handler({ERROR_CODE_INVALID_PARAMS, unusable_address.what(), {}, {}}, {});
+    } catch (const boost::system::system_error &failure) {
+        handler({ERROR_CODE_SOCKET_OR_SYS_FAILURE, failure.what(), {}, {}}, {});
+    }
+    return false;
+}
+
+void cKAVRO_BROKER_CLIENT::handle_connect_to_broker(const ConnectResult &result,
+                                                    const ConnectionHandler &handler) {
+    if (result.result == ConnectCode::connected)
+        learn_identity();
+    if (transport_.client_log_id() == nil_uuid && result.result == ConnectCode::connected) {
+        transport_.set_client_log_id(get_version1_uuid(identity_.mac_address));
+        report_session_log_id(transport_.client_log_id());
+    }
+    log_info("Client-Log-ID: %s", printable(transport_.client_log_id()).c_str());
+
+    CertResult certificates;
+    certificates.certificates = result.certificates;
+    if (result.result == ConnectCode::certificate_failed ||
+        result.result == ConnectCode::certificate_failed_but_warnable) {
+        certificates.host = result.host;
+        certificates.error_text = result.error_text;
+        certificates.connected_securely = result.connect_securely;
+    }
+    handler({code_of_connect(result.result), result.error_text, {}, {}}, std::move(certificates));
+}
+
+void cKAVRO_BROKER_CLIENT::learn_identity() {
+    identity_.host_name = transport_.local_host_name();
+    identity_.local_address = transport_.local_address();
+    identity_.mac_address = get_local_mac_address(identity_.local_address);
+    identity_.server_address = transport_.remote_address();
+    identity_.server_host_name = transport_.host();
+    if (identity_.mac_address.empty()) {
+        identity_.mac_address = nil_mac_address;
+        log_info("broker protocoal: mac address is empty, reset to %s", nil_mac_address);
+    }
+}
+
+std::uint32_t cKAVRO_BROKER_CLIENT::clear_session() {
+    transport_.disconnect();
+    identity_.mac_address.clear();
+    identity_.local_address.clear();
+    return 0;
+}
+
+template <class Record, class Read, class Handler>
+void cKAVRO_BROKER_CLIENT::exchange(const SecureText &request, milliseconds timeout, Read read,
+                                    Handler handler) {
+    transport_.http_post_with_xml_path(
+        broker_path, request,
+        [this, read = std::move(read), handler = std::move(handler)](const PostResult &post) {
+            BrokerResult result;
+            Record record;
+            if (const XmlNode message = get_response_node(post, protocol_version_, result))
+                result = read(message, record);
+            handler(result, std::move(record));
+        },
+        timeout);
+}
+
+void cKAVRO_BROKER_CLIENT::do_hello(const Variables &client_variables, HelloHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_hello_resp");
+    exchange<HelloAnswer>(
+        hello_request(protocol_version_, identity_, oauth_enabled_, client_variables),
+        usual_timeout,
+        [this](XmlNode message, HelloAnswer &answer) {
+            return read_hello(message, oauth_enabled_, answer);
+        },
+        [this, handler = std::move(handler)](const BrokerResult &result, HelloAnswer answer) {
+            keep(answer.auth);
+            handler(result, std::move(answer.hello), std::move(answer.auth.auth));
+        });
+}
+
+/// A failed answer that says nothing new leaves what was asked for before.
+void cKAVRO_BROKER_CLIENT::keep(const AuthAnswer &answer) {
+    if (!answer.next_authentication.empty())
+        next_authentication_ = answer.next_authentication;
+}
+
+void cKAVRO_BROKER_CLIENT::get_authentication_method(AuthHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_get_authentication_method_resp");
+    transport_.answer_locally(
+        authentication_method_answer(protocol_version_, next_authentication_),
+        [this, handler = std::move(handler)](const PostResult &post) {
+            BrokerResult result;
+            AuthAnswer answer;
+            if (const XmlNode message = get_response_node(post, protocol_version_, result))
+                result = process_authentication_method(message, oauth_enabled_, answer);
+            keep(answer);
+            handler(result, std::move(answer.auth));
+        });
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate(AuthRequest kind, const SecureText &request,
+                                        const char *handler_name, AuthHandler handler) {
+    require(handler, handler_name);
+    exchange<AuthAnswer>(
+        request, authentication_timeout,
+        [this, kind](XmlNode message, AuthAnswer &answer) {
+            return read_authentication(kind, message, oauth_enabled_, answer);
+        },
+        [this, handler = std::move(handler)](const BrokerResult &result, AuthAnswer answer) {
+            keep(answer);
+            handler(result, std::move(answer.auth));
+        });
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate_password(std::string_view user_name,
+                                                 std::string_view password, std::string_view domain,
+                                                 AuthHandler handler) {
+    authenticate(AuthRequest::password,
+                 password_request(protocol_version_, user_name, password, domain),
+                 "cKAVRO_BROKER_CLIENT::handle_password_authentication_resp", std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate_dialog(std::span<const DialogAnswer> fields,
+                                               std::string_view button_id, AuthHandler handler) {
+    authenticate(AuthRequest::dialog, dialog_request(protocol_version_, fields, button_id),
+                 "cKAVRO_BROKER_CLIENT::handle_dialog_authentication_resp", std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate_oauth(std::string_view code, AuthHandler handler) {
+    authenticate(AuthRequest::oauth, oauth_request(protocol_version_, code),
+                 "cKAVRO_BROKER_CLIENT::handle_oauth_authentication_resp", std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::accept_disclaimer(bool accept, AuthHandler handler) {
+    authenticate(AuthRequest::disclaimer, disclaimer_request(protocol_version_, accept),
+                 "cKAVRO_BROKER_CLIENT::handle_disclaimer_authentication_resp", std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::update_password(std::string_view user_name,
+                                           std::string_view old_password,
+                                           std::string_view new_password, std::string_view domain,
+                                           AuthHandler handler) {
+    authenticate(
+        AuthRequest::password_update,
+        password_update_request(protocol_version_, user_name, old_password, new_password, domain),
+        "cKAVRO_BROKER_CLIENT::handle_update_password_resp", std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::complete_unimplemented(AuthHandler handler) {
+    transport_.post([handler = std::move(handler)] {
+        handler({ERROR_CODE_NOT_IMPLEMENTED, {}, {}, {}}, {});
+    });
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate_securid(std::string_view, std::string_view,
+                                                AuthHandler handler) {
+    complete_unimplemented(std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::authenticate_securid_token(std::string_view, AuthHandler handler) {
+    complete_unimplemented(std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::change_securid_pin(std::string_view, std::string_view, std::string_view,
+                                              AuthHandler handler) {
+    complete_unimplemented(std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::wait_for_securid(AuthHandler handler) {
+    complete_unimplemented(std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::confirm_certificate(bool, AuthHandler handler) {
+    complete_unimplemented(std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_get_resource_list_resp");
+    known_desktops_.clear();
+    exchange<std::vector<cDESKTOP_LIST_RESULT>>(
+        resource_list_request(protocol_version_), usual_timeout,
+        [this](XmlNode message, std::vector<cDESKTOP_LIST_RESULT> &list) {
+            BrokerResult result = read_resource_list(message, known_desktops_);
+            if (result.code == ERROR_CODE_NONE) {
+                list.reserve(known_desktops_.size());
+                for (const auto &[id, desktop] : known_desktops_)
+                    list.push_back(desktop);
+            }
+            return result;
+        },
+        std::move(handler));
+}
+
+void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
+                                             const Variables &agent_variables,
+                                             AllocationHandler handler, milliseconds timeout) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resp");
+    exchange<cDESKTOP_CONNECTION_RESULT>(
+        allocate_resource_request(protocol_version_, identity_, resource_id, agent_variables),
+        timeout,
+        [this](XmlNode message, cDESKTOP_CONNECTION_RESULT &connection) {
+            return read_allocation(message, protocol_version_, connection);
+        },
+        [this, handler = std::move(handler), deadline = Clock::now() + timeout](
+            const BrokerResult &result, cDESKTOP_CONNECTION_RESULT connection) {
+            if (result.code != ERROR_CODE_NONE)
+                return handler(result, {});
+            const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+            resolve_target(std::move(connection), std::max(left, 1ms), handler);
+        });
+}
+
+/// A target given by name is looked up; a name that cannot be looked up stays as it is, because the
+/// caller may know it better.
+void cKAVRO_BROKER_CLIENT::resolve_target(cDESKTOP_CONNECTION_RESULT connection,
+                                          milliseconds timeout, const AllocationHandler &handler) {
+    const std::string target = connection.target_address;
+    if (is_ip_address(target)) {
+        log_debug("%s is a valid address", printable(target).c_str());
+        return handler({}, std::move(connection));
+    }
+    log_debug("%s is not a valid address, attempting to resolve it", printable(target).c_str());
+    transport_.resolve_name(
+        target,
+        [connection = std::move(connection), handler](const std::string &address) mutable {
+            log_debug("%s: resolved hostname %s to ip addr %s",
+                      "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resolve_complete",
+                      printable(connection.target_address).c_str(), address.c_str());
+            if (is_ip_address(address)) {
+                connection.target_address = address;
+                log_debug("resolved hostname to %s", address.c_str());
+            }
+            handler({}, std::move(connection));
+        },
+        timeout);
+}
+
+void cKAVRO_BROKER_CLIENT::perform_operation(std::string_view resource_id,
+                                             eKAVRO_BROKER_DESKTOP_CMD command,
+                                             OperationHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_perform_desktop_operation");
+    struct Nothing {};
+    exchange<Nothing>(
+        power_operation_request(protocol_version_, resource_id, command), usual_timeout,
+        [](XmlNode message, Nothing &) { return read_power_operation(message); },
+        [command, handler = std::move(handler)](const BrokerResult &result, Nothing) {
+            handler(result, command);
+        });
+}
+
+/// The broker's answer, or its silence, changes nothing: the user has left.
+void cKAVRO_BROKER_CLIENT::do_logout(LogoutHandler handler) {
+    require(handler, "cKAVRO_BROKER_CLIENT::handle_do_logout");
+    RequestText request(protocol_version_);
+    request.line("<bye/>");
+    transport_.http_post_with_xml_path(
+        broker_path, std::move(request).finish(),
+        [handler = std::move(handler)](const PostResult &) { handler({}); }, usual_timeout);
+}
+
+} // namespace kavro

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "kavro/src/auth_method.h"
+#include "kavro/src/authenticate.h"
+#include "kavro/src/envelope.h"
+#include "kavro/src/hello.h"
+#include "kavro/src/ibroker_client.h"
+#include "kavro/src/resource_list.h"
+#include "transport/https_xml_client.h"
+
+#include <string>
+
+namespace kavro {
+
+/// The client that speaks the library's own broker protocol: XML messages over HTTPS.
+class cKAVRO_BROKER_CLIENT final : public iBROKER_CLIENT {
+public:
+    static constexpr std::uint32_t variant = 0x4B415652; // "KAVR"
+
+    cKAVRO_BROKER_CLIENT();
+
+    std::uint32_t get_variant() const override { return variant; }
+    bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) override;
+    std::uint32_t clear_session() override;
+    void do_hello(const Variables &client_variables, HelloHandler handler) override;
+    void get_authentication_method(AuthHandler handler) override;
+    void authenticate_password(std::string_view user_name, std::string_view password,
+                               std::string_view domain, AuthHandler handler) override;
+    void authenticate_dialog(std::span<const DialogAnswer> fields, std::string_view button_id,
+                             AuthHandler handler) override;
+    void authenticate_oauth(std::string_view code, AuthHandler handler) override;
+    void authenticate_securid(std::string_view user_name, std::string_view passcode,
+                              AuthHandler handler) override;
+    void authenticate_securid_token(std::string_view token, AuthHandler handler) override;
+    void change_securid_pin(std::string_view token, std::string_view new_pin,
+                            std::string_view new_pin_again, AuthHandler handler) override;
+    void wait_for_securid(AuthHandler handler) override;
+    void accept_disclaimer(bool accept, AuthHandler handler) override;
+    void update_password(std::string_view user_name, std::string_view old_password,
+                         std::string_view new_password, std::string_view domain,
+                         AuthHandler handler) override;
+    void confirm_certificate(bool accept, AuthHandler handler) override;
+    void get_resource_list(DesktopListHandler handler) override;
+    void allocate_resource(std::string_view resource_id, const Variables &agent_variables,
+                           AllocationHandler handler, std::chrono::milliseconds timeout) override;
+    void perform_operation(std::string_view resource_id, eKAVRO_BROKER_DESKTOP_CMD command,
+                           OperationHandler handler) override;
+    void do_logout(LogoutHandler handler) override;
+
+    std::string get_protocol_name() const override { return "Kavro"; }
+    void enable_ipv6(bool) override {} // the transport takes either kind of address as it comes
+    void run_io(bool block) override { transport_.run_io(block); }
+    void cancel() override { transport_.cancel(); }
+    void set_client_log_id(std::string id) override { transport_.set_client_log_id(std::move(id)); }
+    std::string get_client_log_id() const override { return transport_.client_log_id(); }
+    std::string get_resolved_address() const override { return resolved_address_; }
+
+private:
+    /// Posts a request. `read(message, record)` reads a good answer; whatever happens, `handler`
+    /// gets the result and the record once.
+    template <class Record, class Read, class Handler>
+    void exchange(const SecureText &request, std::chrono::milliseconds timeout, Read read,
+                  Handler handler);
+    void authenticate(AuthRequest kind, const SecureText &request, const char *handler_name,
+                      AuthHandler handler);
+    void complete_unimplemented(AuthHandler handler);
+    void handle_connect_to_broker(const ConnectResult &result, const ConnectionHandler &handler);
+    void learn_identity();
+    void keep(const AuthAnswer &answer);
+    void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
+                        const AllocationHandler &handler);
+
+    HttpsXmlClient transport_;
+    ClientIdentity identity_;
+    std::string protocol_version_{initial_protocol_version};
+    bool oauth_enabled_ = false;
+    std::string next_authentication_; ///< what the broker asked for last, as XML text
+    KnownDesktops known_desktops_;
+    std::string resolved_address_;
+};
+
+} // namespace kavro

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "kavro/src/results.h"
+#include "transport/xml_document.h"
+#include "utils/src/secure_text.h"
+
+#include <string_view>
+
+namespace kavro {
+
+/// A command outside the enumeration is a programming error.
+SecureText power_operation_request(std::string_view protocol_version, std::string_view resource_id,
+                                   eKAVRO_BROKER_DESKTOP_CMD command);
+
+BrokerResult read_power_operation(XmlNode message);
+
+} // namespace kavro

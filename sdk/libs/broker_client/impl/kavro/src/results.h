@@ -1,0 +1,144 @@
+#pragma once
+
+#include "kavro/src/error_code.h"
+#include "utils/src/cert_chain.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kavro {
+
+/// Name and value pairs in the order in which they are sent or were received.
+using Variables = std::vector<std::pair<std::string, std::string>>;
+
+/// The outcome of every operation of a broker client.
+struct BrokerResult {
+    eERROR_CODE code = ERROR_CODE_NONE;
+    std::string message;     ///< the broker's words, else those of the failing system call
+    std::string detected_by; ///< a sentence naming the component that found the error
+    std::string detail;
+};
+
+/// What the broker says of itself.
+struct HelloResult {
+    std::string product_name;
+    std::string product_version;
+    std::string platform;
+    std::string locale = "en_US";
+    std::string ip_address;
+    std::string hostname;
+    Variables broker_variables;
+};
+
+/// Values of cAUTH_RESULT::method, as the public layer converts them.
+enum class AuthMethod : std::int32_t {
+    unknown = -1,
+    none = 0,
+    password = 1,
+    password_expired = 2,
+    disclaimer = 7,
+    oauth = 10,
+    dialog = 11
+};
+
+struct DialogField {
+    std::string id; ///< what the field is answered by
+    std::string label;
+    std::string text;
+    bool read_only = false;
+    bool hidden = false;
+    bool loggable = true;
+    std::uint32_t text_type = 0;
+};
+
+struct DialogButton {
+    std::string id;
+    std::string label;
+    bool is_default = false;
+};
+
+/// What the broker asks for next, and what it returned with an authentication answer.
+struct cAUTH_RESULT {
+    AuthMethod method = AuthMethod::unknown;
+    std::vector<std::string> domains;
+    std::string disclaimer;
+    std::string dialog_prompt;
+    std::string dialog_error;
+    std::vector<DialogField> dialog_fields;
+    std::vector<DialogButton> dialog_buttons;
+    Variables to_client_variables;
+};
+
+/// The broker's certificates as it showed them; the rest is set when they were not accepted.
+struct CertResult {
+    Security::cX509_CERT_CHAIN certificates;
+    std::vector<std::uint32_t> errors; ///< by depth
+    std::string host;
+    std::string error_text;
+    bool connected_securely = false;
+};
+
+enum eKAVRO_BROKER_DESKTOP_CMD : std::uint32_t {
+    DESKTOP_CMD_OS_RESTART = 0,
+    DESKTOP_CMD_POWER_DOWN = 1,
+    DESKTOP_CMD_POWER_UP = 2,
+    DESKTOP_CMD_SLEEP = 3,
+    DESKTOP_CMD_RESUME = 4
+};
+
+/// The broker's word for each command, by its value.
+inline constexpr std::array<const char *, 5> desktop_command_names = {
+    "CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP", "CMD_PWR_RESUME"};
+
+/// One desktop of the list.
+struct cDESKTOP_LIST_RESULT {
+    std::string resource_name;
+    std::string resource_id;
+    std::string resource_type;
+    std::string resource_state;
+    std::string health_state;
+    std::vector<std::string> protocols;
+    std::string session_type;
+    std::vector<std::string> icon_sizes;
+    std::vector<std::string> icons;                           ///< pairwise with icon_sizes
+    std::array<bool, desktop_command_names.size()> allowed{}; ///< by eKAVRO_BROKER_DESKTOP_CMD
+};
+
+struct AlternateTarget {
+    std::string address;
+    std::string host_name;
+    std::string server_name;
+    std::string port;
+};
+
+/// The target that an allocated desktop waits at.
+struct cDESKTOP_CONNECTION_RESULT {
+    std::string target_address;
+    std::string host_name;
+    std::string server_name;
+    std::string port;
+    std::string session_id;
+    std::string connect_tag;
+    bool use_broker_address = false;
+    Variables agent_variables;
+    std::vector<AlternateTarget> alternate_targets;
+    bool has_gateway_ticket = false;
+    std::string gateway_ticket;
+    std::string gateway_ticket_creation_time;
+    std::string gateway_ticket_expiry_time;
+};
+
+using LogoutHandler = std::function<void(const BrokerResult &)>;
+using ConnectionHandler = std::function<void(const BrokerResult &, CertResult)>;
+using HelloHandler = std::function<void(const BrokerResult &, HelloResult, cAUTH_RESULT)>;
+using AuthHandler = std::function<void(const BrokerResult &, cAUTH_RESULT)>;
+using DesktopListHandler =
+    std::function<void(const BrokerResult &, std::vector<cDESKTOP_LIST_RESULT>)>;
+using AllocationHandler = std::function<void(const BrokerResult &, cDESKTOP_CONNECTION_RESULT)>;
+using OperationHandler = std::function<void(const BrokerResult &, eKAVRO_BROKER_DESKTOP_CMD)>;
+
+} // namespace kavro

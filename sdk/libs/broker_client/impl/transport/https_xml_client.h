@@ -1,0 +1,190 @@
+#pragma once
+
+#include "transport/deadline_timer.h"
+#include "transport/http_framing.h"
+#include "transport/name_resolution.h"
+#include "transport/server_verification.h"
+#include "transport/xml_document.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ssl/context.hpp>
+#include <boost/asio/ssl/stream.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kavro {
+
+/// How an attempt to connect ended.
+enum class ConnectCode : std::uint32_t {
+    connected = 0,
+    invalid_params = 1,
+    timeout = 2,
+    cancelled = 3,
+    resolve_failed = 4,
+    connect_failed = 5,
+    connect_refused = 6,
+    tls_handshake_failed = 7,
+    socket_or_sys_failure = 8,
+    certificate_failed = 9,
+    certificate_failed_but_warnable = 10
+};
+
+struct ConnectResult {
+    ConnectCode result = ConnectCode::connected;
+    Security::cX509_CERT_CHAIN certificates; ///< as the server showed them
+    std::string host;
+    bool connect_securely = true;
+    std::string error_text; ///< of the system, the TLS library or the certificate check
+};
+
+enum ePOST_RESULT : std::uint32_t {
+    POST_RESULT_SUCCESS = 0,
+    POST_RESULT_INVALID_PARAMS = 1,
+    POST_RESULT_TIMEOUT = 2,
+    POST_RESULT_CANCELLED = 3,
+    POST_RESULT_TLS_PROTOCOL_ERROR = 4,
+    POST_RESULT_SOCKET_OR_SYS_FAILURE = 5,
+    POST_RESULT_MANGLED_RESPONSE = 6,
+    POST_RESULT_NOT_HTTP_OK = 7
+};
+
+/// How a POST ended. `document` is set on success only.
+struct PostResult {
+    ePOST_RESULT result = POST_RESULT_SUCCESS;
+    std::string error_text;
+    std::shared_ptr<const XmlDocument> document;
+};
+
+/// One HTTPS connection at a time to a broker, and what is remembered from one to the next: cookies
+/// and the address last used, each kept for the host and port that it came from.
+///
+/// Every operation returns at once and completes exactly once on the thread that runs run_io().
+/// Each is bounded by a deadline. Only cancel() may be called from another thread.
+class HttpsXmlClient {
+public:
+    using ConnectHandler = std::function<void(const ConnectResult &)>;
+    using PostHandler = std::function<void(const PostResult &)>;
+    /// Receives the address as text; empty when none was found.
+    using ResolveHandler = std::function<void(const std::string &)>;
+
+    HttpsXmlClient();
+    ~HttpsXmlClient();
+    HttpsXmlClient(const HttpsXmlClient &) = delete;
+    HttpsXmlClient &operator=(const HttpsXmlClient &) = delete;
+
+    /// Connects and completes the TLS handshake. Every step (look-up, each address, handshake) has
+    /// the whole time-out.
+    ///
+    /// @param address anything parse_uri() takes. @param port used when the address has none.
+    /// @param connect_securely whether the server must prove who it is.
+    /// @throws std::logic_error for a literal address whose port is no port,
+    /// boost::system::system_error when
+    ///         TLS cannot be set up; the handler is not called then.
+    void connect(const std::string &address, bool connect_securely, ConnectHandler on_connected,
+                 std::chrono::milliseconds timeout, const std::string &port = {});
+
+    /// Posts a document over the open connection and reads the answer.
+    void http_post_with_xml_path(std::string_view path, std::string_view xml, PostHandler on_posted,
+                                 std::chrono::milliseconds timeout);
+
+    /// Completes as if the broker had answered with this document.
+    void answer_locally(SecureText xml, PostHandler on_posted);
+
+    /// Looks up a host name on its own. A failure is an empty address, never an error.
+    void resolve_name(const std::string &host, ResolveHandler on_resolved,
+                      std::chrono::milliseconds timeout);
+
+    /// Calls a handler from run_io().
+    void post(std::function<void()> handler);
+
+    /// Closes the connection at once.
+    void disconnect();
+    /// Ends the operation under way as cancelled. From any thread.
+    void cancel();
+
+    /// Runs handlers: all until no work is left, or only those that are ready.
+    void run_io(bool block);
+
+    void set_cipher_list(const char *ciphers);
+    void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
+    const std::string &client_log_id() const { return client_log_id_; }
+
+    /// Of the connection that was made last.
+    const std::string &host() const { return peer_.host; }
+    const std::string &local_address() const { return local_address_; }
+    const std::string &local_host_name() const { return local_host_name_; }
+    const std::string &remote_address() const { return remote_address_; }
+
+private:
+    using Stream = boost::asio::ssl::stream<boost::asio::ip::tcp::socket>;
+    using Endpoint = boost::asio::ip::tcp::endpoint;
+    using error_code = boost::system::error_code;
+
+    struct Peer {
+        std::string host;
+        std::string port;
+        auto operator<=>(const Peer &) const = default;
+    };
+    /// What one peer left behind never reaches another.
+    struct PeerMemory {
+        std::optional<Endpoint> endpoint;
+        CookieTable cookies;
+    };
+
+    bool set_peer(const std::string &address, const std::string &port);
+    void prepare_tls();
+    void start_connecting();
+    void connect_to(NameResolver::Endpoints endpoints);
+    void connect_next();
+    void handle_resolve(const error_code &error, const NameResolver::Endpoints &endpoints);
+    void handle_connect(const error_code &error);
+    void handle_handshake(const error_code &error);
+    void handshake_failed(const error_code &error);
+    void record_addresses();
+    void finish_connect(ConnectCode code, std::string error_text = {});
+
+    void handle_write(const error_code &error);
+    void read_more();
+    void handle_read(const error_code &error, std::size_t bytes);
+    void post_failed(const error_code &error);
+    void finish_post(PostResult result);
+
+    void set_deadline() { timer_.set(timeout_); }
+    void abort_operation();
+    void close_socket();
+    PeerMemory &memory() { return memories_[peer_]; }
+
+    boost::asio::io_context context_;
+    boost::asio::ssl::context tls_;
+    DeadlineTimer timer_;
+    NameResolver resolver_;
+    std::optional<Stream> stream_;
+    bool cancelled_ = false; ///< the operation under way was ended by cancel()
+
+    Peer peer_;
+    std::map<Peer, PeerMemory> memories_;
+    std::chrono::milliseconds timeout_{};
+    bool connect_securely_ = true;
+    ServerVerification verification_;
+    NameResolver::Endpoints endpoints_; ///< of the attempt under way, in the order to be tried
+    std::size_t next_endpoint_ = 0;
+    ConnectHandler on_connected_;
+
+    SecureText request_;
+    std::optional<HttpResponseParser> response_;
+    PostHandler on_posted_;
+
+    std::string client_log_id_;
+    std::string local_address_;
+    std::string local_host_name_;
+    std::string remote_address_;
+};
+
+} // namespace kavro

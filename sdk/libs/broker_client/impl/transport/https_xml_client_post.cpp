@@ -1,0 +1,119 @@
+#include "transport/https_xml_client.h"
+
+#include "transport/xml_message_log.h"
+#include "utils/src/broker_log.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/error.hpp>
+#include <boost/asio/write.hpp>
+
+// How a document is posted and its answer read. The handlers stand in the order in which they run;
+// each leaves through finish_post().
+
+namespace kavro {
+
+namespace asio = boost::asio;
+
+namespace {
+
+constexpr std::size_t shown_parse_error = 20;
+
+/// The document is parsed once more for the log, in a copy that is wiped with the parsed document.
+void log_outgoing(std::string_view xml) {
+    std::string unreadable;
+    const auto document = XmlDocument::parse(SecureText(xml), unreadable);
+    log_message(document ? document->root() : XmlNode(), MessageDirection::sending);
+}
+
+PostResult failed(ePOST_RESULT result, std::string error_text = {}) {
+    return {result, std::move(error_text), nullptr};
+}
+
+/// Reads an answer's body, whoever it came from.
+PostResult read_answer(SecureText body) {
+    std::string error;
+    auto document = XmlDocument::parse(std::move(body), error);
+    if (!document) {
+        log_error("Received XML message parse error: %s",
+                  error.substr(0, shown_parse_error).c_str());
+        return failed(POST_RESULT_MANGLED_RESPONSE);
+    }
+    log_message(document->root(), MessageDirection::received);
+    return {POST_RESULT_SUCCESS, {}, std::move(document)};
+}
+
+} // namespace
+
+void HttpsXmlClient::http_post_with_xml_path(std::string_view path, std::string_view xml,
+                                             PostHandler on_posted,
+                                             std::chrono::milliseconds timeout) {
+    on_posted_ = std::move(on_posted);
+    request_ = http_post_request(path, peer_.host, client_log_id_, memory().cookies, xml);
+    response_.emplace(memory().cookies);
+    log_outgoing(xml);
+    timer_.set(timeout);
+    if (!stream_) {
+        asio::post(context_, [this] { post_failed(asio::error::not_connected); });
+        return;
+    }
+    asio::async_write(*stream_, asio::buffer(request_),
+                      [this](const error_code &error, std::size_t) { handle_write(error); });
+}
+
+void HttpsXmlClient::answer_locally(SecureText xml, PostHandler on_posted) {
+    on_posted_ = std::move(on_posted);
+    asio::post(context_, [this, body = std::move(xml)]() mutable {
+        finish_post(read_answer(std::move(body)));
+    });
+}
+
+void HttpsXmlClient::handle_write(const error_code &error) {
+    if (error)
+        return post_failed(error);
+    read_more();
+}
+
+void HttpsXmlClient::read_more() {
+    const auto space = response_->space();
+    stream_->async_read_some(
+        asio::buffer(space.data, space.size),
+        [this](const error_code &error, std::size_t bytes) { handle_read(error, bytes); });
+}
+
+void HttpsXmlClient::handle_read(const error_code &error, std::size_t bytes) {
+    if (error)
+        return post_failed(error);
+    switch (response_->received(bytes)) {
+    case HttpResponseParser::State::need_more:
+        return read_more();
+    case HttpResponseParser::State::complete:
+        return finish_post(read_answer(response_->take_body()));
+    case HttpResponseParser::State::mangled:
+        return finish_post(failed(POST_RESULT_MANGLED_RESPONSE));
+    case HttpResponseParser::State::not_ok:
+        return finish_post(failed(POST_RESULT_NOT_HTTP_OK));
+    }
+}
+
+void HttpsXmlClient::post_failed(const error_code &error) {
+    if (timer_.expired())
+        return finish_post(failed(POST_RESULT_TIMEOUT));
+    if (cancelled_ || error == asio::error::operation_aborted)
+        return finish_post(failed(POST_RESULT_CANCELLED));
+    broker_log(LogCategory::general, LogSeverity::error, error.value(),
+               "cHTTPS_XML_CLIENT encountered error val=%d cat='%s' message='%s'", error.value(),
+               error.category().name(), error.message().c_str());
+    const bool tls = error.category() == asio::error::get_ssl_category();
+    finish_post(failed(tls ? POST_RESULT_TLS_PROTOCOL_ERROR : POST_RESULT_SOCKET_OR_SYS_FAILURE,
+                       error.message()));
+}
+
+void HttpsXmlClient::finish_post(PostResult result) {
+    timer_.clear();
+    request_ = {};
+    response_.reset();
+    // The handler may start the next operation.
+    std::exchange(on_posted_, nullptr)(result);
+}
+
+} // namespace kavro

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kavro {
+
+/// An address text that is longer than this does not parse.
+inline constexpr std::size_t max_address_length = 2048;
+
+/// Splits a broker address: host name, IPv4 or IPv6 address, the latter with or without brackets;
+/// optionally with scheme, port and path. An IPv6 address leaves `port` alone unless it brings one
+/// and its port is checked; anything else overwrites all outputs, with empty text where the address
+/// does not say, and its port is whatever digits stand there.
+bool parse_uri(std::string_view uri, std::string &hostname, std::string &port,
+               std::string &protocol);
+
+/// Whether the text is an IPv6 address without brackets; a zone ("%eth0") may follow.
+bool is_ipv6_address(std::string_view address);
+
+/// Whether the text begins with a decimal number below 65536, blanks before it aside.
+bool is_valid_port(std::string_view port);
+
+/// Replaces the five XML special characters, so that any text can stand inside a request.
+std::string escape_xml(std::string_view text);
+void append_escaped_xml(std::string &out, std::string_view text);
+
+} // namespace kavro

@@ -1,0 +1,67 @@
+#include "utils/src/cert_chain.h"
+
+#include "utils/src/assertion.h"
+#include "utils/src/openssl_handles.h"
+
+#include <openssl/pem.h>
+
+#include <algorithm>
+
+namespace kavro::Security {
+namespace {
+
+/// An encrypted text is refused; by default OpenSSL would ask for its password on the terminal.
+int no_password(char *, int, int, void *) {
+    return -1;
+}
+
+X509Handle parse_pem(std::string_view pem) {
+    // What fails here is told by the result; the error queue belongs to the TLS operations.
+    ERR_set_mark();
+    const BioHandle text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    X509Handle certificate(PEM_read_bio_X509(text.get(), nullptr, no_password, nullptr));
+    ERR_pop_to_mark();
+    return certificate;
+}
+
+} // namespace
+
+void cX509_CERT_CHAIN::set_cert(std::size_t depth, X509 *certificate) {
+    constexpr const char *function = "Security::cX509_CERT_CHAIN::set_cert";
+    const int length = i2d_X509(certificate, nullptr);
+    broker_assert(length >= 0, function);
+
+    Der der(static_cast<std::size_t>(length));
+    uint8_t *end = der.data();
+    broker_assert(i2d_X509(certificate, &end) == length, function);
+    set_der(depth, std::move(der));
+}
+
+bool cX509_CERT_CHAIN::set_cert(std::size_t depth, std::string_view pem) {
+    const X509Handle certificate = parse_pem(pem);
+    if (certificate == nullptr)
+        return false;
+    set_cert(depth, certificate.get());
+    return true;
+}
+
+void cX509_CERT_CHAIN::set_der(std::size_t depth, Der der) {
+    if (depth >= entries_.size())
+        entries_.resize(depth + 1);
+    entries_[depth] = std::move(der);
+}
+
+bool cX509_CERT_CHAIN::copy_der(std::size_t index, uint8_t *buffer, std::size_t &length) const {
+    if (index >= entries_.size())
+        return false;
+    const Der &entry = entries_[index];
+    const std::size_t available = std::exchange(length, entry.size());
+    if (buffer == nullptr)
+        return true;
+    if (available < entry.size())
+        return false;
+    std::ranges::copy(entry, buffer);
+    return true;
+}
+
+} // namespace kavro::Security

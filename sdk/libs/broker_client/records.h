@@ -1,0 +1,19 @@
+#pragma once
+
+#include "kavro/src/results.h"
+
+#include <vector>
+
+// What the library hands to its callers, each freed with its own export.
+
+struct kavro_broker_desktop_list_record {
+    std::vector<kavro::cDESKTOP_LIST_RESULT> desktops;
+};
+
+struct kavro_broker_desktop_connection_record {
+    kavro::cDESKTOP_CONNECTION_RESULT connection;
+};
+
+struct kavro_broker_variable_list_record {
+    kavro::Variables variables;
+};

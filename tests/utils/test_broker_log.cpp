@@ -1,0 +1,150 @@
+#include "captured_log.h"
+#include "utils/src/assertion.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace kavro {
+namespace {
+
+void throw_from_log(int32_t, int32_t, int32_t, const char *, va_list) {
+    throw std::runtime_error("log file is full");
+}
+
+void throw_from_session_log_id(const char *) {
+    throw 1;
+}
+
+BROKER_PRINTF_FORMAT(4, 0)
+void print_to_stderr(int32_t category, int32_t severity, int32_t error, const char *format,
+                     va_list arguments) {
+    std::fprintf(stderr, "(%d, %d, %d) ", category, severity, error);
+    std::vfprintf(stderr, format, arguments);
+}
+
+std::string reported_session_id;
+
+TEST(BrokerLog, ChannelsCarryTheirCategorySeverityAndError) {
+    const CapturedLog log;
+    log_error("%d %s", 1, "one");
+    log_info("info");
+    log_debug("debug");
+    log_verbose("verbose");
+    discovery_log_error("error");
+    discovery_log_info("info");
+    discovery_log_debug("debug");
+    broker_log(LogCategory::general, LogSeverity::banner, 0, "Version = %d", 9);
+    broker_log(LogCategory::discovery, LogSeverity::error, 104, "reset by %s", "peer");
+    trace_entry("A::b");
+    trace_entry("A::b", "single probe");
+    trace_entry("A::b", 3);
+    trace_exit("A::b");
+
+    const std::vector<LogLine> expected = {
+        {0, 1, -500, "1 one"},
+        {0, 2, 0, "info"},
+        {0, 3, 0, "debug"},
+        {0, 4, 0, "verbose"},
+        {1, 1, -500, "error"},
+        {1, 2, 0, "info"},
+        {1, 3, 0, "debug"},
+        {0, 0, 0, "Version = 9"},
+        {1, 1, 104, "reset by peer"},
+        {0, 3, 0, "ENTRY: A::b"},
+        {0, 3, 0, "ENTRY: A::b single probe"},
+        {0, 3, 0, "ENTRY: A::b 3"},
+        {0, 4, 0, "EXIT: A::b"},
+    };
+    EXPECT_EQ(log.lines(), expected);
+}
+
+TEST(BrokerLog, FormatCharactersInArgumentsMeanNothing) {
+    const CapturedLog log;
+    log_info("%s", "%n%s%n%99999d");
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].text, "%n%s%n%99999d");
+}
+
+TEST(BrokerLog, NullDoesNotReplaceTheFunctions) {
+    const CapturedLog log;
+    set_log_function(nullptr);
+    const std::vector<LogLine> expected = {{0, 2, 0,
+                                            "kavro_broker_set_log_function: Attempt to reset "
+                                            "callback to NULL.  Action is ignored."}};
+    EXPECT_EQ(log.lines(), expected);
+    EXPECT_TRUE(has_log_function());
+
+    set_session_log_id_function([](const char *id) { reported_session_id = id; });
+    set_session_log_id_function(nullptr);
+    report_session_log_id("4711");
+    EXPECT_EQ(reported_session_id, "4711");
+    EXPECT_EQ(log.lines(), expected);
+}
+
+TEST(BrokerLog, WhatHooksThrowDoesNotComeBack) {
+    set_log_function(&throw_from_log);
+    set_session_log_id_function(&throw_from_session_log_id);
+    log_error("error");
+    report_session_log_id("4711");
+
+    const CapturedLog log; // the next function is heard again
+    log_info("info");
+    EXPECT_EQ(log.lines().size(), 1u);
+}
+
+TEST(BrokerLog, PrintableShowsControlCharacters) {
+    using namespace std::string_view_literals;
+    const std::pair<std::string_view, std::string_view> rows[] = {
+        {""sv, ""},
+        {"plain text ~"sv, "plain text ~"},
+        {"a\r\nSeverity 0: forged"sv, "a\\x0D\\x0ASeverity 0: forged"},
+        {"\x1b[2J\a\x7f\t"sv, "\\x1B[2J\\x07\\x7F\\x09"},
+        {"a\0b\x1f"sv, "a\\x00b\\x1F"},
+        {"Z\xc3\xbcrich \xe2\x82\xac \xff"sv, "Z\xc3\xbcrich \xe2\x82\xac \xff"},
+    };
+    for (const auto &[text, shown] : rows)
+        EXPECT_EQ(printable(text), shown);
+}
+
+class BrokerLogDeathTest : public testing::Test {
+protected:
+    // Run in a process of its own, where no log function has been set yet.
+    void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(BrokerLogDeathTest, NothingHappensBeforeAFunctionIsSet) {
+    const auto log_without_function = [] {
+        const bool set_before = has_log_function();
+        log_error("nobody hears %s", "this");
+        set_log_function(nullptr);
+        report_session_log_id("4711");
+        std::exit(set_before || has_log_function() ? 1 : 0);
+    };
+    EXPECT_EXIT(log_without_function(), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT(broker_assert_failed("A::b"), testing::KilledBySignal(SIGABRT), "^$");
+}
+
+TEST_F(BrokerLogDeathTest, AssertionLogsItsPlaceAndAborts) {
+    const int line = __LINE__ + 3;
+    const auto fail = [] {
+        set_log_function(&print_to_stderr);
+        broker_assert(false, "broker_client_impl::create");
+    };
+    const auto message = "\\(0, 0, -500\\) ============ Broker Assert in function "
+                         "broker_client_impl::create at line number " +
+                         std::to_string(line) + "\\. ============";
+    EXPECT_EXIT(fail(), testing::KilledBySignal(SIGABRT), message);
+
+    const auto fail_with_throwing_log = [] {
+        set_log_function(&throw_from_log);
+        broker_assert_failed("broker_client_impl::create");
+    };
+    EXPECT_EXIT(fail_with_throwing_log(), testing::KilledBySignal(SIGABRT), "");
+    broker_assert(true, "broker_client_impl::create");
+}
+
+} // namespace
+} // namespace kavro

@@ -1,0 +1,194 @@
+#include "captured_log.h"
+#include "utils/src/broker_utils.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+namespace kavro {
+namespace {
+
+using namespace std::string_literals;
+
+struct Address {
+    bool parsed;
+    std::string hostname;
+    std::string port;
+    std::string protocol;
+
+    friend bool operator==(const Address &, const Address &) = default;
+    friend std::ostream &operator<<(std::ostream &out, const Address &address) {
+        return out << address.parsed << " host '" << printable(address.hostname) << "' port '"
+                   << address.port << "' protocol '" << address.protocol << "'";
+    }
+};
+
+/// Parses into outputs that hold "old", "443" and "old" before.
+Address parse(std::string_view uri) {
+    Address address{false, "old", "443", "old"};
+    address.parsed = parse_uri(uri, address.hostname, address.port, address.protocol);
+    return address;
+}
+
+TEST(ParseUri, SplitsAddresses) {
+    const std::pair<std::string, Address> rows[] = {
+        // An IPv6 address leaves the port alone unless it brings one.
+        {"::1", {true, "::1", "443", ""}},
+        {"[::1]", {true, "::1", "443", ""}},
+        {"fe80::1:8443", {true, "fe80::1:8443", "443", ""}},
+        {"[fe80::1]:60443", {true, "fe80::1", "60443", ""}},
+        {"[::ffff:192.0.2.1]:0", {true, "::ffff:192.0.2.1", "0", ""}},
+        {"https://[2001:db8::1]:65535/", {true, "2001:db8::1", "65535", "https"}},
+        {"view://::1/", {true, "::1", "443", "view"}},
+        {" \t[::1]:443\r\n", {true, "::1", "443", ""}},
+        // What is no IPv6 address after all is cut at the first colon.
+        {"https://[::1]:99999", {true, "[", "", "https"}},
+        {"[::1]:", {true, "[", "", ""}},
+        {"[::1", {true, "[", "", ""}},
+        {"::1]", {true, "", "", ""}},
+        {"[]", {true, "[]", "", ""}},
+        {"[::1]x", {true, "[", "", ""}},
+        {"https://[::1]:443/path", {true, "[", "", "https"}},
+        {"[fe80::1%eth0]:443", {true, "[fe80", "", ""}},
+        {"::1\0"s, {true, "", "", ""}},
+        // Host names and IPv4 addresses overwrite everything.
+        {"", {true, "", "", ""}},
+        {"broker", {true, "broker", "", ""}},
+        {"broker:8443", {true, "broker", "8443", ""}},
+        {"192.0.2.1:443", {true, "192.0.2.1", "443", ""}},
+        {"http://broker:80/path", {true, "broker", "80", "http"}},
+        {"https://broker/path", {true, "broker/path", "", "https"}},
+        {"HTTPS://broker", {true, "HTTPS", "", ""}},
+        {"ftp://broker:21", {true, "ftp", "", ""}},
+        {"broker:99999", {true, "broker", "99999", ""}},
+        {"broker:-1", {true, "broker", "", ""}},
+        {"broker:port", {true, "broker", "", ""}},
+        {"%n%s\x1b", {true, "%n%s\x1b", "", ""}},
+        {"bro\nker:443", {true, "bro\nker", "443", ""}},
+        // A line end behind the host does not parse; the scheme has been looked for by then.
+        {"broker:443\r\n", {false, "old", "443", ""}},
+        {"broker:8443\rX", {false, "old", "443", "old"}},
+        {"https://broker:443/\nX", {false, "old", "443", "old"}},
+        // Length.
+        {std::string(2048, 'a'), {true, std::string(2048, 'a'), "", ""}},
+        {std::string(2049, 'a'), {false, "old", "443", "old"}},
+        {"[::1]:" + std::string(3000, '1'), {false, "old", "443", "old"}},
+    };
+    const CapturedLog log;
+    for (const auto &[uri, expected] : rows)
+        EXPECT_EQ(parse(uri), expected) << printable(uri);
+}
+
+TEST(ParseUri, LogsWhatCameInAndWhatCameOut) {
+    const CapturedLog log;
+    parse("https://[::1]:99999");
+    parse("[::1]:1");
+    parse("a\nb");
+    const std::vector<LogLine> expected = {
+        {0, 2, 0,
+         "parse_uri (https://[::1]:99999). Input: hostname (old), port (443), protocol (old)"},
+        {0, 2, -500, "Invalid port. Exception [stoul argument out of range]"},
+        {0, 3, 0, "IPv4/FQDN parsed successfully. Output: hostname ([), port (), protocol (https)"},
+        {0, 2, 0, "parse_uri ([::1]:1). Input: hostname (old), port (443), protocol (old)"},
+        {0, 3, 0,
+         "IPv6 address parsed successfully. Output: hostname (::1), port (1), protocol ()"},
+        {0, 2, 0, "parse_uri (a\\x0Ab). Input: hostname (old), port (443), protocol (old)"},
+        {0, 3, 0,
+         "IPv4/FQDN parsed successfully. Output: hostname (a\\x0Ab), port (), protocol ()"},
+    };
+    EXPECT_EQ(log.lines(), expected);
+}
+
+TEST(ParseUri, AnswersQuicklyWhateverItIsGiven) {
+    const CapturedLog log;
+    const auto start = std::chrono::steady_clock::now();
+    const std::string pieces[] = {" ", ":", "[", "]:", "/", "a:/", " a", "%", "\n", "\0"s, "1"};
+    for (const std::string &piece : pieces)
+        for (const std::string tail : {"", "\n", "?", "://", "\n?"}) {
+            std::string uri;
+            while (uri.size() + piece.size() + tail.size() <= max_address_length)
+                uri += piece;
+            EXPECT_NO_THROW(parse(uri + tail)) << printable(piece + tail);
+        }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
+TEST(IsIpv6Address, AllowsOneZone) {
+    const std::pair<std::string, bool> rows[] = {
+        {"::", true},
+        {"fe80::1", true},
+        {"FE80::1", true},
+        {"::ffff:192.0.2.1", true},
+        {"fe80::1%eth0", true},
+        {"fe80::1%1", true},
+        {"fe80::1%", false},
+        {"fe80::1%a%b", false},
+        {"fe80::1%%", false},
+        {"%eth0", false},
+        {"", false},
+        {"192.0.2.1", false},
+        {"[::1]", false},
+        {"::1 ", false},
+        {"::g", false},
+        {"1:2:3:4:5:6:7:8:9", false},
+        {"::1\0"s, false},
+        {"::1\0%1"s, false},
+        {"broker", false},
+    };
+    for (const auto &[address, expected] : rows)
+        EXPECT_EQ(is_ipv6_address(address), expected) << printable(address);
+}
+
+TEST(IsValidPort, ReadsAnUnsignedNumberBelow65536) {
+    constexpr const char *no_number = "Invalid port. Exception [invalid stoul argument]";
+    constexpr const char *too_large = "Invalid port. Exception [stoul argument out of range]";
+    const std::pair<std::string, const char *> rows[] = {
+        {"0", nullptr},
+        {"443", nullptr},
+        {"65535", nullptr},
+        {"80abc", nullptr},
+        {" \t\r\n80", nullptr},
+        {"00080", nullptr},
+        {"", no_number},
+        {"  ", no_number},
+        {"port", no_number},
+        {"-1", no_number},
+        {"\0"s + "80", no_number},
+        {"65536", too_large},
+        {"99999999999999999999999", too_large},
+    };
+    for (const auto &[port, message] : rows) {
+        const CapturedLog log;
+        EXPECT_EQ(is_valid_port(port), message == nullptr) << printable(port);
+        const auto expected = message == nullptr ? std::vector<LogLine>{}
+                                                 : std::vector<LogLine>{{0, 2, -500, message}};
+        EXPECT_EQ(log.lines(), expected) << printable(port);
+    }
+}
+
+std::string unescape_xml(std::string text) {
+    const std::pair<std::string_view, const char *> entities[] = {
+        {"&quot;", "\""}, {"&apos;", "'"}, {"&lt;", "<"}, {"&gt;", ">"}, {"&amp;", "&"}};
+    for (const auto &[entity, character] : entities)
+        for (std::size_t at = 0; (at = text.find(entity, at)) != std::string::npos; ++at)
+            text.replace(at, entity.size(), character);
+    return text;
+}
+
+TEST(EscapeXml, LosesNothingAndLeavesNoSpecialCharacter) {
+    EXPECT_EQ(escape_xml("<a b=\"c\" d='e'>&amp;\r\n\x01\xff"),
+              "&lt;a b=&quot;c&quot; d=&apos;e&apos;&gt;&amp;amp;\r\n\x01\xff");
+    std::mt19937 dice(1);
+    for (int round = 0; round < 1000; ++round) {
+        std::string text(dice() % 64, '\0');
+        for (char &c : text)
+            c = dice() % 2 ? static_cast<char>(dice()) : "\"&'<>;aqlg"[dice() % 10];
+        const std::string escaped = escape_xml(text);
+        EXPECT_EQ(unescape_xml(escaped), text) << printable(text);
+        EXPECT_EQ(escaped.find_first_of("\"'<>"), std::string::npos) << printable(text);
+    }
+}
+
+} // namespace
+} // namespace kavro
