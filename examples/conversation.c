@@ -1,0 +1,121 @@
+/* A whole conversation with a broker in C: log in with a password, list the desktops, ask for the
+ * first one, log out.
+ *
+ *   conversation ADDRESS PORT USER DOMAIN < file with the password
+ */
+#include "kavro_broker.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static void print_errors(int32_t category, int32_t severity, int32_t error, const char *format,
+                         va_list arguments) {
+    (void)category;
+    (void)error;
+    if (severity != KAVRO_BROKER_LOG_ERROR)
+        return;
+    fputs("log: ", stderr);
+    vfprintf(stderr, format, arguments);
+    fputc('\n', stderr);
+}
+
+/* Tells what failed, in the broker's words where it sent any. */
+static int report(kavro_broker_handle broker, const char *what, kavro_broker_result result) {
+    char message[256];
+    size_t length = sizeof message;
+    if (kavro_broker_get_broker_error_message(broker, message, &length) != KAVRO_BROKER_OK)
+        message[0] = '\0';
+    fprintf(stderr, "%s: result %u %s\n", what, (unsigned)result, message);
+    return EXIT_FAILURE;
+}
+
+/* Answers what the broker asks for, until it asks for nothing more. */
+static kavro_broker_result log_in(kavro_broker_handle broker, const char *user, const char *domain,
+                                  const char *password) {
+    uint32_t method;
+    kavro_broker_result result = kavro_broker_get_auth_method(broker, &method);
+    while (result == KAVRO_BROKER_OK && method != KAVRO_BROKER_AUTH_METHOD_NONE) {
+        if (method == KAVRO_BROKER_AUTH_METHOD_DISCLAIMER)
+            result = kavro_broker_send_accept_disclaimer(broker, 1);
+        else if (method == KAVRO_BROKER_AUTH_METHOD_PASSWORD)
+            result = kavro_broker_send_password(broker, user, domain, password);
+        else
+            return KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
+        if (result == KAVRO_BROKER_OK)
+            result = kavro_broker_get_auth_method(broker, &method);
+    }
+    return result;
+}
+
+static kavro_broker_result show_target(kavro_broker_handle broker, kavro_broker_desktop_list list) {
+    char id[256], address[256], port[16];
+    size_t id_size = sizeof id, address_size = sizeof address, port_size = sizeof port;
+    kavro_broker_desktop_connection_info target;
+    kavro_broker_result result = kavro_broker_get_desktop_id(list, 0, id, &id_size);
+    if (result == KAVRO_BROKER_OK)
+        result = kavro_broker_connect_to_desktop(broker, id, NULL, &target);
+    if (result == KAVRO_BROKER_ERR_CONNECT_DESKTOP_PENDING) {
+        printf("%s is being made ready; ask again later\n", id);
+        return KAVRO_BROKER_OK;
+    }
+    if (result != KAVRO_BROKER_OK)
+        return result;
+    result = kavro_broker_get_desktop_connection_property(
+        target, KAVRO_BROKER_CONNECTION_TARGET_ADDRESS, address, &address_size);
+    if (result == KAVRO_BROKER_OK)
+        result = kavro_broker_get_desktop_connection_property(target, KAVRO_BROKER_CONNECTION_PORT,
+                                                              port, &port_size);
+    if (result == KAVRO_BROKER_OK)
+        printf("%s waits at %s, port %s\n", id, address, port);
+    kavro_broker_free_desktop_connection_info(target);
+    return result;
+}
+
+static kavro_broker_result show_desktops(kavro_broker_handle broker) {
+    kavro_broker_desktop_list list;
+    uint32_t count = 0;
+    kavro_broker_result result = kavro_broker_request_desktop_list(broker, &list);
+    if (result != KAVRO_BROKER_OK)
+        return result;
+    result = kavro_broker_get_num_desktops(list, &count);
+    for (uint32_t i = 0; result == KAVRO_BROKER_OK && i < count; ++i) {
+        char name[256];
+        size_t size = sizeof name;
+        result = kavro_broker_get_desktop_name(list, i, name, &size);
+        if (result == KAVRO_BROKER_OK)
+            printf("desktop %u: %s\n", (unsigned)i, name);
+    }
+    if (result == KAVRO_BROKER_OK && count > 0)
+        result = show_target(broker, list);
+    kavro_broker_free_desktop_list(list);
+    return result;
+}
+
+int main(int argc, char **argv) {
+    kavro_broker_handle broker;
+    kavro_broker_result result;
+    char password[256];
+    if (argc != 5 || fgets(password, sizeof password, stdin) == NULL) {
+        fprintf(stderr, "usage: %s ADDRESS PORT USER DOMAIN < PASSWORD-FILE\n", argv[0]);
+        return 2;
+    }
+    password[strcspn(password, "\n")] = '\0';
+
+    kavro_broker_set_log_function(print_errors);
+    result = kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &broker);
+    if (result != KAVRO_BROKER_OK)
+        return EXIT_FAILURE;
+    kavro_broker_set_broker_address(broker, argv[1], argv[2]);
+    kavro_broker_set_client_info(broker, "conversation", "1.0", "C99");
+
+    result = log_in(broker, argv[3], argv[4], password);
+    memset(password, 0, sizeof password);
+    if (result == KAVRO_BROKER_OK)
+        result = show_desktops(broker);
+    if (result == KAVRO_BROKER_OK)
+        result = kavro_broker_clear_session(broker);
+    const int status = result == KAVRO_BROKER_OK ? EXIT_SUCCESS : report(broker, argv[0], result);
+    kavro_broker_free(broker);
+    return status;
+}

@@ -1,0 +1,140 @@
+#pragma once
+
+#include "broker_sim.h"
+#include "kavro_broker.h"
+#include "support/minting.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace conversation {
+
+/// Everything the library logs, at every severity, through the public hook.
+class Log {
+public:
+    static void start() {
+        kavro_broker_set_log_function(&Log::record);
+        const std::lock_guard lock(mutex());
+        lines().clear();
+    }
+    static std::string text() {
+        const std::lock_guard lock(mutex());
+        std::string all;
+        for (const auto &line : lines())
+            all += line + "\n";
+        return all;
+    }
+
+private:
+    static std::mutex &mutex() {
+        static std::mutex one;
+        return one;
+    }
+    static std::vector<std::string> &lines() {
+        static std::vector<std::string> all;
+        return all;
+    }
+    __attribute__((format(printf, 4, 0))) static void
+    record(int32_t, int32_t, int32_t, const char *format, va_list arguments) {
+        char *line = nullptr;
+        const int length = vasprintf(&line, format, arguments);
+        const std::lock_guard lock(mutex());
+        lines().emplace_back(line, static_cast<std::size_t>(length));
+        free(line);
+    }
+};
+
+/// Reads a text by the two-call convention; "(result N)" when there is none.
+template <class Get>
+std::string read_text(Get get) {
+    std::size_t length = 0;
+    const kavro_broker_result result = get(nullptr, &length);
+    if (result != KAVRO_BROKER_OK)
+        return "(result " + std::to_string(result) + ")";
+    std::string text(length, '\0');
+    EXPECT_EQ(get(text.data(), &length), KAVRO_BROKER_OK);
+    text.resize(length - 1);
+    return text;
+}
+
+/// The accessor with everything but the text arguments bound.
+template <class Function, class... Arguments>
+std::string text_of(Function accessor, Arguments... arguments) {
+    return read_text(
+        [&](char *buffer, std::size_t *length) { return accessor(arguments..., buffer, length); });
+}
+
+/// A pair from an accessor of variables, as "name=value".
+template <class Function, class Handle>
+std::string variable_of(Function accessor, Handle handle, uint32_t index) {
+    std::size_t length = 0;
+    const auto name = read_text([&](char *buffer, std::size_t *size) {
+        return accessor(handle, index, buffer, size, nullptr, &length);
+    });
+    const auto value = read_text([&](char *buffer, std::size_t *size) {
+        return accessor(handle, index, nullptr, &length, buffer, size);
+    });
+    return name + "=" + value;
+}
+
+/// A simulated broker whose authority is trusted, and a handle that is set up to talk to it.
+struct Conversation {
+    explicit Conversation(broker_sim::Scenario scenario = broker_sim::Scenario::demo(),
+                          kavro_broker_handle own_handle = nullptr)
+        : broker(std::move(scenario)), trust(broker.ca_pem()), handle(own_handle) {
+        Log::start();
+        if (handle == nullptr)
+            kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle);
+        kavro_broker_set_broker_address(handle, broker.address().c_str(),
+                                        std::to_string(broker.port()).c_str());
+        kavro_broker_set_client_info(handle, "test client", "01.002.0", "Linux");
+    }
+    ~Conversation() {
+        kavro_broker_free_desktop_list(desktops);
+        kavro_broker_free_desktop_connection_info(target);
+        kavro_broker_free(handle);
+    }
+    Conversation(const Conversation &) = delete;
+    Conversation &operator=(const Conversation &) = delete;
+
+    /// What the broker wants next; fails the test when it does not say.
+    uint32_t method() {
+        uint32_t wanted = 0;
+        EXPECT_EQ(kavro_broker_get_auth_method(handle, &wanted), KAVRO_BROKER_OK) << message();
+        return wanted;
+    }
+    /// Logs in to the demo scenario.
+    kavro_broker_result log_in(const char *user = "alice", const char *password = "wonderland") {
+        const auto result = kavro_broker_send_accept_disclaimer(handle, 1);
+        if (result != KAVRO_BROKER_OK)
+            return result;
+        return kavro_broker_send_password(handle, user, "EXAMPLE", password);
+    }
+    kavro_broker_result list() {
+        kavro_broker_free_desktop_list(desktops);
+        desktops = nullptr;
+        return kavro_broker_request_desktop_list(handle, &desktops);
+    }
+    kavro_broker_result allocate(const char *id) {
+        kavro_broker_free_desktop_connection_info(target);
+        target = nullptr;
+        return kavro_broker_connect_to_desktop(handle, id, nullptr, &target);
+    }
+    std::string property(uint32_t which) const {
+        return text_of(kavro_broker_get_desktop_connection_property, target, which);
+    }
+    std::string message() const { return text_of(kavro_broker_get_broker_error_message, handle); }
+
+    broker_sim::Simulator broker;
+    test_support::TrustedCa trust;
+    kavro_broker_handle handle;
+    kavro_broker_desktop_list desktops = nullptr;
+    kavro_broker_desktop_connection_info target = nullptr;
+};
+
+} // namespace conversation
