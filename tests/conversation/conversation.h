@@ -1,7 +1,7 @@
 #pragma once
 
 #include "broker_sim.h"
-#include "kavro_broker.h"
+#include "kavro_broker_extras.h"
 #include "support/minting.h"
 
 #include <gtest/gtest.h>

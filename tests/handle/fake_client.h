@@ -91,6 +91,14 @@ public:
     }
     void do_logout(LogoutHandler handler) override { queue("bye", handler); }
 
+    void set_signing_function(SigningFunction) override { calls.push_back("signer"); }
+    bool set_client_certificate(X509Handle) override {
+        calls.push_back("certificate");
+        return true;
+    }
+    void set_certificate_extractor(const CertificateExtractor &) override {
+        calls.push_back("anchors");
+    }
     std::string get_protocol_name() const override { return "Fake"; }
     void enable_ipv6(bool enable) override { calls.push_back(enable ? "ipv6 on" : "ipv6 off"); }
     void run_io(bool) override {

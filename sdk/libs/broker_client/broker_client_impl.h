@@ -40,6 +40,7 @@ struct broker_client_impl {
     bool port_fallback = false; ///< the caller gave no port
     bool fail_if_unverified = true;
     kavro::Variables hello_client_variables;
+    kavro::Security::cX509_CERT_CHAIN trust_anchors; ///< besides the system's
     std::chrono::seconds connect_to_desktop_timeout{180};
 
     bool hello_completed = false;

@@ -69,6 +69,18 @@ bool has_control_characters(std::string_view text) {
     return std::ranges::any_of(text, [](unsigned char c) { return c < 0x20 || c == 0x7F; });
 }
 
+/// Finds the mark behind something that may be `limit` bytes long. Complete when it is there, else
+/// whether it may still come; the same however the bytes came in.
+HttpResponseParser::State find_end(std::string_view text, std::string_view mark, std::size_t limit,
+                                   std::size_t &end) {
+    using State = HttpResponseParser::State;
+    const std::size_t most = limit + mark.size();
+    end = text.substr(0, most).find(mark);
+    if (end != std::string_view::npos)
+        return State::complete;
+    return text.size() < most ? State::need_more : State::mangled;
+}
+
 } // namespace
 
 SecureText http_post_request(std::string_view path, std::string_view host,
@@ -152,11 +164,10 @@ HttpResponseParser::State HttpResponseParser::advance() {
 
 HttpResponseParser::State HttpResponseParser::read_head() {
     const std::string_view received(input_.data(), filled_);
-    const auto end = received.find(blank_line);
-    if (end == std::string_view::npos)
-        return filled_ >= HttpLimits::head_bytes ? State::mangled : State::need_more;
-    if (end > HttpLimits::head_bytes)
-        return State::mangled;
+    std::size_t end = 0;
+    const State found = find_end(received, blank_line, HttpLimits::head_bytes, end);
+    if (found != State::complete)
+        return found;
     consumed_ = end + blank_line.size();
 
     std::string_view lines = received.substr(0, end);
@@ -218,17 +229,18 @@ bool HttpResponseParser::store_cookie(std::string_view line) {
         return true;
     if (name.size() + value.size() > HttpLimits::cookie_bytes)
         return false;
+    if (cookies_.size() >= HttpLimits::cookies && !cookies_.contains(name))
+        return false;
     cookies_.insert_or_assign(std::string(name), std::string(value));
-    return cookies_.size() <= HttpLimits::cookies;
+    return true;
 }
 
 HttpResponseParser::State HttpResponseParser::read_chunk_size() {
     const std::string_view rest(input_.data() + consumed_, filled_ - consumed_);
-    const auto end = rest.find(crlf);
-    if (std::min(end, rest.size()) > HttpLimits::chunk_line_bytes)
-        return State::mangled;
-    if (end == std::string_view::npos)
-        return State::need_more;
+    std::size_t end = 0;
+    const State found = find_end(rest, crlf, HttpLimits::chunk_line_bytes, end);
+    if (found != State::complete)
+        return found;
 
     const std::string_view line = rest.substr(0, end);
     const auto size = to_number(line.substr(0, line.find(';')), 16);

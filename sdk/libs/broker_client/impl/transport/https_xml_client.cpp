@@ -23,10 +23,10 @@ void configure(SSL_CTX *context) {
 
 } // namespace
 
-HttpsXmlClient::HttpsXmlClient()
+HttpsXmlClient::HttpsXmlClient(NameResolver::BlockingLookup lookup)
     : tls_(asio::ssl::context::tls_client),
       timer_(context_, [this] { abort_operation(); }),
-      resolver_(context_) {
+      resolver_(context_, std::move(lookup)) {
     configure(tls_.native_handle());
 }
 
@@ -35,6 +35,10 @@ HttpsXmlClient::~HttpsXmlClient() = default;
 void HttpsXmlClient::set_cipher_list(const char *ciphers) {
     if (SSL_CTX_set_cipher_list(tls_.native_handle(), ciphers) != 1)
         throw_openssl_error("set_cipher_list");
+}
+
+void HttpsXmlClient::setCertificateExtractor(const CertificateExtractor &extractor) {
+    own_trust_ = std::make_unique<TrustStore>(extract_certificates(extractor));
 }
 
 void HttpsXmlClient::post(std::function<void()> handler) {
@@ -77,6 +81,7 @@ void HttpsXmlClient::resolve_name(const std::string &host, ResolveHandler on_res
 }
 
 void HttpsXmlClient::disconnect() {
+    cancelled_ = true;
     abort_operation();
     timer_.clear();
     trace_exit("HttpsXmlClient::disconnect");

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "transport/client_signing.h"
 #include "transport/deadline_timer.h"
 #include "transport/http_framing.h"
 #include "transport/name_resolution.h"
 #include "transport/server_verification.h"
+#include "transport/trust_store.h"
 #include "transport/xml_document.h"
 
 #include <boost/asio/io_context.hpp>
@@ -38,7 +40,8 @@ enum class ConnectCode : std::uint32_t {
 
 struct ConnectResult {
     ConnectCode result = ConnectCode::connected;
-    Security::cX509_CERT_CHAIN certificates; ///< as the server showed them
+    Security::cX509_CERT_CHAIN certificates;       ///< as the server showed them
+    std::vector<std::uint32_t> certificate_errors; ///< what was wrong with each, by depth
     std::string host;
     bool connect_securely = true;
     std::string error_text; ///< of the system, the TLS library or the certificate check
@@ -74,7 +77,8 @@ public:
     /// Receives the address as text; empty when none was found.
     using ResolveHandler = std::function<void(const std::string &)>;
 
-    HttpsXmlClient();
+    /// @param lookup how host names are looked up.
+    explicit HttpsXmlClient(NameResolver::BlockingLookup lookup = NameResolver::system_lookup);
     ~HttpsXmlClient();
     HttpsXmlClient(const HttpsXmlClient &) = delete;
     HttpsXmlClient &operator=(const HttpsXmlClient &) = delete;
@@ -84,13 +88,15 @@ public:
     ///
     /// @param address anything parse_uri() takes. @param port used when the address has none.
     /// @param connect_securely whether the server must prove who it is.
-    /// @throws std::logic_error for a literal address whose port is no port,
-    /// boost::system::system_error when
-    ///         TLS cannot be set up; the handler is not called then.
+    /// @param use_view_verifier judge it by the rules for View brokers.
+    /// @throws std::logic_error for a literal address whose port is no port and for a name too long
+    ///         for TLS, boost::system::system_error when TLS cannot be set up; the handler is not
+    ///         called then.
     void connect(const std::string &address, bool connect_securely, ConnectHandler on_connected,
-                 std::chrono::milliseconds timeout, const std::string &port = {});
+                 std::chrono::milliseconds timeout, const std::string &port = {},
+                 bool use_view_verifier = false);
 
-    /// Posts a document over the open connection and reads the answer.
+    /// Posts a document over the open connection and reads the answer. A failure closes it.
     void http_post_with_xml_path(std::string_view path, std::string_view xml, PostHandler on_posted,
                                  std::chrono::milliseconds timeout);
 
@@ -104,7 +110,7 @@ public:
     /// Calls a handler from run_io().
     void post(std::function<void()> handler);
 
-    /// Closes the connection at once.
+    /// Closes the connection at once; an operation under way ends as cancelled.
     void disconnect();
     /// Ends the operation under way as cancelled. From any thread.
     void cancel();
@@ -113,6 +119,13 @@ public:
     void run_io(bool block);
 
     void set_cipher_list(const char *ciphers);
+    /// Trusts these certificates besides the system's own anchors. They are read at once.
+    void setCertificateExtractor(const CertificateExtractor &extractor);
+    void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier) {
+        verification_.set_platform_verifier(std::move(verifier));
+    }
+    /// What the client shows and signs with when a server asks who it is.
+    ClientSigning &client_signing() { return signing_; }
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
     const std::string &client_log_id() const { return client_log_id_; }
 
@@ -139,7 +152,7 @@ private:
     };
 
     bool set_peer(const std::string &address, const std::string &port);
-    void prepare_tls();
+    void prepare_tls(bool use_view_verifier);
     void start_connecting();
     void connect_to(NameResolver::Endpoints endpoints);
     void connect_next();
@@ -162,18 +175,20 @@ private:
     PeerMemory &memory() { return memories_[peer_]; }
 
     boost::asio::io_context context_;
+    ClientSigning signing_; ///< outlives the streams that sign through it
     boost::asio::ssl::context tls_;
     DeadlineTimer timer_;
     NameResolver resolver_;
     std::optional<Stream> stream_;
-    bool cancelled_ = false; ///< the operation under way was ended by cancel()
+    bool cancelled_ = false; ///< the operation under way was ended by cancel() or disconnect()
 
     Peer peer_;
     std::map<Peer, PeerMemory> memories_;
     std::chrono::milliseconds timeout_{};
     bool connect_securely_ = true;
     ServerVerification verification_;
-    NameResolver::Endpoints endpoints_; ///< of the attempt under way, in the order to be tried
+    std::unique_ptr<TrustStore> own_trust_; ///< when there are anchors besides the system's
+    NameResolver::Endpoints endpoints_;     ///< of the attempt under way, in the order to be tried
     std::size_t next_endpoint_ = 0;
     ConnectHandler on_connected_;
 

@@ -9,6 +9,7 @@
 #include <boost/asio/ssl/error.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 
 // How a connection is made: address, name resolution, TCP, TLS. The handlers stand in the order in
@@ -31,11 +32,12 @@ bool is_usable_host(std::string_view host) {
 
 /// Strict: a literal address is connected to as it stands, and nobody else will look at its port.
 std::uint16_t literal_port(const std::string &port) {
-    std::size_t used = 0;
-    const int number = std::stoi(port, &used);
-    if (used != port.size())
+    int number = 0;
+    const char *const end = port.data() + port.size();
+    const auto [rest, error] = std::from_chars(port.data(), end, number);
+    if (error == std::errc::invalid_argument || rest != end)
         throw std::invalid_argument("invalid stoi argument");
-    if (number < 0 || number > 65535)
+    if (error == std::errc::result_out_of_range || number < 0 || number > 65535)
         throw std::out_of_range("stoi argument out of range");
     return static_cast<std::uint16_t>(number);
 }
@@ -50,7 +52,7 @@ bool is_unknown_ca_alert(const boost::system::error_code &error) {
 
 void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
                              ConnectHandler on_connected, std::chrono::milliseconds timeout,
-                             const std::string &port) {
+                             const std::string &port, bool use_view_verifier) {
     log_debug("ENTRY: %s, connect_securely=%s", "HttpsXmlClient::connect",
               connect_securely ? "TRUE" : "FALSE");
     log_debug("Connecting to %s (port %s) with timeout of %ld milliseconds",
@@ -60,8 +62,9 @@ void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
     connect_securely_ = connect_securely;
     timeout_ = timeout;
     cancelled_ = false;
+    verification_.begin({}, connect_securely);
     if (set_peer(address, port)) {
-        prepare_tls();
+        prepare_tls(use_view_verifier);
         start_connecting();
     } else {
         asio::post(context_, [this] { finish_connect(ConnectCode::invalid_params); });
@@ -80,18 +83,24 @@ bool HttpsXmlClient::set_peer(const std::string &address, const std::string &por
     return true;
 }
 
-void HttpsXmlClient::prepare_tls() {
+void HttpsXmlClient::prepare_tls(bool use_view_verifier) {
     stream_.emplace(context_, tls_);
     verification_.begin(peer_.host, connect_securely_);
+    if (!signing_.install(stream_->native_handle()))
+        throw_openssl_error("set_client_certificate");
     if (!connect_securely_) {
         stream_->set_verify_mode(ssl::verify_none);
         return;
     }
-    SSL_CTX_set1_cert_store(tls_.native_handle(), system_trust_store().get());
+    TrustStore &trust = own_trust_ ? *own_trust_ : TrustStore::of_process();
+    SSL_CTX_set1_cert_store(tls_.native_handle(), trust.current().get());
     stream_->set_verify_mode(ssl::verify_peer | ssl::verify_fail_if_no_peer_cert);
-    stream_->set_verify_callback([this](bool preverified, ssl::verify_context &context) {
-        return verification_.verify_server_pbp(preverified, context);
-    });
+    const auto verify = use_view_verifier ? &ServerVerification::verify_server_view
+                                          : &ServerVerification::verify_server_pbp;
+    stream_->set_verify_callback(
+        [this, verify](bool preverified, ssl::verify_context &certificates) {
+            return (verification_.*verify)(preverified, certificates);
+        });
 }
 
 void HttpsXmlClient::start_connecting() {
@@ -236,6 +245,7 @@ void HttpsXmlClient::finish_connect(ConnectCode code, std::string error_text) {
     ConnectResult result;
     result.result = code;
     result.certificates = verification_.chain();
+    result.certificate_errors = verification_.error_codes();
     result.host = peer_.host;
     result.connect_securely = connect_securely_;
     result.error_text = std::move(error_text);

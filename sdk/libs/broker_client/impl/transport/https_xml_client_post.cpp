@@ -81,7 +81,7 @@ void HttpsXmlClient::read_more() {
 }
 
 void HttpsXmlClient::handle_read(const error_code &error, std::size_t bytes) {
-    if (error)
+    if (error || cancelled_)
         return post_failed(error);
     switch (response_->received(bytes)) {
     case HttpResponseParser::State::need_more:
@@ -110,6 +110,9 @@ void HttpsXmlClient::post_failed(const error_code &error) {
 
 void HttpsXmlClient::finish_post(PostResult result) {
     timer_.clear();
+    // What may be left of the answer must not be taken for the next one.
+    if (result.result != POST_RESULT_SUCCESS)
+        close_socket();
     request_ = {};
     response_.reset();
     // The handler may start the next operation.

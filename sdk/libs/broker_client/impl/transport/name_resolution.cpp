@@ -29,19 +29,6 @@ bool is_port_number(const std::string &text) {
     return error == std::errc() && rest == end;
 }
 
-NameResolver::Endpoints system_lookup(const std::string &host, const std::string &port,
-                                      error_code &error) {
-    asio::io_context own_context;
-    const auto results =
-        tcp::resolver(own_context).resolve(host, port, tcp::resolver::numeric_service, error);
-    NameResolver::Endpoints endpoints;
-    for (const auto &entry : results) {
-        if (endpoints.size() < NameResolver::max_endpoints)
-            endpoints.push_back(entry.endpoint());
-    }
-    return endpoints;
-}
-
 } // namespace
 
 /// What the owner and the look-up's thread share. Whoever takes the handler completes the look-up;
@@ -68,7 +55,19 @@ struct NameResolver::Lookup {
     asio::executor_work_guard<asio::io_context::executor_type> work;
 };
 
-NameResolver::NameResolver(asio::io_context &context) : context_(context) {}
+NameResolver::Endpoints NameResolver::system_lookup(const std::string &host,
+                                                    const std::string &port, error_code &error) {
+    asio::io_context own_context;
+    const auto results =
+        tcp::resolver(own_context).resolve(host, port, tcp::resolver::numeric_service, error);
+    Endpoints endpoints;
+    for (const auto &entry : results)
+        endpoints.push_back(entry.endpoint());
+    return endpoints;
+}
+
+NameResolver::NameResolver(asio::io_context &context, BlockingLookup blocking_lookup)
+    : context_(context), blocking_lookup_(std::move(blocking_lookup)) {}
 
 NameResolver::~NameResolver() {
     cancel();
@@ -86,9 +85,15 @@ void NameResolver::async_resolve(const std::string &host, const std::string &por
         return;
     }
     try {
-        std::thread([lookup = lookup_, host, port] {
+        std::thread([lookup = lookup_, look_up = blocking_lookup_, host, port] {
             error_code error;
-            Endpoints endpoints = system_lookup(host, port, error);
+            Endpoints endpoints;
+            try {
+                endpoints = look_up(host, port, error);
+                endpoints.resize(std::min(endpoints.size(), max_endpoints));
+            } catch (const std::exception &) {
+                error = asio::error::no_memory; // a thread must not end the process
+            }
             if (!lookup->complete(error, std::move(endpoints)))
                 --abandoned_lookups;
         }).detach();

@@ -21,11 +21,20 @@ public:
     /// The addresses in the system's order, at most 16 of them.
     using Endpoints = std::vector<boost::asio::ip::tcp::endpoint>;
     using Handler = std::function<void(boost::system::error_code, const Endpoints &)>;
+    /// Looks a host up and waits for the answer. Runs on a thread of its own, one that may outlive
+    /// the resolver.
+    using BlockingLookup = std::function<Endpoints(const std::string &host, const std::string &port,
+                                                   boost::system::error_code &error)>;
 
     static constexpr std::size_t max_endpoints = 16;
     static constexpr int max_abandoned = 16;
 
-    explicit NameResolver(boost::asio::io_context &context);
+    /// Asks the system's resolver.
+    static Endpoints system_lookup(const std::string &host, const std::string &port,
+                                   boost::system::error_code &error);
+
+    explicit NameResolver(boost::asio::io_context &context,
+                          BlockingLookup blocking_lookup = system_lookup);
     ~NameResolver();
     NameResolver(const NameResolver &) = delete;
     NameResolver &operator=(const NameResolver &) = delete;
@@ -41,6 +50,7 @@ private:
     struct Lookup;
 
     boost::asio::io_context &context_;
+    BlockingLookup blocking_lookup_;
     std::shared_ptr<Lookup> lookup_;
 };
 

@@ -1,19 +1,15 @@
 #pragma once
 
+#include "transport/certificate_verdict.h"
 #include "utils/src/cert_chain.h"
+#include "utils/src/cert_verifier.h"
 
 #include <boost/asio/ssl/verify_context.hpp>
 
+#include <memory>
 #include <string>
 
 namespace kavro {
-
-enum class VerificationOutcome {
-    not_checked = 0,        ///< the connection was made without verification
-    passed = 1,             ///< verified, nothing failed
-    failed = 2,             ///< the server is rejected
-    failed_but_warnable = 3 ///< a fault that the user may accept
-};
 
 /// Judges the server's certificate chain during one TLS handshake.
 ///
@@ -21,28 +17,39 @@ enum class VerificationOutcome {
 /// chain and the reason. The connection counts only when outcome() says so.
 class ServerVerification {
 public:
+    /// The platform's word counts where the TLS library does not trust a certificate.
+    void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier);
+
     /// Prepares for the next handshake.
     void begin(std::string host, bool connect_securely);
 
-    /// Called by the TLS library for every certificate of the chain, the server's own (depth 0)
-    /// last. Always true: the verdict is in outcome().
+    // Called by the TLS library for every certificate of the chain, the server's own (depth 0)
+    // last, and once more for every fault. Always true: the verdict is in outcome().
     bool verify_server_pbp(bool preverified, boost::asio::ssl::verify_context &context) noexcept;
+    bool verify_server_view(bool preverified, boost::asio::ssl::verify_context &context) noexcept;
 
     /// A secure handshake in which the server's own certificate was never judged has failed.
     VerificationOutcome outcome() const;
     const Security::cX509_CERT_CHAIN &chain() const { return chain_; }
-    const std::string &error_text() const { return error_text_; }
+    const std::vector<std::uint32_t> &error_codes() const { return verdict_.codes; }
+    const std::string &error_text() const { return verdict_.error_text; }
 
 private:
-    bool accepts(bool preverified, boost::asio::ssl::verify_context &context);
-    void reject(std::string reason);
+    enum class Rules { pbp, view };
 
+    bool verify(Rules rules, bool preverified, boost::asio::ssl::verify_context &context) noexcept;
+    void judge_certificate(Rules rules, bool preverified,
+                           boost::asio::ssl::verify_context &context);
+    void judge_for_view(CertificateFacts &facts, X509 *certificate, Judgement &judgement);
+    void log_result(const char *function, const CertificateFacts &facts,
+                    const Judgement &judgement) const;
+
+    std::shared_ptr<ICertVerifier> platform_verifier_ = std::make_shared<AlwaysBadCertVerifier>();
     std::string host_;
     bool connect_securely_ = false;
     bool leaf_seen_ = false;
-    VerificationOutcome outcome_ = VerificationOutcome::not_checked;
+    ChainVerdict verdict_;
     Security::cX509_CERT_CHAIN chain_;
-    std::string error_text_;
 };
 
 } // namespace kavro

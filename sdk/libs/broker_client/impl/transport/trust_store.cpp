@@ -1,5 +1,8 @@
 #include "transport/trust_store.h"
 
+#include "utils/src/broker_log.h"
+
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
@@ -25,20 +28,6 @@ struct FileStamp {
     bool operator==(const FileStamp &) const = default;
 };
 
-struct TrustSource {
-    FileStamp file{
-        from_environment(X509_get_default_cert_file_env(), X509_get_default_cert_file())};
-    FileStamp folder{
-        from_environment(X509_get_default_cert_dir_env(), X509_get_default_cert_dir())};
-
-    bool operator==(const TrustSource &) const = default;
-
-    static fs::path from_environment(const char *variable, const char *fallback) {
-        const char *value = std::getenv(variable);
-        return value != nullptr ? value : fallback;
-    }
-};
-
 X509StoreHandle load_default_paths() {
     drain_openssl_errors();
     X509StoreHandle store(X509_STORE_new());
@@ -48,21 +37,106 @@ X509StoreHandle load_default_paths() {
     return store;
 }
 
+/// More, or larger ones, nobody trusts; a broken extractor may say anything.
+constexpr int max_anchors = 10'000;
+constexpr int max_anchor_bytes = 1024 * 1024;
+
+X509Handle extract_certificate(const CertificateExtractor &extractor, int index) {
+    const int size = extractor.size(index);
+    if (size <= 0 || size > max_anchor_bytes)
+        return nullptr;
+    std::vector<std::uint8_t> der(static_cast<std::size_t>(size));
+    if (!extractor.copy(index, der.data()))
+        return nullptr;
+    return Security::decode_certificate(der);
+}
+
+std::string one_line_name(const X509_NAME *name) {
+    char text[256];
+    return X509_NAME_oneline(name, text, sizeof text) != nullptr ? printable(text) : "";
+}
+
+std::string serial_number(const X509 *certificate) {
+    const BignumHandle number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
+    const OpenSslText text(number ? BN_bn2hex(number.get()) : nullptr);
+    return text ? text.get() : "";
+}
+
+bool add_anchor(X509_STORE *store, X509 *certificate) {
+    const bool added = X509_STORE_add_cert(store, certificate) == 1;
+    drain_openssl_errors();
+    const std::string subject = one_line_name(X509_get_subject_name(certificate));
+    const std::string issuer = one_line_name(X509_get_issuer_name(certificate));
+    const std::string serial = serial_number(certificate);
+    if (added)
+        log_verbose("HttpsXmlClient::setCertificateExtractor(): added subject '%s', issuer '%s', "
+                    "serial '%s'.",
+                    subject.c_str(), issuer.c_str(), serial.c_str());
+    else
+        broker_log(LogCategory::general, LogSeverity::debug, generic_error,
+                   "HttpsXmlClient::setCertificateExtractor(): COULDN'T add subject '%s', issuer "
+                   "'%s', serial '%s'.",
+                   subject.c_str(), issuer.c_str(), serial.c_str());
+    return added;
+}
+
 } // namespace
 
-X509StoreHandle system_trust_store() {
-    static std::mutex mutex;
-    static X509StoreHandle store;
-    static TrustSource loaded_from;
-
-    const TrustSource now;
-    const std::lock_guard lock(mutex);
-    if (!store || !(loaded_from == now)) {
-        store = load_default_paths();
-        loaded_from = now;
+std::vector<X509Handle> extract_certificates(const CertificateExtractor &extractor) {
+    std::vector<X509Handle> certificates;
+    if (!extractor)
+        return certificates;
+    const int count = extractor.count();
+    const X509StoreHandle distinct(X509_STORE_new());
+    for (int index = 0; index < std::min(count, max_anchors); ++index) {
+        X509Handle certificate = extract_certificate(extractor, index);
+        if (certificate && add_anchor(distinct.get(), certificate.get()))
+            certificates.push_back(std::move(certificate));
     }
-    X509_STORE_up_ref(store.get());
-    return X509StoreHandle(store.get());
+    log_debug(
+        "HttpsXmlClient::setCertificateExtractor(): %d of %d certificates added successfully.",
+        static_cast<int>(certificates.size()), count);
+    return certificates;
+}
+
+/// Where the system's anchors come from, and in which state that was.
+struct TrustStore::Source {
+    FileStamp file{
+        from_environment(X509_get_default_cert_file_env(), X509_get_default_cert_file())};
+    FileStamp folder{
+        from_environment(X509_get_default_cert_dir_env(), X509_get_default_cert_dir())};
+
+    bool operator==(const Source &) const = default;
+
+    static fs::path from_environment(const char *variable, const char *fallback) {
+        const char *value = std::getenv(variable);
+        return value != nullptr ? value : fallback;
+    }
+};
+
+TrustStore::TrustStore(std::vector<X509Handle> own_anchors)
+    : own_anchors_(std::move(own_anchors)) {}
+
+TrustStore::~TrustStore() = default;
+
+TrustStore &TrustStore::of_process() {
+    static TrustStore store;
+    return store;
+}
+
+X509StoreHandle TrustStore::current() {
+    const Source now;
+    const std::lock_guard lock(mutex_);
+    if (!store_ || !(*loaded_from_ == now)) {
+        X509StoreHandle loaded = load_default_paths();
+        for (const auto &anchor : own_anchors_)
+            X509_STORE_add_cert(loaded.get(), anchor.get());
+        drain_openssl_errors();
+        loaded_from_ = std::make_unique<Source>(now);
+        store_ = std::move(loaded);
+    }
+    X509_STORE_up_ref(store_.get());
+    return X509StoreHandle(store_.get());
 }
 
 } // namespace kavro

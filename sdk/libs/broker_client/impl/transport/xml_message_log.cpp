@@ -107,10 +107,11 @@ std::optional<std::size_t> find_local_name(const std::array<std::string_view, N>
     return static_cast<std::size_t>(found - names.begin());
 }
 
-/// Anything but a plain "false" counts as the wish to hide.
+/// Anything but a plain "false" counts as the wish to hide, also beside one.
 bool is_marked_secret(XmlNode element) {
-    const auto mark = element.attribute("do-not-log");
-    return mark && *mark != "false";
+    return std::ranges::any_of(element.attributes(), [](const XmlAttribute &attribute) {
+        return same_local_name(attribute.name, "do-not-log") && attribute.value != "false";
+    });
 }
 
 bool is_control(char c) {
@@ -165,7 +166,9 @@ private:
             write_connect_tag(element.text());
         else
             write_content(element, depth);
-        ((text_ += "</") += name) += ">\n";
+        text_ += "</";
+        append_shown(text_, name);
+        text_ += ">\n";
     }
 
     void note_name(std::string_view name) {
@@ -175,9 +178,12 @@ private:
     }
 
     void write_start_tag(XmlNode element) {
-        (text_ += '<') += element.name();
+        text_ += '<';
+        append_shown(text_, element.name());
         for (const auto &[name, value] : element.attributes()) {
-            ((text_ += ' ') += name) += "=\"";
+            text_ += ' ';
+            append_shown(text_, name);
+            text_ += "=\"";
             append_shown(text_, value);
             text_ += '"';
         }

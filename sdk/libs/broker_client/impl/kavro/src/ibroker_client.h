@@ -1,6 +1,8 @@
 #pragma once
 
 #include "kavro/src/results.h"
+#include "transport/client_signing.h"
+#include "transport/trust_store.h"
 
 #include <chrono>
 #include <span>
@@ -72,6 +74,10 @@ public:
                                    OperationHandler handler) = 0;
     virtual void do_logout(LogoutHandler handler) = 0;
 
+    virtual void set_signing_function(SigningFunction sign) = 0;
+    /// False for a certificate that cannot be signed for.
+    virtual bool set_client_certificate(X509Handle certificate) = 0;
+    virtual void set_certificate_extractor(const CertificateExtractor &extractor) = 0;
     virtual std::string get_protocol_name() const = 0;
     virtual void enable_ipv6(bool enable) = 0;
     /// Runs handlers: all until no work is left (block), or only those that are ready.

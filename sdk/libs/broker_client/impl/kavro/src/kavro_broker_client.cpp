@@ -21,9 +21,6 @@ using namespace std::chrono_literals;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr milliseconds usual_timeout = 30000ms;
-constexpr milliseconds authentication_timeout = 40000ms;
-
 constexpr const char *cipher_list =
     "ECDHE-RSA-AES256-GCM-SHA384:ECDHE-RSA-AES128-GCM-SHA256:ECDHE-RSA-AES256-SHA384:"
     "ECDHE-RSA-AES128-SHA256:AES256-GCM-SHA384:AES128-GCM-SHA256:AES256-SHA256:AES128-SHA256:"
@@ -74,7 +71,7 @@ void require(const Handler &handler, const char *function) {
 
 } // namespace
 
-cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT() {
+cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT(Timeouts timeouts) : timeouts_(timeouts) {
     transport_.set_cipher_list(cipher_list);
     transport_.set_client_log_id(nil_uuid);
 }
@@ -99,7 +96,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
             [this, handler](const ConnectResult &result) {
                 handle_connect_to_broker(result, handler);
             },
-            usual_timeout);
+            timeouts_.usual);
         return true;
     } catch (const std::logic_error &unusable_address) {
         handler({ERROR_CODE_INVALID_PARAMS, unusable_address.what(), {}, {}}, {});
@@ -123,6 +120,7 @@ void cKAVRO_BROKER_CLIENT::handle_connect_to_broker(const ConnectResult &result,
     certificates.certificates = result.certificates;
     if (result.result == ConnectCode::certificate_failed ||
         result.result == ConnectCode::certificate_failed_but_warnable) {
+        certificates.errors = result.certificate_errors;
         certificates.host = result.host;
         certificates.error_text = result.error_text;
         certificates.connected_securely = result.connect_securely;
@@ -168,7 +166,7 @@ void cKAVRO_BROKER_CLIENT::do_hello(const Variables &client_variables, HelloHand
     require(handler, "cKAVRO_BROKER_CLIENT::handle_hello_resp");
     exchange<HelloAnswer>(
         hello_request(protocol_version_, identity_, oauth_enabled_, client_variables),
-        usual_timeout,
+        timeouts_.usual,
         [this](XmlNode message, HelloAnswer &answer) {
             return read_hello(message, oauth_enabled_, answer);
         },
@@ -202,7 +200,7 @@ void cKAVRO_BROKER_CLIENT::authenticate(AuthRequest kind, const SecureText &requ
                                         const char *handler_name, AuthHandler handler) {
     require(handler, handler_name);
     exchange<AuthAnswer>(
-        request, authentication_timeout,
+        request, timeouts_.authentication,
         [this, kind](XmlNode message, AuthAnswer &answer) {
             return read_authentication(kind, message, oauth_enabled_, answer);
         },
@@ -278,7 +276,7 @@ void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_get_resource_list_resp");
     known_desktops_.clear();
     exchange<std::vector<cDESKTOP_LIST_RESULT>>(
-        resource_list_request(protocol_version_), usual_timeout,
+        resource_list_request(protocol_version_), timeouts_.usual,
         [this](XmlNode message, std::vector<cDESKTOP_LIST_RESULT> &list) {
             BrokerResult result = read_resource_list(message, known_desktops_);
             if (result.code == ERROR_CODE_NONE) {
@@ -341,7 +339,7 @@ void cKAVRO_BROKER_CLIENT::perform_operation(std::string_view resource_id,
     require(handler, "cKAVRO_BROKER_CLIENT::handle_perform_desktop_operation");
     struct Nothing {};
     exchange<Nothing>(
-        power_operation_request(protocol_version_, resource_id, command), usual_timeout,
+        power_operation_request(protocol_version_, resource_id, command), timeouts_.usual,
         [](XmlNode message, Nothing &) { return read_power_operation(message); },
         [command, handler = std::move(handler)](const BrokerResult &result, Nothing) {
             handler(result, command);
@@ -355,7 +353,7 @@ void cKAVRO_BROKER_CLIENT::do_logout(LogoutHandler handler) {
     request.line("<bye/>");
     transport_.http_post_with_xml_path(
         broker_path, std::move(request).finish(),
-        [handler = std::move(handler)](const PostResult &) { handler({}); }, usual_timeout);
+        [handler = std::move(handler)](const PostResult &) { handler({}); }, timeouts_.usual);
 }
 
 } // namespace kavro

@@ -17,7 +17,13 @@ class cKAVRO_BROKER_CLIENT final : public iBROKER_CLIENT {
 public:
     static constexpr std::uint32_t variant = 0x4B415652; // "KAVR"
 
-    cKAVRO_BROKER_CLIENT();
+    struct Timeouts {
+        std::chrono::milliseconds usual{30000};
+        std::chrono::milliseconds authentication{40000};
+    };
+
+    cKAVRO_BROKER_CLIENT() : cKAVRO_BROKER_CLIENT(Timeouts()) {}
+    explicit cKAVRO_BROKER_CLIENT(Timeouts timeouts);
 
     std::uint32_t get_variant() const override { return variant; }
     bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) override;
@@ -47,6 +53,15 @@ public:
                            OperationHandler handler) override;
     void do_logout(LogoutHandler handler) override;
 
+    void set_signing_function(SigningFunction sign) override {
+        transport_.client_signing().set_signing_function(std::move(sign));
+    }
+    bool set_client_certificate(X509Handle certificate) override {
+        return transport_.client_signing().set_client_certificate(std::move(certificate));
+    }
+    void set_certificate_extractor(const CertificateExtractor &extractor) override {
+        transport_.setCertificateExtractor(extractor);
+    }
     std::string get_protocol_name() const override { return "Kavro"; }
     void enable_ipv6(bool) override {} // the transport takes either kind of address as it comes
     void run_io(bool block) override { transport_.run_io(block); }
@@ -70,6 +85,7 @@ private:
     void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
                         const AllocationHandler &handler);
 
+    const Timeouts timeouts_;
     HttpsXmlClient transport_;
     ClientIdentity identity_;
     std::string protocol_version_{initial_protocol_version};

@@ -26,6 +26,14 @@ X509Handle parse_pem(std::string_view pem) {
 
 } // namespace
 
+X509Handle decode_certificate(std::span<const uint8_t> der) {
+    ERR_set_mark();
+    const unsigned char *rest = der.data();
+    X509Handle certificate(d2i_X509(nullptr, &rest, static_cast<long>(der.size())));
+    ERR_pop_to_mark();
+    return rest == der.data() + der.size() ? std::move(certificate) : nullptr;
+}
+
 void cX509_CERT_CHAIN::set_cert(std::size_t depth, X509 *certificate) {
     constexpr const char *function = "Security::cX509_CERT_CHAIN::set_cert";
     const int length = i2d_X509(certificate, nullptr);

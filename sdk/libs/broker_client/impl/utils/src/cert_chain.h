@@ -1,14 +1,18 @@
 #pragma once
 
-#include <openssl/x509.h>
+#include "utils/src/openssl_handles.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 namespace kavro::Security {
+
+/// The certificate that these bytes are, all of them; null when they are none.
+X509Handle decode_certificate(std::span<const uint8_t> der);
 
 /// A chain of certificates in DER form by depth, the peer's own first. An entry is empty while
 /// its certificate has not been seen. A plain list of certificates is kept in the same way.

@@ -1,0 +1,93 @@
+#include "kavro_broker_extras.h"
+
+#include <algorithm>
+#include <iterator>
+
+// Results in words.
+
+namespace {
+
+struct ResultRow {
+    kavro_broker_result code;
+    const char *name;
+    const char *sentence;
+};
+
+#define RESULT(code) KAVRO_BROKER_##code, "KAVRO_BROKER_" #code
+
+constexpr ResultRow result_rows[] = {
+    {RESULT(OK), "It worked."},
+    {RESULT(ERR_INVALID_PARAMETER), "The broker's address or another value cannot be used."},
+    {RESULT(ERR_BUFFER_TOO_SMALL), "A value is larger than expected."},
+    {RESULT(ERR_TIMEOUT), "The broker did not answer in time."},
+    {RESULT(ERR_CANCELLED), "Cancelled."},
+    {RESULT(ERR_NOT_AUTHENTICATED), "The broker wants a log-in first."},
+    {RESULT(ERR_INVALID_STATE), "The broker has no session for this request."},
+    {RESULT(ERR_NOT_AVAILABLE), "The broker did not send this value."},
+    {RESULT(ERR_NO_BROKER_FOUND), "No broker answers at this address."},
+    {RESULT(ERR_NOT_IMPLEMENTED), "This kind of broker does not offer that."},
+    {RESULT(ERR_CREATE_FAILED), "There is no client for this kind of broker."},
+    {RESULT(ERR_NO_LOG_FUNCTION), "The library was not set up."},
+    {RESULT(ERR_CONNECT_RESOLVE_FAILED), "The broker's host name has no address."},
+    {RESULT(ERR_CONNECT_FAILED), "The broker cannot be reached."},
+    {RESULT(ERR_CONNECT_REFUSED), "Nobody listens on the broker's port."},
+    {RESULT(ERR_TLS_HANDSHAKE_FAILED), "No secure connection to the broker could be agreed on."},
+    {RESULT(ERR_TLS_PROTOCOL_ERROR), "The secure connection to the broker broke."},
+    {RESULT(ERR_SOCKET_OR_SYS_FAILURE), "The connection to the broker was lost."},
+    {RESULT(ERR_MANGLED_RESPONSE), "The broker's answer cannot be understood."},
+    {RESULT(ERR_HTTP_NOT_OK), "The broker's web server refused the request."},
+    {RESULT(ERR_CERTIFICATE_FAILED), "The broker's certificate is rejected."},
+    {RESULT(ERR_CERTIFICATE_FAILED_BUT_WARNABLE),
+     "The broker's certificate was issued by somebody who is not known here."},
+    {RESULT(ERR_UNSUPPORTED_VERSION), "The broker speaks another version of the protocol."},
+    {RESULT(ERR_UNSUPPORTED_REQUEST), "The broker did not expect this request."},
+    {RESULT(ERR_BROKER_SYS_FAILED), "The broker reports a failure of its system."},
+    {RESULT(ERR_BROKER_RESP_FAILED), "The broker could not make its answer."},
+    {RESULT(ERR_AGENT_FAILED), "The desktop's agent failed."},
+    {RESULT(ERR_GATEWAY_FAILED), "The gateway failed."},
+    {RESULT(ERR_CM_FAILED), "The connection manager failed."},
+    {RESULT(ERR_PROTOCOL_GENERIC), "The broker reports an error."},
+    {RESULT(ERR_AUTH_BLOCKED), "The account is blocked."},
+    {RESULT(ERR_AUTH_UNKNOWN_USERNAME_PASSWORD), "The user name or the password is wrong."},
+    {RESULT(ERR_AUTH_USER_HAS_NO_RESOURCE), "The user may use nothing here."},
+    {RESULT(ERR_AUTH_ACCESS_DENIED), "Access is denied."},
+    {RESULT(ERR_AUTH_DISCLAIMER_REJECTED), "The disclaimer was not accepted."},
+    {RESULT(ERR_AUTH_WEAK_PASSWORD), "The new password is too weak."},
+    {RESULT(ERR_AUTH_MAX_RETRIES_EXCEEDED), "There were too many attempts."},
+    {RESULT(ERR_AUTH_NOT_SUPPORTED), "The broker offers no way to log in that is supported here."},
+    {RESULT(ERR_AUTH_DOMAIN_CONTROLLER_ERROR), "The domain controller failed."},
+    {RESULT(ERR_AUTH_OAUTH_CODE_INVALID), "The OAuth code is invalid."},
+    {RESULT(ERR_AUTH_OAUTH_TOKEN_INVALID), "The OAuth token is invalid."},
+    {RESULT(ERR_AUTH_OAUTH_TOKEN_SCOPE), "The OAuth token is for something else."},
+    {RESULT(ERR_AUTH_CERTIFICATE_REJECTED), "The user's certificate is refused."},
+    {RESULT(ERR_AUTH_DIALOG_INVALID_USER_ENTRY), "The broker does not accept what was entered."},
+    {RESULT(ERR_AUTH_INVALID_FIELD_BUTTON_ID), "The broker does not know that field or button."},
+    {RESULT(ERR_VM_LIST_NO_ENTITLEMENT), "The user may use no desktop."},
+    {RESULT(ERR_CONNECT_DESKTOP_NO_LICENSE), "No licence is free."},
+    {RESULT(ERR_CONNECT_DESKTOP_FAILED), "The desktop could not be started."},
+    {RESULT(ERR_CONNECT_DESKTOP_PENDING), "The desktop is still being prepared; try again later."},
+    {RESULT(ERR_SESSION_PROVISION_TIMEOUT), "The desktop's session was not provided in time."},
+    {RESULT(ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED),
+     "The desktop's session could not be provided."},
+    {RESULT(ERR_CONNECT_DESKTOP_710), "The broker refused to connect the desktop."},
+    {RESULT(ERR_DESKTOP_OPERATION_NOT_SUPPORTED), "The desktop does not offer this operation."},
+    {RESULT(ERR_DESKTOP_OPERATION_FAILED), "The operation did not work."},
+};
+
+#undef RESULT
+
+const ResultRow &find_row(kavro_broker_result code) {
+    static constexpr ResultRow unknown = {0, "UNKNOWN", "The result is unknown."};
+    const auto *row = std::ranges::find(result_rows, code, &ResultRow::code);
+    return row == std::end(result_rows) ? unknown : *row;
+}
+
+} // namespace
+
+const char *kavro_broker_result_name(kavro_broker_result code) {
+    return find_row(code).name;
+}
+
+const char *kavro_broker_result_text(kavro_broker_result code) {
+    return find_row(code).sentence;
+}

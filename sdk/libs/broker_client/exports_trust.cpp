@@ -1,0 +1,64 @@
+#include "export_guard.h"
+#include "kavro_broker_extras.h"
+
+#include <algorithm>
+#include <span>
+#include <utility>
+
+// Whom the client trusts, and how it shows who it is.
+
+using namespace kavro;
+
+namespace {
+
+/// Hands the anchors of a chain record to whoever asks for them by index.
+CertificateExtractor extractor_of(const Security::cX509_CERT_CHAIN &anchors) {
+    const auto entry = [&anchors](int index) -> const Security::cX509_CERT_CHAIN::Der & {
+        return anchors.entries()[static_cast<std::size_t>(index)];
+    };
+    return {[&anchors] { return static_cast<int>(anchors.size()); },
+            [entry](int index) { return static_cast<int>(entry(index).size()); },
+            [entry](int index, std::uint8_t *der) {
+                std::ranges::copy(entry(index), der);
+                return true;
+            }};
+}
+
+} // namespace
+
+kavro_broker_result kavro_broker_use_signing_certificate(kavro_broker_handle handle,
+                                                         const uint8_t *certificate, size_t length,
+                                                         kavro_broker_sign_function sign,
+                                                         void *context) {
+    if (sign == nullptr)
+        return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    return with_handle(handle, {certificate}, [&](broker_client_impl &client) {
+        auto decoded = Security::decode_certificate({certificate, length});
+        if (!decoded || !client.protocol->set_client_certificate(std::move(decoded)))
+            return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+        client.protocol->set_signing_function(
+            [sign, context](const uint8_t *digest, size_t digest_length, uint8_t *signature,
+                            size_t *signature_length) {
+                return sign(context, digest, digest_length, signature, signature_length);
+            });
+        return KAVRO_BROKER_OK;
+    });
+}
+
+kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle handle,
+                                                  const uint8_t *certificate, size_t length) {
+    return with_handle(handle, {certificate}, [&](broker_client_impl &client) {
+        if (!Security::decode_certificate({certificate, length}))
+            return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+        client.trust_anchors.append_der({certificate, certificate + length});
+        client.protocol->set_certificate_extractor(extractor_of(client.trust_anchors));
+        return KAVRO_BROKER_OK;
+    });
+}
+
+kavro_broker_result kavro_broker_get_certificate_error_text(kavro_broker_handle handle,
+                                                            char *buffer, size_t *length) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        return put_text({client.certificates.error_text, buffer, length});
+    });
+}

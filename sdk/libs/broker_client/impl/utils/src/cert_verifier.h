@@ -1,0 +1,25 @@
+#pragma once
+
+#include <openssl/x509.h>
+
+namespace kavro {
+
+/// A second authority, besides the TLS library's own chain check, on whether a certificate is
+/// trusted.
+class ICertVerifier {
+public:
+    virtual ~ICertVerifier() = default;
+    virtual void reserved() {} ///< holds a place in the virtual table
+    virtual bool verify(X509 *certificate) = 0;
+    /// Remembers a certificate that was accepted, for the chains of others.
+    virtual bool add(X509 *certificate) = 0;
+};
+
+/// Trusts nothing, so that the TLS library alone decides.
+class AlwaysBadCertVerifier final : public ICertVerifier {
+public:
+    bool verify(X509 *) override { return false; }
+    bool add(X509 *) override { return true; }
+};
+
+} // namespace kavro

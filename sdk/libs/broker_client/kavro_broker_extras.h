@@ -1,0 +1,65 @@
+/**
+ * @file kavro_broker_extras.h
+ * @brief More of broker_client: trust, signing with keys that live elsewhere, results in words.
+ *
+ * The conventions are those of kavro_broker.h.
+ */
+#ifndef KAVRO_BROKER_EXTRAS_H
+#define KAVRO_BROKER_EXTRAS_H
+
+#include "kavro_broker.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Lets the client show a certificate to brokers that ask for one, and sign with a key that the
+ * library never sees.
+ *
+ * Such connections speak TLS 1.2 at most and sign with PKCS #1 v1.5 (RFC 8017 section 8.2): the
+ * signing function gets the bare digest, and tells the hash function by its length (32 bytes
+ * SHA-256, 48 SHA-384, 64 SHA-512). A broker that insists on TLS 1.3 or on PSS signatures ends the
+ * handshake (203), and so does a signing function that fails or gives a signature of another length
+ * than the key's. It is called on the thread that is inside the request, which waits for it: no
+ * deadline reaches into it.
+ *
+ * @param certificate the client's certificate in DER form, copied. Its key must be an RSA key.
+ * @param length its length in bytes.
+ * @param sign asked for every signature, until the handle is freed or another is set.
+ * @param context handed to `sign` as it is; may be null.
+ * @return 0; 2 for a missing argument or bytes that are no certificate with an RSA key, with
+ * whatever was set before left in place.
+ */
+KAVRO_BROKER_API kavro_broker_result
+kavro_broker_use_signing_certificate(kavro_broker_handle handle, const uint8_t *certificate,
+                                     size_t length, kavro_broker_sign_function sign, void *context);
+
+/**
+ * Trusts a certificate as an issuer of brokers' certificates, besides the system's own anchors, for
+ * this handle. May be called repeatedly, for several.
+ *
+ * @param certificate the certificate in DER form, copied.
+ * @param length its length in bytes.
+ * @return 0; 2 for bytes that are no certificate.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle handle,
+                                                                   const uint8_t *certificate,
+                                                                   size_t length);
+
+/** Why the broker's certificate was not accepted, after 300 or 301; else empty. */
+KAVRO_BROKER_API kavro_broker_result
+kavro_broker_get_certificate_error_text(kavro_broker_handle handle, char *buffer, size_t *length);
+
+/** The name of a result code, as "KAVRO_BROKER_ERR_TIMEOUT"; "UNKNOWN" for a number that is none.
+ * The text is constant and never freed. */
+KAVRO_BROKER_API const char *kavro_broker_result_name(kavro_broker_result code);
+
+/** A result code in an English sentence. The text is constant and never freed. */
+KAVRO_BROKER_API const char *kavro_broker_result_text(kavro_broker_result code);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KAVRO_BROKER_EXTRAS_H */
