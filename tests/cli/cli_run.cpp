@@ -1,0 +1,80 @@
+#include "cli_run.h"
+
+#include "application.h"
+
+#include <sstream>
+#include <unistd.h>
+
+namespace {
+
+class ScriptedUser : public kavro_cli::Console {
+public:
+    explicit ScriptedUser(std::vector<std::string> lines) : lines_(lines.begin(), lines.end()) {}
+
+    void write(std::string_view text) override { shown += text; }
+
+    bool ask(std::string_view prompt, kavro_cli::Secret &line, Echo echo) override {
+        shown += prompt;
+        if (lines_.empty())
+            return false;
+        line = kavro_cli::Secret(lines_.front());
+        shown += (echo == Echo::on ? lines_.front() : "") + "\n";
+        lines_.pop_front();
+        return true;
+    }
+
+    std::size_t width() const override { return 40; }
+
+    std::string shown;
+
+private:
+    std::deque<std::string> lines_;
+};
+
+Outcome run_with(kavro_cli::Console *console, std::vector<std::string> arguments,
+                 kavro_cli::Interruption &interruption, std::chrono::milliseconds retry_pause) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const kavro_cli::Surroundings surroundings{.out = out,
+                                               .err = err,
+                                               .console = console,
+                                               .interruption = interruption,
+                                               .login_name = "unixuser",
+                                               .retry_pause = retry_pause};
+    arguments.insert(arguments.end(), {"--broker", "broker.example"});
+    const int status = kavro_cli::run_application(std::move(arguments), surroundings);
+    return {status, out.str(), err.str(), {}};
+}
+
+} // namespace
+
+CliTest::CliTest() {
+    fake::broker = {};
+    fake::broker.desktops = {{"Alpha", "vm-1", "VM", "ON", "OK", {"down", "restart"}},
+                             {"Beta", "vm-2", "VM", "OFF", "", {"up"}}};
+}
+
+CliTest::~CliTest() {
+    for (const int descriptor : descriptors_)
+        close(descriptor);
+}
+
+Outcome CliTest::run(std::vector<std::string> arguments) {
+    return run_with(nullptr, std::move(arguments), interruption, retry_pause);
+}
+
+Outcome CliTest::run(std::vector<std::string> arguments, std::vector<std::string> typed) {
+    ScriptedUser user(std::move(typed));
+    auto outcome = run_with(&user, std::move(arguments), interruption, retry_pause);
+    outcome.shown = user.shown;
+    return outcome;
+}
+
+int CliTest::descriptor_with(const std::string &text) {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe(ends), 0);
+    EXPECT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(ends[1]);
+    descriptors_.push_back(ends[0]);
+    return ends[0];
+}

@@ -1,0 +1,81 @@
+#include "terminal_program.h"
+
+#include "broker_sim.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// The program as it is shipped, on a terminal, against a broker that asks for a password.
+class TerminalTest : public testing::Test {
+protected:
+    static constexpr const char *password = "hush-hush-4711";
+
+    TerminalTest() : simulator(scenario()) {
+        simulator.write_ca(folder / "ca.pem");
+        std::filesystem::create_directory(folder / "no-other-trust");
+    }
+    ~TerminalTest() override { std::filesystem::remove_all(folder); }
+
+    static broker_sim::Scenario scenario() {
+        broker_sim::Scenario scenario;
+        scenario.users = {{.username = "alice", .password = password, .domain = "EXAMPLE"}};
+        scenario.domains = {"EXAMPLE"};
+        scenario.desktops = {{.name = "Build server", .id = "vm-1"}};
+        scenario.authentication = {{.methods = {"password"}}};
+        return scenario;
+    }
+
+    TerminalProgram start() const {
+        return TerminalProgram({KAVRO_BROKER_PROGRAM, "list", "--broker",
+                                simulator.address() + ":" + std::to_string(simulator.port()),
+                                "--user", "alice"},
+                               {"TERM=xterm", "SSL_CERT_FILE=" + (folder / "ca.pem").string(),
+                                "SSL_CERT_DIR=" + (folder / "no-other-trust").string()});
+    }
+
+    std::filesystem::path folder = [] {
+        auto name = (std::filesystem::temp_directory_path() / "kavro-cli-XXXXXX").string();
+        return std::filesystem::path(mkdtemp(name.data()));
+    }();
+    broker_sim::Simulator simulator;
+};
+
+TEST_F(TerminalTest, a_password_is_not_shown) {
+    auto program = start();
+    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+    EXPECT_FALSE(program.echoes());
+    program.type(std::string(password) + "\n");
+    EXPECT_EQ(program.wait_for_exit(20s), 0) << program.screen();
+    EXPECT_NE(program.screen().find("Build server"), std::string::npos) << program.screen();
+    EXPECT_EQ(program.screen().find(password), std::string::npos) << program.screen();
+    EXPECT_TRUE(program.echoes());
+}
+
+TEST_F(TerminalTest, ctrl_c_ends_a_prompt_and_restores_the_terminal) {
+    auto program = start();
+    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+    program.type("half a passw\x03");
+    EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
+    EXPECT_TRUE(program.echoes());
+}
+
+TEST_F(TerminalTest, ctrl_c_ends_a_request_that_the_broker_does_not_answer) {
+    simulator.inject(
+        {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
+    auto program = start();
+    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+    program.type(std::string(password) + "\n");
+    ASSERT_TRUE(program.wait_for("Listing the desktops")) << program.screen();
+    program.type("\x03");
+    EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
+    EXPECT_TRUE(program.echoes());
+    EXPECT_NE(program.screen().find("Cancelled."), std::string::npos) << program.screen();
+}
+
+} // namespace

@@ -1,0 +1,78 @@
+#include "display_text.h"
+#include "spinner.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+using namespace kavro_cli;
+
+namespace {
+
+TEST(DisplayText, makes_visible_what_a_terminal_would_obey) {
+    struct Case {
+        std::string text, one_line, many_lines;
+    };
+    const Case cases[] = {
+        {"plain é 日 😀", "plain é 日 😀", "plain é 日 😀"},
+        {"a\x1b[2J\x7f", "a\\x1b[2J\\x7f", "a\\x1b[2J\\x7f"},
+        {"a\r\nb\rc\n", "a\\x0d\\x0ab\\x0dc\\x0a", "a\nb\\x0dc\n"},
+        {"\u009b31m", "\\x9b31m", "\\x9b31m"},
+        {"x\u202ey", "x\\u202ey", "x\\u202ey"},
+        {"\xff\xc3", "\\xff\\xc3", "\\xff\\xc3"},
+        {"\xc0\x9b", "\\xc0\\x9b", "\\xc0\\x9b"},
+        {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\\xed\\xa0\\x80"},
+        {std::string("a\0b", 3), "a\\x00b", "a\\x00b"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(visible(c.text), c.one_line);
+        EXPECT_EQ(visible(c.text, Lines::many), c.many_lines);
+    }
+}
+
+TEST(DisplayText, wraps_words_by_their_width) {
+    EXPECT_EQ(word_wrapped("one two three", 7), "one two\nthree");
+    EXPECT_EQ(word_wrapped("one  two\n\n three", 20), "one two\n\nthree");
+    EXPECT_EQ(word_wrapped("日本 日本 日本", 9), "日本 日本\n日本");
+    EXPECT_EQ(word_wrapped("unbreakable x", 4), "unbreakable\nx");
+}
+
+/// Collects what the spinner writes and lets a test wait for it.
+struct Screen {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<std::string> written;
+
+    Spinner::Write write() {
+        return [this](std::string_view text) {
+            const std::lock_guard lock(mutex);
+            written.emplace_back(text);
+            changed.notify_all();
+        };
+    }
+    void wait_for_anything() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return !written.empty(); });
+    }
+};
+
+TEST(Spinner, leaves_a_clean_line) {
+    Screen screen;
+    {
+        const Spinner spinner("Working", screen.write(), std::chrono::milliseconds(0));
+        screen.wait_for_anything();
+    }
+    EXPECT_EQ(screen.written.front(), "\rWorking |\x1b[K");
+    EXPECT_EQ(screen.written.back(), "\r\x1b[K");
+}
+
+TEST(Spinner, does_not_mention_short_waits) {
+    Screen screen;
+    { const Spinner spinner("Working", screen.write(), std::chrono::hours(1)); }
+    EXPECT_TRUE(screen.written.empty());
+}
+
+} // namespace

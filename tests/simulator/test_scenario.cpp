@@ -1,0 +1,74 @@
+#include "scenario.h"
+
+#include <gtest/gtest.h>
+
+using namespace broker_sim;
+
+TEST(Scenario, ErrorsNameTheKey) {
+    const struct {
+        const char *json;
+        const char *complaint;
+    } cases[] = {
+        {R"({"userz": []})", "userz: unknown key"},
+        {R"({"users": {}})", "users: must be a list"},
+        {R"({"users": [{"username": "a", "password": "b"}, {"username": "c"}]})",
+         "users[1].password: is missing"},
+        {R"({"broker": {"version": "3.0"}})", "broker.version: must be \"2.0\" or \"2.1\""},
+        {R"({"listen": {"port": 65536}})", "listen.port: must be a whole number from 0 to 65535"},
+        {R"({"listen": {"port": "443"}})", "listen.port: must be a whole number from 0 to 65535"},
+        {R"({"tls": {"expired": 1}})", "tls.expired: must be true or false"},
+        {R"({"tls": {"issuer": "me"}})", "tls.issuer: must be one of: ca, self, stranger"},
+        {R"({"authentication": [{"methods": ["pasword"]}]})",
+         "authentication[0].methods[0]: must be password, disclaimer, dialog, oauth or a keyword "
+         "in capitals"},
+        {R"({"authentication": [{"methods": ["oauth"], "oauth": {"code": "x", "username": "y"}}]})",
+         "authentication[0]: oauth names the unknown user y"},
+        {R"({"desktops": [{"name": "n", "id": "i", "operations": ["CMD_FLY"]}]})",
+         "desktops[0].operations[0]: is no power operation"},
+        {R"({"desktops": {"generate": {"count": 100001}}})",
+         "desktops.generate.count: must be a whole number from 0 to 100000"},
+        {R"({"faults": [{"request": "helo"}]})",
+         "faults[0].request: is no request of the protocol"},
+        {R"({"faults": [{"stage": "accept", "ending": "reset"}]})",
+         "faults[0]: at the stage \"accept\" the ending must be \"stall\""},
+        {R"({"faults": [{"stage": "handshake", "request": "hello"}]})",
+         "faults[0]: the request is not known before the stage \"response\""},
+        {R"([])", "scenario: must be an object"},
+    };
+    for (const auto &[json, complaint] : cases)
+        try {
+            Scenario::parse(json);
+            ADD_FAILURE() << json;
+        } catch (const ScenarioError &error) {
+            EXPECT_STREQ(error.what(), complaint);
+        }
+    EXPECT_THROW(Scenario::parse("{"), ScenarioError);
+    EXPECT_THROW(Scenario::load("no/such/file.json"), ScenarioError);
+}
+
+TEST(Scenario, TheFilesShippedWithTheSimulatorAreValid) {
+    EXPECT_EQ(Scenario::demo().desktops.size(), 4u);
+    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/demo.json").users.front().username, "alice");
+    EXPECT_TRUE(Scenario::load(SCENARIO_DIR "/expired_password.json").users[0].password_expired);
+    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/dialog.json").authentication[1].dialog.fields.size(),
+              2u);
+}
+
+TEST(Scenario, DesktopAllocationStatesOnlyWhatDiffers) {
+    const Scenario scenario = Scenario::parse(
+        R"({"desktops": [{"name": "n", "id": "i", "allocation": {"target": {"port": "99"}}}],
+            "allocation": {"session_id": "7", "target": {"ip_address": "10.0.0.1"}}})");
+    const Allocation &allocation = *scenario.desktops[0].allocation;
+    EXPECT_EQ(allocation.session_id, "7");
+    EXPECT_EQ(allocation.target.ip_address, "10.0.0.1");
+    EXPECT_EQ(allocation.target.port, "99");
+}
+
+TEST(Scenario, GeneratesDesktopsFromAModel) {
+    const Scenario scenario = Scenario::parse(
+        R"({"desktops": {"generate": {"count": 100000, "id": "d-{n}", "state": "POWERED_OFF"}}})");
+    ASSERT_EQ(scenario.desktops.size(), 100'000u);
+    EXPECT_EQ(scenario.desktops.front().id, "d-000001");
+    EXPECT_EQ(scenario.desktops.back().id, "d-100000");
+    EXPECT_EQ(scenario.desktops.back().state, "POWERED_OFF");
+}

@@ -1,0 +1,76 @@
+#include "broker_sim.h"
+#include "demo_scenario.h"
+
+#include <CLI/CLI.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+constexpr const char *scenario_help = R"(A scenario is one JSON file; every section may be left out:
+  listen           address and port
+  broker           version, product, locale, broker-to-client variables
+  tls              server certificate and highest TLS version
+  session_cookie   name of the cookie that carries the session
+  users            user name, password, domain; expired, blocked, without desktops
+  domains          what a password demand offers
+  authentication   the steps, in order: password, disclaimer, dialog, oauth
+  password_change  what an expired password may become
+  allocation       target, gateway ticket, alternates, variables, failures, pending
+  desktops         a list of desktops, or {"generate": {"count": N, ...}}
+  overrides        other answers than the broker's own
+  faults           stalls, resets, odd pieces, wrong status, bad XML
+docs/simulator.md has every key. --print-demo shows the scenario that is played without --scenario.
+)";
+
+void wait_for_signal() {
+    boost::asio::io_context io;
+    boost::asio::signal_set signals(io, SIGINT, SIGTERM);
+    signals.async_wait([](const boost::system::error_code &, int) {});
+    io.run();
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app("A connection broker to try clients against.", "kavro-broker-sim");
+    app.footer(scenario_help);
+    std::string scenario_file, address, ca_file;
+    std::uint16_t port = 0;
+    bool print_demo = false;
+    app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)");
+    app.add_option("--address", address, "Address to listen on, instead of the scenario's");
+    const auto *port_option = app.add_option(
+        "--port", port, "Port to listen on, instead of the scenario's; 0: a free one");
+    app.add_option("--ca-file", ca_file, "Write the CA certificate here, as PEM");
+    app.add_flag("--print-demo", print_demo, "Print the demonstration scenario and exit");
+    CLI11_PARSE(app, argc, argv);
+
+    try {
+        if (print_demo) {
+            std::cout << broker_sim::demo_scenario_json;
+            return 0;
+        }
+        auto scenario = scenario_file.empty() ? broker_sim::Scenario::demo()
+                                              : broker_sim::Scenario::load(scenario_file);
+        if (!address.empty())
+            scenario.address = address;
+        if (*port_option)
+            scenario.port = port;
+        const broker_sim::Simulator simulator(std::move(scenario));
+        if (!ca_file.empty())
+            simulator.write_ca(ca_file);
+        const nlohmann::json ready = {
+            {"address", simulator.address()}, {"port", simulator.port()}, {"ca_file", ca_file}};
+        std::cout << ready.dump() << std::endl;
+        wait_for_signal();
+        return 0;
+    } catch (const std::exception &error) {
+        std::cerr << "kavro-broker-sim: " << error.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,51 @@
+#include "server_tls.h"
+
+namespace broker_sim {
+namespace {
+
+Identity server_identity(const Scenario &scenario) {
+    const Tls &tls = scenario.tls;
+    Subject subject{.common_name = "Broker Simulator", .names = tls.names};
+    if (tls.automatic_names)
+        for (const std::string &name : {std::string("localhost"), scenario.address,
+                                        std::string("127.0.0.1"), std::string("::1")})
+            subject.names.push_back(name);
+    if (tls.expired) {
+        subject.valid_from_days = -30;
+        subject.valid_to_days = -1;
+    }
+    const KeyPtr key = shared_key(tls.key);
+    switch (tls.issuer) {
+    case Issuer::self:
+        return mint_self_signed(subject, key);
+    case Issuer::stranger:
+        return mint_certificate(subject, key, mint_authority("Unknown CA"));
+    case Issuer::ca:
+        break;
+    }
+    return mint_certificate(subject, key, process_ca());
+}
+
+} // namespace
+
+const Identity &process_ca() {
+    static const KeyPtr first = shared_key("ec-p256"); // OpenSSL outlives what is made after this
+    static const Identity ca = mint_authority("Broker Simulator CA");
+    return ca;
+}
+
+boost::asio::ssl::context server_tls(const Scenario &scenario) {
+    using boost::asio::ssl::context;
+    const Identity identity = server_identity(scenario);
+    context tls(context::tls_server);
+    SSL_CTX *const handle = tls.native_handle();
+    SSL_CTX_set_security_level(handle, 0); // weak keys are for the client to refuse
+    SSL_CTX_set_min_proto_version(handle, TLS1_2_VERSION);
+    SSL_CTX_set_max_proto_version(handle, scenario.tls.max_version == "1.2" ? TLS1_2_VERSION
+                                                                            : TLS1_3_VERSION);
+    SSL_CTX_use_certificate(handle, identity.certificate.get());
+    SSL_CTX_use_PrivateKey(handle, identity.key.get());
+    return tls;
+}
+
+} // namespace broker_sim

@@ -1,0 +1,111 @@
+#include "application.h"
+
+#include "command.h"
+#include "login.h"
+#include "report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+constexpr const char *exit_statuses =
+    "Exit status:\n"
+    "  0    it worked\n"
+    "  1    wrong usage, an unknown desktop, or a local problem\n"
+    "  2    the broker could not be reached\n"
+    "  3    the broker is not trusted\n"
+    "  4    the log-in failed\n"
+    "  5    the broker refused the desktop or the request\n"
+    "  6    the broker's answer makes no sense, or it failed\n"
+    "  7    the broker did not answer in time\n"
+    "  8    an answer is missing and nobody can be asked\n"
+    "  9    the desktop is still being prepared: try again later\n"
+    "  130  cancelled by Ctrl-C (128 + the signal's number)";
+
+const Command *parse(std::vector<std::string> arguments, Options &options, CLI::App &app) {
+    const Command *chosen = nullptr;
+    app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+
+    app.footer(fmt::format("Run kavro-broker COMMAND --help for its options and examples.\n\n{}",
+                           exit_statuses));
+    app.set_version_flag("--version", fmt::format("kavro-broker {}\n{}", KAVRO_CLI_VERSION,
+                                                  kavro_broker_get_version()));
+    for (const auto *command : commands) {
+        auto &page = *app.add_subcommand(command->name, command->summary)->group("Commands");
+        command->add_options(page, options);
+        add_common_options(page, options);
+        page.footer(fmt::format("{}\n\n{}", command->description, exit_statuses));
+        page.callback([&chosen, command] { chosen = command; });
+    }
+    std::ranges::reverse(arguments);
+    app.parse(std::move(arguments));
+    return chosen;
+}
+
+/// Whether a broker that ended a command like this can be expected to take a good-bye.
+bool still_there(ExitStatus status) {
+    return status != ExitStatus::unreachable && status != ExitStatus::timed_out;
+}
+
+void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
+    const bool ask = surroundings.console != nullptr && !options.login.non_interactive;
+    std::optional<Prompts> prompts;
+    if (ask)
+        prompts.emplace(*surroundings.console);
+    Answers answers(options.login, ask ? &*prompts : nullptr, surroundings.interruption);
+
+    Session session(options, surroundings);
+    try {
+        if (command.logs_in)
+            Login(session, std::move(answers), surroundings.login_name).run();
+        command.run(session, options, surroundings);
+    } catch (const Failure &failure) {
+        if (still_there(failure.status))
+            session.log_out();
+        throw;
+    }
+    if (!surroundings.out.flush())
+        throw Failure(ExitStatus::usage, "OUTPUT_FAILED", "The result could not be written.");
+    if (command.logs_out)
+        session.log_out();
+}
+
+int exit_status(const Failure &failure, const Interruption &interruption) {
+    const bool by_signal = failure.status == ExitStatus::cancelled && interruption.raised();
+    return by_signal ? 128 + interruption.signal() : static_cast<int>(failure.status);
+}
+
+} // namespace
+
+int run_application(std::vector<std::string> arguments, const Surroundings &surroundings) {
+    CLI::App app("Talks to a connection broker: lists your desktops, connects them, switches them "
+                 "on and off.",
+                 "kavro-broker");
+    Options options;
+    try {
+        const auto *command = parse(std::move(arguments), options, app);
+        if (options.insecure)
+            warn("the broker's certificate is not checked; whoever answers gets your password.",
+                 surroundings);
+        carry_out(*command, options, surroundings);
+        return 0;
+    } catch (const CLI::ParseError &error) {
+        const int status = app.exit(error, surroundings.out, surroundings.err);
+        return static_cast<int>(status == 0 ? ExitStatus::ok : ExitStatus::usage);
+    } catch (const Failure &failure) {
+        report_failure(failure, options.json, surroundings);
+        return exit_status(failure, surroundings.interruption);
+    } catch (const std::exception &error) {
+        const Failure failure(ExitStatus::usage, "LOCAL_PROBLEM", error.what());
+        report_failure(failure, options.json, surroundings);
+        return exit_status(failure, surroundings.interruption);
+    }
+}
+
+} // namespace kavro_cli

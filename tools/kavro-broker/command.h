@@ -1,0 +1,30 @@
+#pragma once
+
+#include "options.h"
+#include "session.h"
+#include "surroundings.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+
+namespace kavro_cli {
+
+/// One of the things that this program does: how it is asked for, and what it does once the user
+/// is logged in.
+struct Command {
+    const char *name;
+    const char *summary;
+    const char *description; ///< of the help page, with examples
+    bool logs_in;
+    bool logs_out; ///< after success; after a failure every command is logged out
+    void (*add_options)(CLI::App &app, Options &options);
+    void (*run)(Session &session, const Options &options, const Surroundings &surroundings);
+};
+
+extern const Command list_command, connect_command, power_command, logout_command;
+
+inline constexpr std::array<const Command *, 4> commands{&list_command, &connect_command,
+                                                         &power_command, &logout_command};
+
+} // namespace kavro_cli

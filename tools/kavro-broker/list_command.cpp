@@ -1,0 +1,53 @@
+#include "command.h"
+#include "report.h"
+#include "table.h"
+
+#include <fmt/format.h>
+
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+Json to_json(const Desktop &desktop) {
+    return {{"id", desktop.id},         {"name", desktop.name},
+            {"type", desktop.type},     {"state", desktop.state},
+            {"health", desktop.health}, {"operations", desktop.operations}};
+}
+
+void print_table(const std::vector<Desktop> &desktops, std::ostream &out) {
+    Table table;
+    table.add({"NAME", "ID", "TYPE", "STATE", "HEALTH", "OPERATIONS"});
+    for (const auto &desktop : desktops)
+        table.add({desktop.name, desktop.id, desktop.type, desktop.state, desktop.health,
+                   fmt::format("{}", fmt::join(desktop.operations, ","))});
+    table.print(out);
+}
+
+void run(Session &session, const Options &options, const Surroundings &surroundings) {
+    const auto desktops = session.desktops();
+    if (!options.json)
+        return print_table(desktops, surroundings.out);
+    auto list = Json::array();
+    for (const auto &desktop : desktops)
+        list.push_back(to_json(desktop));
+    report_success({{"broker", to_json(session.broker_info())}, {"desktops", list}}, surroundings);
+}
+
+} // namespace
+
+constexpr Command list_command{
+    "list",
+    "List the desktops that you may use",
+    "Lists your desktops with their state and the power operations that they offer.\n\n"
+    "Examples:\n"
+    "  kavro-broker list --broker broker.example\n"
+    "  kavro-broker list --broker broker.example --user alice --domain EXAMPLE \\\n"
+    "      --password-fd 3 --json 3< password.txt",
+    true,
+    true,
+    [](CLI::App &, Options &) {},
+    run,
+};
+
+} // namespace kavro_cli

@@ -1,0 +1,73 @@
+#include "log_sink.h"
+
+#include "display_text.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+namespace kavro_cli {
+namespace {
+
+std::atomic<int32_t> shown_severity = 0;
+
+std::string formatted(const char *format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length < 0 ? 0 : static_cast<std::size_t>(length) + 1, '\0');
+    std::vsnprintf(text.data(), text.size(), format, again);
+    va_end(again);
+    if (!text.empty())
+        text.pop_back();
+    return text;
+}
+
+/// Continuation lines are marked, so that no text from outside can pass for a message of its own.
+std::string marked_lines(std::string_view text) {
+    auto shown = visible(text, Lines::many);
+    shown.erase(shown.find_last_not_of('\n') + 1);
+    for (auto end = shown.find('\n'); end != std::string::npos; end = shown.find('\n', end + 1))
+        shown.insert(end + 1, "    | ");
+    return shown;
+}
+
+std::string time_stamp() {
+    using namespace std::chrono;
+    const auto now = system_clock::now();
+    const auto fraction = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:03}Z", fmt::gmtime(system_clock::to_time_t(now)),
+                       fraction);
+}
+
+void write_message(int32_t category, int32_t severity, int32_t error, const char *format,
+                   va_list arguments) {
+    static constexpr const char *severities[] = {"banner", "error", "info", "debug", "verbose"};
+    const bool last_words = severity == KAVRO_BROKER_LOG_BANNER && error != 0;
+    const auto most = shown_severity.load();
+    if (!last_words && (most == 0 || severity > most))
+        return;
+    auto line = fmt::format(
+        "{} {} {}: {}", time_stamp(),
+        severity >= 0 && severity < int32_t{std::size(severities)} ? severities[severity] : "other",
+        category == KAVRO_BROKER_LOG_CATEGORY_DISCOVERY ? "discovery" : "general",
+        marked_lines(formatted(format, arguments)));
+    if (error != 0)
+        line += fmt::format(" [{}]", error);
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+} // namespace
+
+void install_log_sink(int32_t most_severe_shown) {
+    shown_severity = most_severe_shown;
+    kavro_broker_set_log_function(write_message);
+}
+
+} // namespace kavro_cli

@@ -1,0 +1,166 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <charconv>
+
+namespace kavro_cli {
+namespace {
+
+/// Turns "NAME=VALUE" into a pair, or throws what makes a usage message.
+Variable split_assignment(const std::string &option, const std::string &text) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw CLI::ValidationError(option, "takes NAME=VALUE");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+int to_descriptor(const std::string &option, const std::string &text) {
+    int descriptor = -1;
+    const auto *end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, descriptor);
+    if (error != std::errc() || rest != end || descriptor < 0)
+        throw CLI::ValidationError(option, "takes the number of an open descriptor");
+    return descriptor;
+}
+
+/// An option that takes one value each time it is given, and hands each to `take`.
+template <class Take>
+CLI::Option *add_each(CLI::App &app, const std::string &option, const std::string &type,
+                      const std::string &description, Take take) {
+    return app
+        .add_option_function<std::vector<std::string>>(
+            option,
+            [take](const std::vector<std::string> &values) { std::ranges::for_each(values, take); },
+            description)
+        ->type_name(type)
+        ->allow_extra_args(false);
+}
+
+void add_broker_options(CLI::App &app, Options &options) {
+    app.option_defaults()->group("Broker");
+    const auto take_address = [&options](const std::string &text) {
+        if (!split_broker_address(text, options.broker_host, options.broker_port))
+            throw CLI::ValidationError("--broker", "takes HOST[:PORT], e.g. [2001:db8::1]:443");
+    };
+    app.add_option_function<std::string>(
+           "--broker", take_address,
+           "Where the broker is; without a port 443, then 60443 when nobody answers there")
+        ->type_name("HOST[:PORT]")
+        ->required();
+    app.add_flag("--insecure", options.insecure, "Accept every certificate, whoever showed it");
+    app.add_option("--locale", options.locale, "Locale to tell the broker, e.g. de_DE")
+        ->type_name("NAME");
+    app.add_option("--timezone", options.timezone, "Time zone to tell the broker, by Windows name")
+        ->type_name("NAME");
+    add_assignments(app, "--variable", options.hello_variables,
+                    "A variable for the broker; may be repeated");
+}
+
+void add_login_options(CLI::App &app, LoginOptions &login) {
+    app.option_defaults()->group("Log-in");
+    const auto descriptor = [&app](const char *option, std::optional<int> &value,
+                                   const char *description) {
+        app.add_option_function<std::string>(
+               option,
+               [option, &value](const std::string &text) { value = to_descriptor(option, text); },
+               description)
+            ->type_name("N");
+    };
+    app.add_option("--user", login.user, "User name")->type_name("NAME");
+    app.add_option("--domain", login.domain, "Domain of the user")->type_name("NAME");
+    descriptor("--password-fd", login.password_descriptor,
+               "Read the password from this descriptor, one line");
+    descriptor("--new-password-fd", login.new_password_descriptor,
+               "The same for a new password, when the old one has expired");
+    app.add_flag("--accept-disclaimer", login.accept_disclaimer,
+                 "Accept the broker's disclaimer unseen");
+    add_assignments(app, "--answer", login.answers,
+                    "Answer to a field of the broker's dialog; may be repeated")
+        ->type_name("FIELD=VALUE");
+    add_each(app, "--answer-fd", "FIELD=N", "The same for a secret field, read from a descriptor",
+             [&login](const std::string &value) {
+                 auto [field, number] = split_assignment("--answer-fd", value);
+                 login.answer_descriptors.emplace_back(field, to_descriptor("--answer-fd", number));
+             });
+    app.add_option("--button", login.button, "Button to press in the broker's dialogs")
+        ->type_name("ID");
+    app.add_flag("--non-interactive", login.non_interactive,
+                 "Never ask: fail with status 8 when an answer is missing");
+}
+
+void add_output_options(CLI::App &app, Options &options) {
+    app.option_defaults()->group("Output");
+    Words levels{{"off", 0},
+                 {"error", KAVRO_BROKER_LOG_ERROR},
+                 {"info", KAVRO_BROKER_LOG_INFO},
+                 {"debug", KAVRO_BROKER_LOG_DEBUG},
+                 {"verbose", KAVRO_BROKER_LOG_VERBOSE}};
+    for (uint32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
+        levels.emplace_back(std::to_string(level), level);
+    app.add_flag("--json", options.json, "Print one JSON object, also on failure");
+    auto *level = app.add_option("--log-level", options.log_level,
+                                 "Log to standard error: off, error, info, debug or verbose, or "
+                                 "0 to 4");
+    level->type_name("LEVEL");
+    take_words(*level, levels);
+}
+
+} // namespace
+
+bool split_broker_address(const std::string &text, std::string &host, std::string &port) {
+    std::string rest;
+    if (text.starts_with('[')) {
+        const auto end = text.find(']');
+        if (end == std::string::npos)
+            return false;
+        host = text.substr(1, end - 1);
+        rest = text.substr(end + 1);
+    } else {
+        const bool one_colon = std::ranges::count(text, ':') == 1;
+        host = one_colon ? text.substr(0, text.find(':')) : text;
+        rest = text.substr(host.size());
+    }
+    port = rest.empty() ? rest : rest.substr(1);
+    const bool is_number = std::ranges::all_of(port, [](char c) { return c >= '0' && c <= '9'; });
+    return !host.empty() && (rest.empty() || (rest.front() == ':' && !port.empty() && is_number));
+}
+
+CLI::Option *add_assignments(CLI::App &app, const std::string &option, Variables &variables,
+                             const std::string &description) {
+    return add_each(app, option, "NAME=VALUE", description,
+                    [option, &variables](const std::string &value) {
+                        variables.push_back(split_assignment(option, value));
+                    });
+}
+
+void take_words(CLI::Option &option, const Words &words) {
+    const auto translate = [words](std::string &text) {
+        std::string known;
+        for (const auto &[word, number] : words) {
+            if (word == text) {
+                text = std::to_string(number);
+                return std::string();
+            }
+            known += (known.empty() ? "" : ", ") + word;
+        }
+        return "\"" + text + "\" is none of " + known;
+    };
+    option.transform(CLI::Validator(translate, ""));
+}
+
+void add_desktop(CLI::App &app, Options &options) {
+    app.add_option("DESKTOP", options.desktop,
+                   "Id or name of the desktop; the beginning of its name will do")
+        ->type_name("")
+        ->required();
+}
+
+void add_common_options(CLI::App &app, Options &options) {
+    add_broker_options(app, options);
+    add_login_options(app, options.login);
+    add_output_options(app, options);
+}
+
+} // namespace kavro_cli

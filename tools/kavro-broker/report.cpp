@@ -1,0 +1,78 @@
+#include "report.h"
+
+#include "display_text.h"
+
+#include <fmt/format.h>
+
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+Json result_of(const Failure &failure) {
+    return {{"code", failure.code ? Json(*failure.code) : Json()},
+            {"name", failure.name},
+            {"message", failure.detail.empty()
+                            ? std::string(failure.what())
+                            : fmt::format("{} {}", failure.what(), failure.detail)},
+            {"broker_message", failure.broker_message},
+            {"exit_status", static_cast<int>(failure.status)}};
+}
+
+/// Texts from the broker may be anything, so bytes that are no UTF-8 are replaced.
+void print(const Json &object, std::ostream &out) {
+    out << object.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+/// Whether the message comes with a failure that is found on this side of the connection.
+bool is_from_here(ExitStatus status) {
+    return status == ExitStatus::usage || status == ExitStatus::unreachable ||
+           status == ExitStatus::untrusted;
+}
+
+void print_words(const Failure &failure, std::ostream &err) {
+    err << "kavro-broker: " << visible(failure.what());
+    if (failure.code)
+        err << fmt::format(" ({} {})", *failure.code, failure.name);
+    err << '\n';
+    if (!failure.detail.empty())
+        err << failure.detail << '\n';
+    auto message = visible(failure.broker_message, Lines::many);
+    message.erase(message.find_last_not_of('\n') + 1);
+    if (!message.empty())
+        err << (is_from_here(failure.status) ? "In detail: " : "The broker says: ") << message
+            << '\n';
+}
+
+} // namespace
+
+Json to_json(const BrokerInfo &broker) {
+    return {{"address", broker.address},
+            {"product", broker.product},
+            {"version", broker.version},
+            {"platform", broker.platform}};
+}
+
+Json reference_to(const Desktop &desktop) {
+    return {{"id", desktop.id}, {"name", desktop.name}};
+}
+
+void report_success(Json findings, const Surroundings &surroundings) {
+    Json object{{"result", result_of(Failure(KAVRO_BROKER_OK))}};
+    object.update(findings);
+    print(object, surroundings.out);
+}
+
+void report_failure(const Failure &failure, bool json, const Surroundings &surroundings) {
+    if (json)
+        print({{"result", result_of(failure)}}, surroundings.out);
+    else
+        print_words(failure, surroundings.err);
+}
+
+void warn(const std::string &text, const Surroundings &surroundings) {
+    surroundings.err << (surroundings.colour ? "\x1b[1;31m" : "") << "WARNING: " << text
+                     << (surroundings.colour ? "\x1b[0m" : "") << '\n';
+}
+
+} // namespace kavro_cli

@@ -1,0 +1,171 @@
+#include "session.h"
+
+#include "log_sink.h"
+#include "spinner.h"
+#include "xml_escape.h"
+
+#include <algorithm>
+#include <optional>
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+std::string escaped(const std::string &text) {
+    return xml_escaped<std::string>(text);
+}
+Secret escaped(const Secret &text) {
+    return xml_escaped<Secret>(text.view());
+}
+
+VariableList escaped(const Variables &variables) {
+    Variables texts;
+    for (const auto &[name, value] : variables)
+        texts.emplace_back(escaped(name), escaped(value));
+    return make_variable_list(texts);
+}
+
+Handle make_handle() {
+    kavro_broker_handle handle = nullptr;
+    require(kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle));
+    return Handle(handle);
+}
+
+} // namespace
+
+Session::Session(const Options &options, const Surroundings &surroundings)
+    : surroundings_(surroundings), spins_(surroundings.spinner && options.log_level == 0) {
+    install_log_sink(options.log_level);
+    handle_ = make_handle();
+    auto *handle = handle_.get();
+    require(kavro_broker_set_broker_address(handle, options.broker_host.c_str(),
+                                            options.broker_port.c_str()));
+    require(kavro_broker_set_client_info(handle, "kavro-broker", KAVRO_CLI_VERSION,
+                                         KAVRO_CLI_PLATFORM));
+    if (options.locale)
+        require(kavro_broker_set_locale(handle, escaped(*options.locale).c_str()));
+    if (options.timezone)
+        require(kavro_broker_set_timezone(handle, escaped(*options.timezone).c_str()));
+    require(
+        kavro_broker_set_hello_client_variables(handle, escaped(options.hello_variables).get()));
+    require(kavro_broker_fail_if_unverified(handle, !options.insecure));
+    surroundings.interruption.watch(handle);
+}
+
+Session::~Session() {
+    surroundings_.interruption.watch(nullptr);
+}
+
+template <class Call>
+kavro_broker_result Session::request(const char *label, Call call) {
+    surroundings_.interruption.check();
+    std::optional<Spinner> spinner;
+    if (spins_)
+        spinner.emplace(label,
+                        [this](std::string_view text) { surroundings_.err << text << std::flush; });
+    return call();
+}
+
+uint32_t Session::auth_method() {
+    uint32_t method = 0;
+    check(request("Asking the broker",
+                  [&] { return kavro_broker_get_auth_method(handle_.get(), &method); }));
+    return method;
+}
+
+kavro_broker_result Session::send_password(const std::string &user, const std::string &domain,
+                                           const Secret &password) {
+    return request("Logging in", [&] {
+        return kavro_broker_send_password(handle_.get(), escaped(user).c_str(),
+                                          escaped(domain).c_str(), escaped(password).c_str());
+    });
+}
+
+kavro_broker_result Session::send_new_password(const std::string &user, const std::string &domain,
+                                               const Secret &old_password,
+                                               const Secret &new_password) {
+    const auto replacement = escaped(new_password);
+    return request("Changing the password", [&] {
+        return kavro_broker_send_new_password(
+            handle_.get(), escaped(user).c_str(), escaped(domain).c_str(),
+            escaped(old_password).c_str(), replacement.c_str(), replacement.c_str());
+    });
+}
+
+kavro_broker_result
+Session::send_dialog(const std::string &button_id,
+                     const std::vector<std::pair<std::string, Secret>> &fields) {
+    std::vector<Secret> values;
+    for (const auto &field : fields)
+        values.push_back(escaped(field.second));
+    // The names are compared with those that the broker sent, so they stay what they are.
+    std::vector<kavro_broker_name_value> pairs;
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        pairs.push_back({fields[i].first.c_str(), values[i].c_str()});
+    return request("Logging in", [&] {
+        return kavro_broker_send_auth_dialog(handle_.get(), escaped(button_id).c_str(),
+                                             pairs.data(), static_cast<uint32_t>(pairs.size()));
+    });
+}
+
+kavro_broker_result Session::send_disclaimer(bool accept) {
+    return request("Answering the disclaimer", [&] {
+        return kavro_broker_send_accept_disclaimer(handle_.get(), accept ? 1 : 0);
+    });
+}
+
+std::string Session::disclaimer() const {
+    return read_text(kavro_broker_get_disclaimer_text, handle_.get());
+}
+
+std::vector<Desktop> Session::desktops() {
+    kavro_broker_desktop_list list = nullptr;
+    check(request("Listing the desktops",
+                  [&] { return kavro_broker_request_desktop_list(handle_.get(), &list); }));
+    return read_desktops(DesktopList(list).get());
+}
+
+void Session::operate(const std::string &desktop_id, uint32_t operation) {
+    check(request("Waiting for the desktop", [&] {
+        return kavro_broker_perform_desktop_operation(handle_.get(), escaped(desktop_id).c_str(),
+                                                      operation);
+    }));
+}
+
+kavro_broker_result Session::connect(const std::string &desktop_id,
+                                     const Variables &agent_variables, uint16_t timeout_seconds,
+                                     Target &target) {
+    require(kavro_broker_set_connect_to_desktop_timeout(handle_.get(), timeout_seconds));
+    const auto variables = escaped(agent_variables);
+    kavro_broker_desktop_connection_info info = nullptr;
+    const auto result = request("Connecting the desktop", [&] {
+        return kavro_broker_connect_to_desktop(handle_.get(), escaped(desktop_id).c_str(),
+                                               variables.get(), &info);
+    });
+    const ConnectionInfo owned(info);
+    if (result == KAVRO_BROKER_OK)
+        target = read_target(info);
+    return result;
+}
+
+void Session::log_out() {
+    if (!surroundings_.interruption.raised())
+        request("Logging out", [&] { return kavro_broker_clear_session(handle_.get()); });
+}
+
+Failure Session::failure(kavro_broker_result result) const {
+    Failure failure(result, read_text(kavro_broker_get_broker_error_message, handle_.get()));
+    uint32_t verdict = 0;
+    if (failure.status == ExitStatus::untrusted &&
+        kavro_broker_get_certificate_error(handle_.get(), 0, &verdict) == KAVRO_BROKER_OK)
+        failure.detail =
+            std::string("The broker's certificate ") + describe_certificate(verdict) + ".";
+    return failure;
+}
+
+void Session::check(kavro_broker_result result) const {
+    if (result != KAVRO_BROKER_OK)
+        throw failure(result);
+}
+
+} // namespace kavro_cli
