@@ -218,6 +218,26 @@ kavro_broker_result kavro_broker_get_resolved_broker_address(kavro_broker_handle
                                                              size_t *length) {
     return put("fake.example", buffer, length);
 }
+kavro_broker_result kavro_broker_get_num_certificates(kavro_broker_handle, uint32_t *count) {
+    *count = static_cast<uint32_t>(broker.certificates.size());
+    return KAVRO_BROKER_OK;
+}
+
+kavro_broker_result kavro_broker_get_broker_certificate(kavro_broker_handle, uint32_t index,
+                                                        uint8_t *buffer, size_t *length) {
+    const auto &der = broker.certificates[index];
+    *length = der.size();
+    if (buffer != nullptr)
+        std::ranges::copy(der, buffer);
+    return KAVRO_BROKER_OK;
+}
+
+kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle, const uint8_t *,
+                                                  size_t length) {
+    broker.noted.push_back("trust-anchor " + std::to_string(length));
+    return KAVRO_BROKER_OK;
+}
+
 kavro_broker_result kavro_broker_get_certificate_error(kavro_broker_handle, uint32_t,
                                                        uint32_t *verdict) {
     *verdict = broker.certificate_verdict;

@@ -27,6 +27,7 @@ struct Broker {
     kavro_cli::Dialog dialog;
     std::vector<kavro_cli::Desktop> desktops;
     kavro_cli::Target target;
+    std::vector<std::vector<uint8_t>> certificates; ///< in DER form
     uint32_t certificate_verdict = KAVRO_BROKER_CERTIFICATE_OTHER;
     bool greeted = false;
     kavro_broker_log_function log_function = nullptr;

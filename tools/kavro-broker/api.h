@@ -2,7 +2,7 @@
 
 #include "failure.h"
 
-#include <kavro_broker.h>
+#include <kavro_broker_extras.h>
 
 #include <array>
 #include <cstddef>

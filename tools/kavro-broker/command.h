@@ -22,9 +22,10 @@ struct Command {
     void (*run)(Session &session, const Options &options, const Surroundings &surroundings);
 };
 
-extern const Command list_command, connect_command, power_command, logout_command;
+extern const Command list_command, connect_command, power_command, certificates_command,
+    logout_command;
 
-inline constexpr std::array<const Command *, 4> commands{&list_command, &connect_command,
-                                                         &power_command, &logout_command};
+inline constexpr std::array<const Command *, 5> commands{
+    &list_command, &connect_command, &power_command, &certificates_command, &logout_command};
 
 } // namespace kavro_cli

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "certificate.h"
 #include "result_names.h"
 
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace kavro_cli {
 
@@ -23,7 +25,8 @@ public:
     std::optional<kavro_broker_result> code;
     std::string name;
     std::string broker_message;
-    std::string detail; ///< a second sentence, where there is more to tell
+    std::string detail;                    ///< a second sentence, where there is more to tell
+    std::vector<Certificate> certificates; ///< of a broker that is not trusted
 
 private:
     Failure(const ResultName &result, std::string message)

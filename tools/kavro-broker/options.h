@@ -32,6 +32,8 @@ struct Options {
     std::optional<std::string> locale, timezone;
     Variables hello_variables;
     bool insecure = false;
+    std::vector<std::string> trust_anchor_files;
+    std::string pin; ///< fingerprint of the broker's own certificate; empty for none
     bool json = false;
     int32_t log_level = 0;
 

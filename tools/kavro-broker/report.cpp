@@ -1,5 +1,6 @@
 #include "report.h"
 
+#include "certificates.h"
 #include "display_text.h"
 
 #include <fmt/format.h>
@@ -37,6 +38,7 @@ void print_words(const Failure &failure, std::ostream &err) {
     err << '\n';
     if (!failure.detail.empty())
         err << failure.detail << '\n';
+    print_certificates(failure.certificates, err);
     auto message = visible(failure.broker_message, Lines::many);
     message.erase(message.find_last_not_of('\n') + 1);
     if (!message.empty())
@@ -64,10 +66,12 @@ void report_success(Json findings, const Surroundings &surroundings) {
 }
 
 void report_failure(const Failure &failure, bool json, const Surroundings &surroundings) {
-    if (json)
-        print({{"result", result_of(failure)}}, surroundings.out);
-    else
-        print_words(failure, surroundings.err);
+    if (!json)
+        return print_words(failure, surroundings.err);
+    Json object{{"result", result_of(failure)}};
+    if (!failure.certificates.empty())
+        object["certificates"] = to_json(failure.certificates);
+    print(object, surroundings.out);
 }
 
 void warn(const std::string &text, const Surroundings &surroundings) {

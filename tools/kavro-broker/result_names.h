@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kavro_broker.h>
+#include <kavro_broker_extras.h>
 
 namespace kavro_cli {
 
@@ -22,7 +22,7 @@ enum class ExitStatus {
 /// One result code in words.
 struct ResultName {
     kavro_broker_result code;
-    const char *name; ///< as the public header spells it
+    const char *name;
     ExitStatus status;
     const char *sentence;
 };

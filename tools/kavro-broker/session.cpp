@@ -25,6 +25,10 @@ VariableList escaped(const Variables &variables) {
     return make_variable_list(texts);
 }
 
+void trust(kavro_broker_handle handle, const Der &certificate) {
+    require(kavro_broker_add_trust_anchor(handle, certificate.data(), certificate.size()));
+}
+
 Handle make_handle() {
     kavro_broker_handle handle = nullptr;
     require(kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle));
@@ -34,7 +38,9 @@ Handle make_handle() {
 } // namespace
 
 Session::Session(const Options &options, const Surroundings &surroundings)
-    : surroundings_(surroundings), spins_(surroundings.spinner && options.log_level == 0) {
+    : surroundings_(surroundings),
+      spins_(surroundings.spinner && options.log_level == 0),
+      pin_(options.pin) {
     install_log_sink(options.log_level);
     handle_ = make_handle();
     auto *handle = handle_.get();
@@ -49,6 +55,9 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     require(
         kavro_broker_set_hello_client_variables(handle, escaped(options.hello_variables).get()));
     require(kavro_broker_fail_if_unverified(handle, !options.insecure));
+    for (const auto &file : options.trust_anchor_files)
+        for (const auto &certificate : load_certificates(file))
+            trust(handle, certificate);
     surroundings.interruption.watch(handle);
 }
 
@@ -68,9 +77,34 @@ kavro_broker_result Session::request(const char *label, Call call) {
 
 uint32_t Session::auth_method() {
     uint32_t method = 0;
-    check(request("Asking the broker",
-                  [&] { return kavro_broker_get_auth_method(handle_.get(), &method); }));
+    const auto ask = [&] {
+        return request("Asking the broker",
+                       [&] { return kavro_broker_get_auth_method(handle_.get(), &method); });
+    };
+    auto result = ask();
+    if (result == KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE && shows_pinned_certificate()) {
+        // The pin vouches for it. As an anchor it is also what every later connection must show.
+        trust(handle_.get(), certificates().front().der);
+        result = ask();
+    }
+    check(result);
+    check_pin();
     return method;
+}
+
+bool Session::shows_pinned_certificate() const {
+    const auto chain = certificates();
+    return !chain.empty() && !pin_.empty() && chain.front().sha256 == pin_;
+}
+
+/// Before anything secret is sent: the log-in begins with the question for the method.
+void Session::check_pin() const {
+    if (pin_.empty() || shows_pinned_certificate())
+        return;
+    Failure failure(ExitStatus::untrusted, "PIN_MISMATCH",
+                    "The broker shows another certificate than the pinned one.");
+    failure.certificates = certificates();
+    throw failure;
 }
 
 kavro_broker_result Session::send_password(const std::string &user, const std::string &domain,
@@ -155,11 +189,13 @@ void Session::log_out() {
 
 Failure Session::failure(kavro_broker_result result) const {
     Failure failure(result, read_text(kavro_broker_get_broker_error_message, handle_.get()));
+    if (failure.status != ExitStatus::untrusted)
+        return failure;
     uint32_t verdict = 0;
-    if (failure.status == ExitStatus::untrusted &&
-        kavro_broker_get_certificate_error(handle_.get(), 0, &verdict) == KAVRO_BROKER_OK)
+    if (kavro_broker_get_certificate_error(handle_.get(), 0, &verdict) == KAVRO_BROKER_OK)
         failure.detail =
             std::string("The broker's certificate ") + describe_certificate(verdict) + ".";
+    failure.certificates = certificates();
     return failure;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "certificates.h"
 #include "options.h"
 #include "records.h"
 #include "secret.h"
@@ -32,6 +33,9 @@ public:
                                     const std::vector<std::pair<std::string, Secret>> &fields);
     kavro_broker_result send_disclaimer(bool accept);
 
+    /// The chain of the last connection.
+    std::vector<Certificate> certificates() const { return read_certificates(handle_.get()); }
+
     std::vector<std::string> domains() const { return read_domains(handle_.get()); }
     Dialog dialog() const { return read_dialog(handle_.get()); }
     std::string disclaimer() const;
@@ -54,11 +58,15 @@ public:
     void check(kavro_broker_result result) const;
 
 private:
+    bool shows_pinned_certificate() const;
+    void check_pin() const;
+
     template <class Call>
     kavro_broker_result request(const char *label, Call call);
 
     const Surroundings &surroundings_;
     bool spins_; ///< not between the lines of a log
+    std::string pin_;
     Handle handle_;
 };
 

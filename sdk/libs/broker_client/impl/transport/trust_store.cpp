@@ -131,6 +131,9 @@ X509StoreHandle TrustStore::current() {
         X509StoreHandle loaded = load_default_paths();
         for (const auto &anchor : own_anchors_)
             X509_STORE_add_cert(loaded.get(), anchor.get());
+        // An anchor of the caller's counts as it is, be it an issuer or the broker's own certificate.
+        if (!own_anchors_.empty())
+            X509_STORE_set_flags(loaded.get(), X509_V_FLAG_PARTIAL_CHAIN);
         drain_openssl_errors();
         loaded_from_ = std::make_unique<Source>(now);
         store_ = std::move(loaded);

@@ -99,7 +99,8 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
             timeouts_.usual);
         return true;
     } catch (const std::logic_error &unusable_address) {
-        handler({ERROR_CODE_INVALID_PARAMS, unusable_address.what(), {}, {}}, {});
+        const std::string reason = unusable_address.what();
+        handler({ERROR_CODE_INVALID_PARAMS, "The address cannot be used: " + reason, {}, {}}, {});
     } catch (const boost::system::system_error &failure) {
         handler({ERROR_CODE_SOCKET_OR_SYS_FAILURE, failure.what(), {}, {}}, {});
     }

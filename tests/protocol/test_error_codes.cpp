@@ -1,0 +1,94 @@
+#include "error_codes.h"
+#include "kavro/src/power_operation.h"
+#include "utils/src/broker_log.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace kavro {
+namespace {
+
+constexpr std::uint32_t none = 0xFFFFFFFF; ///< stops the process
+
+/// Public codes by internal code.
+constexpr std::uint32_t public_codes[] = {
+    0,   2,   4,    5,   6,    7,   200, 201, 202, 203, 204, 205, 207, 10,  300,
+    301, 206, 408,  408, 408,  400, 401, 2,   7,   403, 404, 405, 406, 407, 408,
+    500, 501, 502,  503, none, 504, 505, 506, 507, 508, 509, 510, 511, 512, 513,
+    514, 600, none, 701, none, 700, 701, 703, 711, 712, 708, 709, 710, none};
+
+TEST(ErrorCodes, EveryInternalCodeHasItsPublicOne) {
+    static_assert(std::size(public_codes) == ERROR_CODE_RESERVED_57 + 2);
+    for (std::uint32_t code = 0; code < std::size(public_codes); ++code) {
+        if (public_codes[code] != none) {
+            EXPECT_EQ(broker_convert_error(code), public_codes[code]) << code;
+        }
+    }
+}
+
+TEST(ErrorCodes, NamesAreThoseOfTheCodes) {
+    const std::pair<std::uint32_t, const char *> named[] = {
+        {0, "ERROR_CODE_NONE"},
+        {16, "ERROR_CODE_PROTOCOL_MANGLED_RESPONSE"},
+        {29, "ERROR_CODE_PROTOCOL_GENERIC"},
+        {34, "ERROR_CODE_AUTH_FAILED_EXPIRED_PASSWORD"},
+        {43, "ERROR_CODE_AUTH_CERTIFICATE_REJECTED"},
+        {46, "ERROR_CODE_VM_LIST_NO_ENTITLEMENT"},
+        {51, "ERROR_CODE_CONNECT_DESKTOP_LAUNCH_FAILED"},
+        {55, "ERROR_CODE_SESSION_PROVISION_TIMEOUT"},
+        {56, "ERROR_CODE_SESSION_PROVISION_SERVER_CONNECT_FAILED"}};
+    for (const auto &[code, name] : named)
+        EXPECT_STREQ(error_code_name(code), name) << code;
+    for (const std::uint32_t code : {44u, 45u, 52u, 53u, 54u, 57u, 58u, none})
+        EXPECT_STREQ(error_code_name(code), "UNKNOWN") << code;
+}
+
+TEST(ErrorCodes, MethodsAndVerdictsHavePublicValues) {
+    constexpr std::uint32_t methods[] = {0, 1, 2, 7, 8, 9, 10, 3, 4, 11, 5, 6};
+    for (int method = 0; method < 12; ++method)
+        EXPECT_EQ(convert_from_auth_result_value(AuthMethod(method)), methods[method]) << method;
+
+    constexpr std::uint32_t verdicts[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,
+                                          10, 11, 29, 12, 13, 14, 15, 16, 17, 18,
+                                          19, 20, 21, 22, 23, 25, 26, 27, 28, 29};
+    for (std::uint32_t verdict = 0; verdict < std::size(verdicts); ++verdict)
+        EXPECT_EQ(convert_certificate_verdict(verdict), verdicts[verdict]) << verdict;
+    EXPECT_EQ(convert_certificate_verdict(none), 29u);
+}
+
+BROKER_PRINTF_FORMAT(4, 0)
+void print_to_stderr(int32_t, int32_t severity, int32_t, const char *format, va_list arguments) {
+    std::fprintf(stderr, "[%d] ", severity);
+    std::vfprintf(stderr, format, arguments);
+}
+
+/// The process must say all that and abort.
+template <class Call>
+void expect_abort(Call call, const std::string &said, const std::string &function) {
+    const auto logging_call = [&call] {
+        set_log_function(&print_to_stderr);
+        call();
+    };
+    EXPECT_EXIT(logging_call(), testing::KilledBySignal(SIGABRT),
+                said + "\\[0\\] =+ Broker Assert in function " + function + " at line number");
+}
+
+TEST(ErrorCodesDeathTest, WhatHasNoPublicValueIsAProgrammingError) {
+    for (const std::uint32_t code : {34u, 47u, 49u, 58u, 0x7FFFFFFFu}) {
+        expect_abort([code] { broker_convert_error(code); },
+                     "\\[3\\] broker_convert_error: Unknown error code \\(" + std::to_string(code) +
+                         "\\) coming from ConnectionBrokerClient",
+                     "broker_convert_error");
+    }
+    for (const int method : {-1, 12}) {
+        expect_abort([method] { convert_from_auth_result_value(AuthMethod(method)); }, "",
+                     "convert_from_auth_result_value");
+    }
+    expect_abort([] { power_operation_request("2.1", "d", eKAVRO_BROKER_DESKTOP_CMD(5)); }, "",
+                 "cKAVRO_BROKER_CLIENT::send_perform_desktop_operation");
+}
+
+} // namespace
+} // namespace kavro

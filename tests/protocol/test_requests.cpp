@@ -1,0 +1,249 @@
+#include "kavro/src/allocate_resource.h"
+#include "kavro/src/authenticate.h"
+#include "kavro/src/hello.h"
+#include "kavro/src/power_operation.h"
+#include "kavro/src/resource_list.h"
+
+#include <gtest/gtest.h>
+
+namespace kavro {
+namespace {
+
+const ClientIdentity identity = {
+    .product_name = "Kavro Client",
+    .product_version = "1.2.0",
+    .platform = "Linux",
+    .locale = "de_DE",
+    .time_zone = "W. Europe Standard Time",
+    .host_name = "desk",
+    .local_address = "10.0.0.5",
+    .mac_address = "02:00:00:00:00:01",
+    .server_address = "192.0.2.1",
+    .server_host_name = "broker.test",
+};
+
+/// The whole request around these lines.
+std::string request(const std::string &version, std::string_view lines) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<kavro-client version=\"" +
+                       version + "\">\r\n";
+    for (const char c : lines.substr(1)) // raw strings begin with a line feed
+        text += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return text + "</kavro-client>\r\n";
+}
+
+void expect_request(const SecureText &text, std::string_view lines,
+                    const std::string &version = "2.1") {
+    EXPECT_EQ(std::string(text), request(version, lines));
+}
+
+TEST(Requests, Hello) {
+    expect_request(hello_request("2.1", identity, false, {}), R"(
+<hello>
+<client-info>
+<product-name>Kavro Client</product-name>
+<product-version>1.2.0</product-version>
+<platform>Linux</platform>
+<locale>de_DE</locale>
+<hostname>desk</hostname>
+<serial-number>02:00:00:00:00:01</serial-number>
+<device-name>desk</device-name>
+<kavro-unique-id>02:00:00:00:00:01</kavro-unique-id>
+</client-info>
+<caps>
+<cap>CAP_DISCLAIMER_AUTHENTICATION</cap>
+<cap>CAP_NO_AUTHENTICATION</cap>
+<cap>CAP_DIALOG_AUTHENTICATION</cap>
+<cap>CAP_ALTERNATE_PROVISIONING</cap>
+</caps>
+<server-address>
+<ip-address>192.0.2.1</ip-address>
+<hostname>broker.test</hostname>
+</server-address>
+</hello>
+)");
+}
+
+TEST(Requests, HelloOffersOAuthAndPassesVariablesOn) {
+    const Variables variables = {{"b", "1"}, {"a", ""}};
+    const std::string text(hello_request("2.1", identity, true, variables));
+    EXPECT_NE(text.find("</kavro-unique-id>\r\n<organization-id>clients.kavrolab.example"
+                        "</organization-id>\r\n</client-info>\r\n<caps>\r\n"
+                        "<cap>CAP_OAUTH_AUTHENTICATION</cap>\r\n"
+                        "<cap>CAP_DISCLAIMER_AUTHENTICATION</cap>\r\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("</server-address>\r\n<client-to-broker-variables>\r\n"
+                        "<variable>\r\n<name>b</name>\r\n<value>1</value>\r\n</variable>\r\n"
+                        "<variable>\r\n<name>a</name>\r\n<value></value>\r\n</variable>\r\n"
+                        "</client-to-broker-variables>\r\n</hello>\r\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(Requests, OldBrokersAreNotToldTheOrganization) {
+    for (const auto &[version, oauth, told] :
+         {std::tuple("2.0", true, false), {"2.1", false, false}, {"2.10", true, true}}) {
+        const std::string text(hello_request(version, identity, oauth, {}));
+        EXPECT_EQ(text.find("organization-id") != std::string::npos, told) << version << oauth;
+        EXPECT_EQ(text.find("OAUTH") != std::string::npos, oauth) << version << oauth;
+    }
+}
+
+TEST(Requests, Authentication) {
+    expect_request(password_request("2.0", "ann", "pass word", "NORTH"), R"(
+<authenticate method="password">
+<username>ann</username>
+<password>pass word</password>
+<domain>NORTH</domain>
+</authenticate>
+)",
+                   "2.0");
+    const DialogAnswer fields[] = {{"user", "ann", true}, {"pin", "1234", false}, {"", "", true}};
+    expect_request(dialog_request("2.1", fields, "ok"), R"(
+<authenticate method="dialog">
+<fields>
+<field>
+<id>user</id>
+<text>ann</text>
+</field>
+<field>
+<id>pin</id>
+<text do-not-log="true">1234</text>
+</field>
+<field>
+<id></id>
+<text></text>
+</field>
+</fields>
+<button-id>ok</button-id>
+</authenticate>
+)");
+    expect_request(dialog_request("2.1", {}, "cancel"), R"(
+<authenticate method="dialog">
+<button-id>cancel</button-id>
+</authenticate>
+)");
+    expect_request(oauth_request("2.1", "c0de"), R"(
+<authenticate method="oauth">
+<oauth-code>c0de</oauth-code>
+</authenticate>
+)");
+    expect_request(disclaimer_request("2.1", true), R"(
+<authenticate method="disclaimer">
+<accept>DISCLAIMER_ACCEPTED</accept>
+</authenticate>
+)");
+    expect_request(disclaimer_request("2.1", false), R"(
+<authenticate method="disclaimer">
+<accept>DISCLAIMER_REJECTED</accept>
+</authenticate>
+)");
+    expect_request(password_update_request("2.1", "ann", "old", "new", ""), R"(
+<update-password>
+<username>ann</username>
+<old-password>old</old-password>
+<new-password>new</new-password>
+<domain></domain>
+</update-password>
+)");
+    expect_request(authentication_method_answer("2.0", "<next-authentication/>"), R"(
+<get-authentication-method-resp>
+<next-authentication/>
+</get-authentication-method-resp>
+)",
+                   "2.0");
+}
+
+TEST(Requests, Desktops) {
+    expect_request(resource_list_request("2.1"), R"(
+<get-resource-list>
+<protocols>
+<protocol>KAVRO</protocol>
+</protocols>
+<resource-types>
+<resource-type>DESKTOP</resource-type>
+</resource-types>
+</get-resource-list>
+)");
+    expect_request(allocate_resource_request("2.1", identity, "d-1", {{"n", "v"}}), R"(
+<allocate-resource>
+<resource-id>d-1</resource-id>
+<protocol>KAVRO</protocol>
+<client-info>
+<time-zone-windows>W. Europe Standard Time</time-zone-windows>
+<ip-address>10.0.0.5</ip-address>
+<mac-address>02:00:00:00:00:01</mac-address>
+<client-to-agent-variables>
+<variable>
+<name>n</name>
+<value>v</value>
+</variable>
+</client-to-agent-variables>
+</client-info>
+</allocate-resource>
+)");
+    expect_request(allocate_resource_request("2.0", {}, "", {}), R"(
+<allocate-resource>
+<resource-id></resource-id>
+<protocol>KAVRO</protocol>
+<client-info>
+<ip-address></ip-address>
+<mac-address></mac-address>
+</client-info>
+</allocate-resource>
+)",
+                   "2.0");
+    const char *const commands[] = {"CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP",
+                                    "CMD_PWR_RESUME"};
+    for (std::uint32_t command = 0; command < std::size(commands); ++command) {
+        expect_request(power_operation_request("2.1", "d-1", eKAVRO_BROKER_DESKTOP_CMD(command)),
+                       "\n<perform-operation>\n<resource-id>d-1</resource-id>\n<operation>" +
+                           std::string(commands[command]) + "</operation>\n</perform-operation>\n");
+    }
+}
+
+TEST(Requests, ValuesStandAsTheyAre) {
+    const std::string odd = "<a b=\"c\">&amp;'\r\n\xc3\xbc\xff</a> ]]>";
+    ClientIdentity odd_identity;
+    odd_identity.time_zone = odd_identity.local_address = odd_identity.mac_address = odd;
+    ClientIdentity greeting = odd_identity;
+    greeting.product_name = greeting.product_version = greeting.platform = greeting.locale =
+        greeting.host_name = greeting.server_address = greeting.server_host_name = odd;
+    const Variables variables = {{odd, odd}};
+    const DialogAnswer fields[] = {{odd, odd, true}, {odd, odd, false}};
+    const std::pair<SecureText, int> rows[] = {
+        {hello_request("2.1", greeting, true, variables), 12},
+        {password_request("2.1", odd, odd, odd), 3},
+        {dialog_request("2.1", fields, odd), 5},
+        {oauth_request("2.1", odd), 1},
+        {password_update_request("2.1", odd, odd, odd, odd), 4},
+        {allocate_resource_request("2.1", odd_identity, odd, variables), 6},
+        {power_operation_request("2.1", odd, DESKTOP_CMD_SLEEP), 1}};
+    for (const auto &[text, expected] : rows) {
+        int found = 0;
+        for (auto at = text.find(odd); at != SecureText::npos; at = text.find(odd, at + 1))
+            ++found;
+        EXPECT_EQ(found, expected) << text;
+    }
+}
+
+TEST(Requests, VersionsAreComparedByComponent) {
+    const std::tuple<const char *, const char *, bool> rows[] = {
+        {"2.1", "2.1", true},  {"2.0", "2.1", false}, {"2.10", "2.1", true},
+        {"2", "2.1", true},    {"2.1", "2", true},    {"3", "2.1", true},
+        {"1.9", "2.1", false}, {"", "2.1", true},     {"2.x", "2.1", false},
+        {"2.1x", "2.1", true}, {"10.0", "9.9", true}, {"2.1.0", "2.1.1", false}};
+    for (const auto &[version, required, expected] : rows)
+        EXPECT_EQ(version_at_least(version, required), expected) << version << ' ' << required;
+}
+
+TEST(Requests, ProductVersionLosesItsLeadingZeros) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"01.002.0", "1.2.0"}, {"000.010", "0.10"}, {"1.2.3", "1.2.3"}, {"7", "7"}, {"", ""},
+        {"1..02", "1..2"},     {"2.0a", "2.a"},     {"0x1.", "x1."}};
+    for (const auto &[version, expected] : rows)
+        EXPECT_EQ(without_leading_zeros(version), expected);
+}
+
+} // namespace
+} // namespace kavro

@@ -1,0 +1,102 @@
+#include "minting.h"
+
+#include "tls_identity.h"
+
+#include <openssl/x509.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+namespace test_support {
+
+namespace {
+
+namespace fs = std::filesystem;
+using broker_sim::Identity;
+using broker_sim::Subject;
+
+const Identity &authority() {
+    static const Identity identity = broker_sim::mint_authority("Trusted test authority");
+    return identity;
+}
+
+const Identity &strange_authority() {
+    static const Identity identity = broker_sim::mint_authority("Strange test authority");
+    return identity;
+}
+
+Subject subject(const std::vector<std::string> &names) {
+    return {.common_name = "Test server", .names = names};
+}
+
+broker_sim::KeyPtr server_key() {
+    return broker_sim::shared_key("rsa-2048");
+}
+
+ServerIdentity as_pem(const Identity &identity) {
+    return {identity.certificate_pem(), identity.key_pem()};
+}
+
+fs::path fresh_folder() {
+    std::string path = fs::temp_directory_path() / "trusted_ca_XXXXXX";
+    if (mkdtemp(path.data()) == nullptr)
+        throw std::runtime_error("no temporary folder");
+    return path;
+}
+
+/// Sets a variable, or removes it, and returns what it was.
+std::optional<std::string> exchange_variable(const char *name,
+                                             const std::optional<std::string> &value) {
+    const char *before = std::getenv(name);
+    const auto result = before ? std::optional<std::string>(before) : std::nullopt;
+    if (value)
+        setenv(name, value->c_str(), 1);
+    else
+        unsetenv(name);
+    return result;
+}
+
+} // namespace
+
+const std::string &trusted_authority() {
+    static const std::string pem = authority().certificate_pem();
+    return pem;
+}
+
+ServerIdentity trusted_server(const std::vector<std::string> &names) {
+    return as_pem(broker_sim::mint_certificate(subject(names), server_key(), authority()));
+}
+
+ServerIdentity untrusted_server(const std::vector<std::string> &names) {
+    return as_pem(broker_sim::mint_certificate(subject(names), server_key(), strange_authority()));
+}
+
+ServerIdentity self_signed_server(const std::vector<std::string> &names) {
+    return as_pem(broker_sim::mint_self_signed(subject(names), server_key()));
+}
+
+ServerIdentity expired_server(const std::vector<std::string> &names) {
+    Subject past = subject(names);
+    past.valid_from_days = -20;
+    past.valid_to_days = -10;
+    return as_pem(broker_sim::mint_certificate(past, server_key(), authority()));
+}
+
+TrustedCa::TrustedCa(const std::string &authority_pem) : folder_(fresh_folder()) {
+    const fs::path file = folder_ / "authority.pem";
+    const fs::path empty_folder = folder_ / "none";
+    std::ofstream(file) << authority_pem;
+    fs::create_directory(empty_folder);
+    file_before_ = exchange_variable(X509_get_default_cert_file_env(), file);
+    folder_before_ = exchange_variable(X509_get_default_cert_dir_env(), empty_folder);
+}
+
+TrustedCa::~TrustedCa() {
+    exchange_variable(X509_get_default_cert_file_env(), file_before_);
+    exchange_variable(X509_get_default_cert_dir_env(), folder_before_);
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
+}
+
+} // namespace test_support

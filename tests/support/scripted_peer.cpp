@@ -1,0 +1,315 @@
+#include "scripted_peer.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/system/system_error.hpp>
+
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace test_support {
+
+namespace asio = boost::asio;
+namespace ssl = boost::asio::ssl;
+using asio::ip::tcp;
+using boost::system::error_code;
+using std::chrono::milliseconds;
+
+/// A connection together with the steps' vocabulary. Failures are thrown and end the script.
+class PeerConnection {
+public:
+    PeerConnection(ScriptedPeer &peer, tcp::socket socket, PeerRecord &record)
+        : peer_(peer), stream_(std::move(socket), peer.tls_), record_(record) {}
+
+    void run(const Script &script);
+    /// Makes whatever run() is waiting for fail. The caller holds the peer's mutex.
+    void interrupt();
+
+    void handshake();
+    void renegotiate();
+    void expect_bytes(std::size_t count);
+    void expect_request();
+    void write(std::string_view bytes);
+    void close_notify() { stream_.shutdown(); }
+    void fin() { socket().shutdown(tcp::socket::shutdown_send); }
+    void rst();
+    /// Ends the script when the peer ends before the time is over; without a time it does so only
+    /// then.
+    void pause(std::optional<milliseconds> time);
+
+private:
+    tcp::socket &socket() { return stream_.next_layer(); }
+    void read_more();
+    void drain();
+    void close();
+
+    template <class Change>
+    void change_record(Change change) {
+        const std::lock_guard lock(peer_.mutex_);
+        change(record_);
+        peer_.changed_.notify_all();
+    }
+
+    ScriptedPeer &peer_;
+    ssl::stream<tcp::socket> stream_;
+    PeerRecord &record_;
+    std::string unread_; ///< came in and was not yet asked for by a step
+    bool encrypted_ = false;
+};
+
+void PeerConnection::run(const Script &script) {
+    try {
+        socket().set_option(tcp::no_delay(true));
+        for (const Step &step : script)
+            step(*this);
+        for (;;)
+            read_more();
+    } catch (const boost::system::system_error &) {
+        // A step or the other side has ended the connection, or TLS has failed on it.
+    }
+    drain();
+    close();
+}
+
+void PeerConnection::interrupt() {
+    error_code ignored;
+    if (socket().is_open())
+        socket().shutdown(tcp::socket::shutdown_both, ignored);
+}
+
+void PeerConnection::handshake() {
+    stream_.handshake(ssl::stream_base::server);
+    encrypted_ = true;
+    SSL *const tls = stream_.native_handle();
+    const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
+    change_record([&](PeerRecord &record) {
+        record.handshaken = true;
+        record.resumed = SSL_session_reused(tls) == 1;
+        record.server_name = name != nullptr ? name : "";
+    });
+}
+
+void PeerConnection::renegotiate() {
+    SSL_renegotiate(stream_.native_handle());
+    stream_.handshake(ssl::stream_base::server); // sends the request for it
+}
+
+void PeerConnection::expect_bytes(std::size_t count) {
+    while (unread_.size() < count)
+        read_more();
+    unread_.erase(0, count);
+}
+
+void PeerConnection::expect_request() {
+    constexpr std::string_view blank_line = "\r\n\r\n";
+    constexpr std::string_view length_name = "Content-Length: ";
+    std::size_t head = 0;
+    while ((head = unread_.find(blank_line)) == std::string::npos)
+        read_more();
+    const std::size_t length = unread_.find(length_name);
+    const std::size_t body =
+        length < head ? std::stoul(unread_.substr(length + length_name.size())) : 0;
+    const std::size_t whole = head + blank_line.size() + body;
+    while (unread_.size() < whole)
+        read_more();
+    change_record([&](PeerRecord &record) { record.requests.push_back(unread_.substr(0, whole)); });
+    unread_.erase(0, whole);
+}
+
+void PeerConnection::write(std::string_view bytes) {
+    const auto buffer = asio::buffer(bytes);
+    if (encrypted_)
+        asio::write(stream_, buffer);
+    else
+        asio::write(socket(), buffer);
+}
+
+void PeerConnection::rst() {
+    socket().set_option(asio::socket_base::linger(true, 0));
+    close();
+}
+
+void PeerConnection::pause(std::optional<milliseconds> time) {
+    std::unique_lock lock(peer_.mutex_);
+    const auto stopping = [this] { return peer_.stopping_; };
+    if (!time)
+        peer_.changed_.wait(lock, stopping);
+    else if (!peer_.changed_.wait_for(lock, *time, stopping))
+        return;
+    throw boost::system::system_error(asio::error::operation_aborted);
+}
+
+void PeerConnection::read_more() {
+    std::array<char, 16 * 1024> buffer;
+    const std::size_t count = encrypted_ ? stream_.read_some(asio::buffer(buffer))
+                                         : socket().read_some(asio::buffer(buffer));
+    unread_.append(buffer.data(), count);
+    change_record([&](PeerRecord &record) { record.received.append(buffer.data(), count); });
+}
+
+/// Closing with bytes unread would send a reset, which may overtake what was sent last.
+void PeerConnection::drain() {
+    std::array<char, 16 * 1024> buffer;
+    error_code end;
+    while (!end)
+        socket().read_some(asio::buffer(buffer), end);
+}
+
+void PeerConnection::close() {
+    change_record([this](PeerRecord &record) {
+        error_code ignored;
+        socket().close(ignored);
+        record.closed = true;
+    });
+}
+
+namespace {
+
+template <class... Arguments, class... Values>
+Step step(void (PeerConnection::*action)(Arguments...), Values... values) {
+    return [=](PeerConnection &connection) { (connection.*action)(values...); };
+}
+
+} // namespace
+
+Step handshake() {
+    return step(&PeerConnection::handshake);
+}
+
+Step expect_bytes(std::size_t count) {
+    return step(&PeerConnection::expect_bytes, count);
+}
+
+Step expect_request() {
+    return step(&PeerConnection::expect_request);
+}
+
+Step send(std::string bytes) {
+    return step(&PeerConnection::write, std::move(bytes));
+}
+
+Step send_split(std::string bytes, std::size_t piece) {
+    return drip(std::move(bytes), piece, milliseconds(0));
+}
+
+Step drip(std::string bytes, std::size_t piece, milliseconds pause) {
+    return [=](PeerConnection &connection) {
+        for (std::string_view rest = bytes; !rest.empty();) {
+            connection.write(rest.substr(0, piece));
+            rest.remove_prefix(std::min(piece, rest.size()));
+            connection.pause(pause);
+        }
+    };
+}
+
+Step renegotiate() {
+    return step(&PeerConnection::renegotiate);
+}
+
+Step close_notify() {
+    return step(&PeerConnection::close_notify);
+}
+
+Step fin() {
+    return step(&PeerConnection::fin);
+}
+
+Step rst() {
+    return step(&PeerConnection::rst);
+}
+
+Step stall() {
+    return step(&PeerConnection::pause, std::nullopt);
+}
+
+std::string http_ok(std::string_view body, std::string_view header_lines) {
+    std::string answer = "HTTP/1.1 200 OK\r\n";
+    answer += header_lines;
+    answer += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n";
+    return answer += body;
+}
+
+namespace {
+
+ssl::context server_context(const PeerTls &settings) {
+    ssl::context context(ssl::context::tls_server);
+    SSL_CTX *const native = context.native_handle();
+    SSL_CTX_set_min_proto_version(native, settings.min_version);
+    SSL_CTX_set_max_proto_version(native, settings.max_version);
+    SSL_CTX_set_security_level(native, 0); // the oldest versions are there at no other
+    context.use_certificate_chain(asio::buffer(settings.identity.certificate));
+    context.use_private_key(asio::buffer(settings.identity.key), ssl::context::pem);
+    if (settings.demand_client_certificate)
+        context.set_verify_mode(ssl::verify_peer | ssl::verify_fail_if_no_peer_cert);
+    return context;
+}
+
+} // namespace
+
+ScriptedPeer::ScriptedPeer(std::vector<Script> scripts, const PeerTls &tls,
+                           const std::string &address)
+    : scripts_(std::move(scripts)),
+      tls_(server_context(tls)),
+      acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
+      endpoint_(acceptor_.local_endpoint()) {
+    acceptor_thread_ = std::thread([this] { accept_all(); });
+}
+
+ScriptedPeer::~ScriptedPeer() {
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+        changed_.notify_all();
+        for (const auto &connection : connections_)
+            connection->interrupt();
+    }
+    error_code ignored;
+    tcp::socket(context_).connect(endpoint_, ignored); // wakes the acceptor
+    acceptor_thread_.join();
+    for (std::thread &thread : threads_)
+        thread.join();
+}
+
+void ScriptedPeer::accept_all() {
+    for (;;) {
+        error_code error;
+        tcp::socket socket = acceptor_.accept(error);
+        const std::lock_guard lock(mutex_);
+        if (stopping_)
+            return;
+        if (error)
+            continue;
+        const Script &script = scripts_[std::min(records_.size(), scripts_.size() - 1)];
+        PeerConnection &connection = *connections_.emplace_back(
+            std::make_unique<PeerConnection>(*this, std::move(socket), records_.emplace_back()));
+        threads_.emplace_back([&connection, &script] { connection.run(script); });
+        changed_.notify_all();
+    }
+}
+
+std::string ScriptedPeer::address() const {
+    return endpoint_.address().to_string() + ":" + port();
+}
+
+std::size_t ScriptedPeer::connection_count() const {
+    const std::lock_guard lock(mutex_);
+    return records_.size();
+}
+
+PeerRecord ScriptedPeer::record(std::size_t connection) const {
+    const std::lock_guard lock(mutex_);
+    return connection < records_.size() ? records_[connection] : PeerRecord{};
+}
+
+bool ScriptedPeer::wait_for(std::size_t connection,
+                            const std::function<bool(const PeerRecord &)> &wanted) const {
+    constexpr std::chrono::seconds unreasonable{5};
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, unreasonable, [&] {
+        return connection < records_.size() && wanted(records_[connection]);
+    });
+}
+
+} // namespace test_support

@@ -1,0 +1,116 @@
+#pragma once
+
+#include "minting.h"
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/ssl/context.hpp>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace test_support {
+
+class PeerConnection;
+
+/// One thing that the peer does on a connection. A step that fails, because the other side is gone
+/// for instance, ends the script.
+using Step = std::function<void(PeerConnection &)>;
+
+/// What the peer does on one connection, TCP being established. Without handshake() the steps speak
+/// plain TCP. When the script is at its end, the peer listens until the other side closes.
+using Script = std::vector<Step>;
+
+/// The TLS handshake as the server.
+Step handshake();
+/// Waits until that many bytes have come in.
+Step expect_bytes(std::size_t count);
+/// Waits for a whole HTTP request with its body.
+Step expect_request();
+Step send(std::string bytes);
+/// Each piece is a TLS record of its own.
+Step send_split(std::string bytes, std::size_t piece);
+Step drip(std::string bytes, std::size_t piece, std::chrono::milliseconds pause);
+/// Asks for a new handshake (TLS 1.2).
+Step renegotiate();
+/// Ends the sending direction: of TLS, of TCP, or all of TCP with a reset.
+Step close_notify();
+Step fin();
+Step rst();
+/// Neither sends nor reads any more for as long as the peer lives.
+Step stall();
+
+/// An HTTP answer with status 200.
+std::string http_ok(std::string_view body, std::string_view header_lines = {});
+
+struct PeerTls {
+    ServerIdentity identity = trusted_server({"127.0.0.1"});
+    int min_version = 0; ///< as OpenSSL numbers them; 0 sets no bound
+    int max_version = 0;
+    bool demand_client_certificate = false;
+};
+
+/// What a peer saw on one connection.
+struct PeerRecord {
+    std::string received; ///< decrypted, what came after the handshake; else all bytes
+    std::vector<std::string> requests;
+    std::string server_name; ///< that the client asked for (SNI)
+    bool handshaken = false;
+    bool resumed = false; ///< the handshake took up an earlier session
+    bool closed = false;
+};
+
+/// A server on a loopback address that follows a script, each connection on a thread of its own.
+class ScriptedPeer {
+public:
+    /// The first connection follows the first script and so on; the last script serves all that
+    /// come after.
+    explicit ScriptedPeer(std::vector<Script> scripts, const PeerTls &tls = {},
+                          const std::string &address = "127.0.0.1");
+    /// Ends all connections, whatever they are waiting for.
+    ~ScriptedPeer();
+    ScriptedPeer(const ScriptedPeer &) = delete;
+    ScriptedPeer &operator=(const ScriptedPeer &) = delete;
+
+    boost::asio::ip::tcp::endpoint endpoint() const { return endpoint_; }
+    std::string port() const { return std::to_string(endpoint_.port()); }
+    /// "address:port"
+    std::string address() const;
+
+    std::size_t connection_count() const;
+    PeerRecord record(std::size_t connection) const;
+    /// Waits until a connection's record is as wanted; false when that takes unreasonably long.
+    bool wait_for(std::size_t connection,
+                  const std::function<bool(const PeerRecord &)> &wanted) const;
+
+private:
+    friend class PeerConnection;
+
+    void accept_all();
+
+    std::vector<Script> scripts_;
+    boost::asio::io_context context_;
+    boost::asio::ssl::context tls_;
+    boost::asio::ip::tcp::acceptor acceptor_;
+    boost::asio::ip::tcp::endpoint endpoint_;
+
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    bool stopping_ = false;
+    std::deque<PeerRecord> records_; ///< its elements stay where they are
+    std::vector<std::unique_ptr<PeerConnection>> connections_;
+    std::thread acceptor_thread_;
+    std::vector<std::thread> threads_;
+};
+
+} // namespace test_support

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "transport/name_resolution.h"
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace kavro {
+
+/// A name server that answers no look-up before it is told to.
+class SilentNames {
+public:
+    explicit SilentNames(NameResolver::Endpoints answer = {})
+        : state_(std::make_shared<State>(std::move(answer))) {}
+    ~SilentNames() { release(); }
+    SilentNames(const SilentNames &) = delete;
+    SilentNames &operator=(const SilentNames &) = delete;
+
+    NameResolver::BlockingLookup lookup() const {
+        return [state = state_](const std::string &, const std::string &,
+                                boost::system::error_code &) {
+            thread_local const ThreadEnd notified(state);
+            std::unique_lock lock(state->mutex);
+            state->changed.wait(lock, [&] { return state->released; });
+            return state->answer;
+        };
+    }
+
+    void wait_for_lookups(int number) const {
+        std::unique_lock lock(state_->mutex);
+        state_->changed.wait(lock, [&] { return state_->threads == number; });
+    }
+
+    /// Answers all look-ups and waits until their threads have ended.
+    void release() {
+        std::unique_lock lock(state_->mutex);
+        state_->released = true;
+        state_->changed.notify_all();
+        state_->changed.wait(lock, [this] { return state_->threads == 0; });
+    }
+
+private:
+    struct State {
+        explicit State(NameResolver::Endpoints endpoints) : answer(std::move(endpoints)) {}
+
+        void count(int difference) {
+            const std::lock_guard lock(mutex);
+            threads += difference;
+            changed.notify_all();
+        }
+
+        const NameResolver::Endpoints answer;
+        std::mutex mutex;
+        std::condition_variable changed;
+        int threads = 0; ///< in a look-up, or on the way out of one
+        bool released = false;
+    };
+
+    struct ThreadEnd {
+        explicit ThreadEnd(std::shared_ptr<State> counted) : state(std::move(counted)) {
+            state->count(1);
+        }
+        ~ThreadEnd() { state->count(-1); }
+
+        std::shared_ptr<State> state;
+    };
+
+    std::shared_ptr<State> state_;
+};
+
+} // namespace kavro

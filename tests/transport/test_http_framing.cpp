@@ -1,0 +1,286 @@
+#include "transport/http_framing.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace kavro {
+namespace {
+
+using namespace std::string_literals;
+using State = HttpResponseParser::State;
+
+TEST(HttpRequest, IsBuiltByteByByte) {
+    const std::string before = "POST /kavro-broker/xml HTTP/1.1\r\nHost: broker.test\r\n";
+    const std::string types = "Accept: text/*, application/octet-stream\r\n"
+                              "Content-Type: text/xml; charset=UTF-8\r\n";
+    const std::string after = "User-Agent: Mozilla/4.0 (compatible; MSIE 6.0)\r\n"
+                              "Content-Length: 9\r\n"
+                              "Connection: Keep-Alive\r\n"
+                              "Cache-Control: no-cache\r\n"
+                              "\r\n"
+                              "<\xc3\xbc/>\r\n<x";
+    const struct {
+        const char *log_id;
+        CookieTable cookies;
+        std::string expected;
+    } rows[] = {
+        {"", {}, before + types + after},
+        {"4711-0", {}, before + "Client-Log-Id: 4711-0\r\n" + types + after},
+        {"", {{"b", "2"}, {"a", "1"}}, before + types + "Cookie: a=1; b=2\r\n" + after},
+        {"i", {{"s", ""}}, before + "Client-Log-Id: i\r\n" + types + "Cookie: s=\r\n" + after},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(std::string(http_post_request("/kavro-broker/xml", "broker.test", row.log_id,
+                                                row.cookies, "<\xc3\xbc/>\r\n<x")),
+                  row.expected);
+    EXPECT_NE(http_post_request("/", "h", "", {}, std::string(1234567, 'x'))
+                  .find("\r\nContent-Length: 1234567\r\n"),
+              SecureText::npos);
+}
+
+/// Reads a response out of pieces, as a socket would bring them.
+class Reader {
+public:
+    State read(std::string_view bytes) {
+        while (state == State::need_more && !bytes.empty()) {
+            const auto space = parser.space();
+            const std::size_t size = std::min(bytes.size(), space.size);
+            std::memcpy(space.data, bytes.data(), size);
+            bytes.remove_prefix(size);
+            taken += size;
+            state = parser.received(size);
+        }
+        return state;
+    }
+
+    State read_by_byte(std::string_view bytes) {
+        for (const char &byte : bytes)
+            read({&byte, 1});
+        return state;
+    }
+
+    CookieTable cookies;
+    HttpResponseParser parser{cookies};
+    State state = State::need_more;
+    std::size_t taken = 0;
+};
+
+struct Response {
+    std::string text;
+    State state = State::complete;
+    std::string body;
+    CookieTable cookies = {};
+};
+
+void expect_outcome(Reader &reader, const Response &response) {
+    EXPECT_EQ(reader.state, response.state);
+    EXPECT_EQ(reader.cookies, response.cookies);
+    if (reader.state == State::complete) {
+        EXPECT_EQ(std::string(reader.parser.take_body()), response.body);
+    }
+}
+
+/// However the bytes come in, the outcome is the same.
+void check(const Response &response) {
+    SCOPED_TRACE(response.text);
+    for (std::size_t split = 0; split <= response.text.size(); ++split) {
+        Reader reader;
+        reader.read(std::string_view(response.text).substr(0, split));
+        reader.read(std::string_view(response.text).substr(split));
+        expect_outcome(reader, response);
+    }
+    Reader by_byte;
+    by_byte.read_by_byte(response.text);
+    expect_outcome(by_byte, response);
+}
+
+const std::string ok = "HTTP/1.1 200 OK\r\n";
+const std::string length_2 = "Content-Length: 2\r\n";
+const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
+
+TEST(HttpResponse, StatusLine) {
+    const std::string rest = "\r\n" + length_2 + "\r\nhi";
+    for (const char *line : {"HTTP/1.1 200 OK", "http/1.1 200 OK", "HTTP/1.1 200", "HTTP/1.1 200 "})
+        check({line + rest, State::complete, "hi"});
+    for (const char *line :
+         {"HTTP/1.1 100 Continue", "HTTP/1.1 204 No Content", "HTTP/1.1 302 Found",
+          "HTTP/1.1 401 ?", "HTTP/1.1 500", "HTTP/1.1 000 x"})
+        check({line + rest, State::not_ok, ""});
+    for (const char *line :
+         {"HTTP/1.0 200 OK", "HTTP/2 200 OK", "PRI * HTTP/2.0", "HTTP/1.1", "HTTP/1.1 ",
+          "HTTP/1.1 200abc", "HTTP/1.1 0200 OK", "HTTP/1.1 +200 OK", "HTTP/1.1 -200 OK",
+          "HTTP/1.1 99999999999 x", "HTTP/1.1  200 OK", "HTTP/1.1 20 OK", "HTTP/1.1\t200 OK",
+          "HTTP/1.1 0x200", " HTTP/1.1 200 OK", ""})
+        check({line + rest, State::mangled, ""});
+    check({"HTTP/1.1 200 OK\nContent-Length: 2\n\nhi", State::need_more, ""});
+    check({"HTTP/1.1 500 No\r\nContent-Length: 1000000000\r\nSet-Cookie: a=b; c\r\n\r\n" +
+               std::string(100, 'x'),
+           State::not_ok, ""});
+}
+
+TEST(HttpResponse, BodyByLength) {
+    const std::pair<const char *, const char *> read[] = {
+        {"Content-Length: 2", "hi"},
+        {"Content-Length:2", "hi"},
+        {"Content-Length:  \t 2 \t", "hi"},
+        {"Content-Length: 002", "hi"},
+        {"Content-Length: 2\r\nContent-Length: 2", "hi"},
+        {"Content-Length: 0", ""},
+        {"X-Content-Length: 5\r\nContent-Length: 1", "h"},
+        {"X-A: transfer-encoding: chunked\r\nContent-Length: 2", "hi"},
+        {"Transfer-Encoding-X: gzip\r\nContent-Length: 2", "hi"},
+    };
+    for (const auto &[headers, body] : read)
+        check({ok + headers + "\r\n\r\nhi, and what follows", State::complete, body});
+    for (const char *headers :
+         {"Server: x", "content-length: 2", "X-Content-Length: 2",
+          "Set-Cookie: a=Content-Length: 2", "Content-Length: 2\r\nContent-Length: 3",
+          "Content-Length:", "Content-Length: -1", "Content-Length: +2", "Content-Length: 12abc",
+          "Content-Length: 1,234", "Content-Length: 0x2", "Content-Length: 9223372036854775808",
+          "Content-Length: 18446744073709551616", "Content-Length: 67108865",
+          "Transfer-Encoding: gzip, chunked", "Transfer-Encoding: gzip\r\nContent-Length: 2",
+          "Transfer-Encoding:\r\nContent-Length: 2"})
+        check({ok + headers + "\r\n\r\nhi", State::mangled, ""});
+    check({"HTTP/1.1 200 OK\r\n\r\n", State::mangled, ""});
+    check({ok + "Content-Length: 3\r\n\r\nhi", State::need_more, ""});
+    check({ok + "Content-Length: 4\r\n\r\n\0\r\n\xff"s, State::complete, "\0\r\n\xff"s});
+}
+
+TEST(HttpResponse, BodyInChunks) {
+    for (const char *header :
+         {"Transfer-Encoding: chunked", "transfer-encoding:chunked",
+          "TRANSFER-ENCODING: \tChunked ", "Content-Length: 1\r\nTransfer-Encoding: chunked",
+          "Transfer-Encoding: chunked\r\nContent-Length: 999"})
+        check({ok + header + "\r\n\r\n2\r\nhi\r\n0\r\n\r\n", State::complete, "hi"});
+
+    const std::pair<const char *, const char *> read[] = {
+        {"0\r\n\r\n", ""},
+        {"5\r\nfirst\r\nB\r\n second\r\n..\r\n0\r\n\r\n", "first second\r\n.."},
+        {"00a\r\n0123456789\r\n0\r\n", "0123456789"}, // no final line end
+        {"5;name=value\r\nfirst\r\n0;x\r\n\r\n", "first"},
+        {"1\r\nx\r\n000\r\nTrailer: 1\r\n\r\n", "x"},
+        {"2\r\nhi\r\n0\r\n\r\nHTTP/1.1 500 next", "hi"},
+    };
+    for (const auto &[chunks, body] : read)
+        check({chunked + chunks, State::complete, body});
+    for (const char *chunks :
+         {"-1\r\nx", "+5\r\nfirst", " 5\r\nfirst", "5 \r\nfirst", "0x5\r\nfirst", "\r\nx", "G\r\nx",
+          ";x\r\nfirst", "FFFFFFFFFFFFFFFFF\r\nx", "FFFFFFFFFFFFFFFF\r\nx", "4000001\r\nx",
+          "1\r\nx\r\n4000000\r\n", "2\r\nhi0\r\n\r\n", "2\r\nhi\n0\r\n\r\n", "2\r\nhi\rx0\r\n\r\n",
+          "2\r\nhi!\r\n0\r\n\r\n"})
+        check({chunked + chunks, State::mangled, ""});
+    for (const char *chunks :
+         {"", "5", "5\r", "5\r\nfirs", "5\r\nfirst\r", "5\r\nfirst\r\n", "5\r\nfirst\r\n0\r"})
+        check({chunked + chunks, State::need_more, ""});
+}
+
+TEST(HttpResponse, Cookies) {
+    const std::pair<std::string, CookieTable> rows[] = {
+        {"Set-Cookie: sid=42; Path=/", {{"sid", "42"}}},
+        {"set-COOKIE: sid=42;", {{"sid", "42"}}},
+        {"Set-Cookie: a=1=2; x", {{"a", "1=2"}}},
+        {"Set-Cookie: a=; x", {{"a", ""}}},
+        {"Set-Cookie: =1; x", {{"", "1"}}},
+        {"Set-Cookie: a=1; x\r\nSet-Cookie: b=2; x\r\nSet-Cookie: a=3; x",
+         {{"a", "3"}, {"b", "2"}}},
+        {"Set-Cookie: sid=42", {}},
+        {"Set-Cookie: sid; x=42", {}},
+        {"Set-Cookie: sid;", {}},
+        {"Set-Cookie: ", {}},
+        {"Set-Cookie:sid=42; x", {}},
+        {"X-Set-Cookie: a=1; x", {}},
+        {"Set-Cookie: a=1\n2; x", {}},
+        {"Set-Cookie: a=1\0; x"s, {}},
+        {"Set-Cookie: a\x1b=1; x", {}},
+        {"Set-Cookie: a=\x7f; x", {}},
+    };
+    for (const auto &[header, cookies] : rows)
+        check({ok + header + "\r\n" + length_2 + "\r\nhi", State::complete, "hi", cookies});
+}
+
+std::string many_cookies(int count) {
+    std::string headers;
+    for (int i = 0; i < count; ++i)
+        headers += "Set-Cookie: c" + std::to_string(i) + "=v; Path=/\r\n";
+    return headers;
+}
+
+/// A response whose head, blank line not counted, is that long.
+std::string with_head_of(std::size_t bytes) {
+    const std::string start = ok + length_2 + "X: ";
+    return start + std::string(bytes - start.size(), 'x') + "\r\n\r\nhi";
+}
+
+TEST(HttpResponse, NothingBeyondTheLimitsIsHeld) {
+    const std::string big_value(HttpLimits::cookie_bytes - 1, 'v');
+    const std::string end = length_2 + "\r\nhi";
+    const std::string extension(HttpLimits::chunk_line_bytes - 2, 'e');
+    const struct {
+        const char *what;
+        std::string text;
+        State state;
+    } rows[] = {
+        {"head", with_head_of(HttpLimits::head_bytes), State::complete},
+        {"head too long", with_head_of(HttpLimits::head_bytes + 1), State::mangled},
+        {"cookies", ok + many_cookies(64) + end, State::complete},
+        {"a cookie too many", ok + many_cookies(65) + end, State::mangled},
+        {"cookie", ok + "Set-Cookie: n=" + big_value + "; x\r\n" + end, State::complete},
+        {"cookie too long", ok + "Set-Cookie: nn=" + big_value + "; x\r\n" + end, State::mangled},
+        {"chunk line", chunked + "2;" + extension + "\r\nhi\r\n0\r\n", State::complete},
+        {"chunk line too long", chunked + "2;e" + extension + "\r\nhi\r\n0\r\n", State::mangled},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        Reader whole, by_byte;
+        EXPECT_EQ(whole.read(row.text), row.state);
+        EXPECT_EQ(by_byte.read_by_byte(row.text), row.state);
+        EXPECT_EQ(whole.cookies, by_byte.cookies);
+        EXPECT_LE(whole.cookies.size(), HttpLimits::cookies);
+    }
+}
+
+TEST(HttpResponse, EndlessTextsAreGivenUpEarly) {
+    constexpr std::size_t one_read = 16 * 1024;
+    const std::pair<std::string, std::size_t> rows[] = {
+        {"HTTP/1.1 200 ", HttpLimits::head_bytes + 2 * one_read},
+        {chunked, HttpLimits::chunk_line_bytes + 2 * one_read},
+    };
+    for (const auto &[start, most] : rows) {
+        Reader reader;
+        reader.read(start);
+        EXPECT_EQ(reader.read(std::string(1024 * 1024, '1')), State::mangled);
+        EXPECT_LE(reader.taken, most);
+    }
+    // A full table stays usable: a cookie that is in it may change.
+    Reader reader;
+    reader.read(ok + many_cookies(64) + "Set-Cookie: c7=new; x\r\n" + length_2 + "\r\nhi");
+    EXPECT_EQ(reader.state, State::complete);
+    EXPECT_EQ(reader.cookies["c7"], "new");
+}
+
+TEST(HttpResponse, AnnouncedLengthCostsNothing) {
+    Reader reader;
+    reader.read(ok + "Content-Length: 67108864\r\n\r\n");
+    EXPECT_EQ(reader.state, State::need_more);
+    EXPECT_LE(reader.parser.space().size, 128u * 1024);
+    reader.read(std::string(1024 * 1024, 'x'));
+    EXPECT_LE(reader.parser.space().size, 2u * 1024 * 1024);
+}
+
+TEST(HttpResponse, BodyOfTinyChunksIsReadInLinearTime) {
+    constexpr std::size_t bytes = 10'000'000;
+    constexpr std::size_t per_piece = 1000;
+    std::string piece;
+    for (std::size_t i = 0; i < per_piece; ++i)
+        piece += "1\r\nx\r\n";
+    Reader reader;
+    reader.read(chunked);
+    for (std::size_t i = 0; i < bytes / per_piece; ++i)
+        reader.read(piece);
+    EXPECT_EQ(reader.read("0\r\n\r\n"), State::complete);
+    EXPECT_EQ(reader.parser.take_body(), SecureText(bytes, 'x'));
+}
+
+} // namespace
+} // namespace kavro

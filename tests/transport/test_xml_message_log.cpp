@@ -1,0 +1,198 @@
+#include "captured_log.h"
+#include "random_xml.h"
+#include "transport/xml_message_log.h"
+
+#include <gtest/gtest.h>
+
+namespace kavro {
+namespace {
+
+constexpr auto sending = MessageDirection::sending;
+constexpr auto received = MessageDirection::received;
+
+std::string masked(std::string_view text, MessageDirection direction) {
+    std::string error;
+    const auto document = XmlDocument::parse(SecureText(text), error);
+    return masked_message(document ? document->root() : XmlNode(), direction);
+}
+
+struct Row {
+    const char *text;
+    const char *shown;
+};
+
+TEST(MaskedMessage, ShowsTheMessageIndented) {
+    const Row rows[] = {
+        {"<?xml version='1.0'?>\r\n<kavro-client version='2.1'>\r\n<bye/>\r\n</kavro-client>\r\n",
+         "<kavro-client version=\"2.1\">\n  <bye></bye>\n</kavro-client>\n"},
+        {"<hello a='&lt;&quot;'>x<cap>C &amp; D</cap> y <cap/></hello>",
+         "<hello a=\"&lt;&quot;\">x y \n  <cap>C &amp; D</cap>\n  <cap></cap>\n</hello>\n"},
+        {"<x><y><bye-resp>  </bye-resp></y></x>",
+         "<x>\n  <y>\n    <bye-resp>  </bye-resp>\n  </y>\n</x>\n"},
+        // Nobody forges a line or reaches the terminal.
+        {"<hello a='1&#10;2'>x\r\n(0) y\t\x1b[2J&#0;\x7f</hello>",
+         "<hello a=\"1\\x0A2\">x\\x0D\\x0A(0) y\\x09\\x1B[2J\\x00\\x7F</hello>\n"},
+        {"<hello><x\x1b[2J y\b='1'/></hello>",
+         "<hello>\n  <x\\x1B[2J y\\x08=\"1\"></x\\x1B[2J>\n</hello>\n"},
+        {"<hello>%s%n\xc3\xbc\xff</hello>", "<hello>%s%n\xc3\xbc\xff</hello>\n"},
+    };
+    for (const auto &[text, shown] : rows) {
+        EXPECT_EQ(masked(text, sending), shown);
+        EXPECT_EQ(masked(text, received), shown);
+    }
+}
+
+TEST(MaskedMessage, ShowsNothingBesidesASensitiveElement) {
+    const Row rows[] = {
+        {"<authenticate><username>ann</username><password>p</password><domain>d</domain>"
+         "</authenticate>",
+         "    <username> *****</username>\n    <password> *****</password>\n"},
+        {"<update-password><old-password>o</old-password><new-password>n</new-password>"
+         "<username>ann</username></update-password>",
+         "    <username> *****</username>\n    <new-password> *****</new-password>\n"
+         "    <old-password> *****</old-password>\n"},
+        {"<hello><x><k:PassWord>p</k:PassWord></x></hello>", "    <password> *****</password>\n"},
+        {"<x><username/></x>", "    <username> *****</username>\n"},
+        {"<password><password>p</password></password>", "    <password> *****</password>\n"},
+        {"<hello>password<passwords>1</passwords><my-password>2</my-password></hello>",
+         "<hello>password\n  <passwords>1</passwords>\n  <my-password>2</my-password>\n</hello>\n"},
+    };
+    for (const auto &[text, shown] : rows) {
+        EXPECT_EQ(masked(text, sending), shown);
+        EXPECT_EQ(masked(text, received), shown);
+    }
+}
+
+TEST(MaskedMessage, HidesWhatIsMarkedOrCarriesAToken) {
+    const Row rows[] = {
+        {"<hello><text do-not-log=\"true\">s</text><text>shown</text></hello>",
+         "<hello>\n  <text do-not-log=\"true\">*****</text>\n  <text>shown</text>\n</hello>\n"},
+        {"<hello><text a='1' do-not-log='TRUE' b='2'>s&lt;/text><text>s</text></text></hello>",
+         "<hello>\n  <text a=\"1\" do-not-log=\"TRUE\" b=\"2\">*****</text>\n</hello>\n"},
+        {"<hello><text do-not-log=''/><text do-not-log='false'>shown</text></hello>",
+         "<hello>\n  <text do-not-log=\"\">*****</text>\n"
+         "  <text do-not-log=\"false\">shown</text>\n</hello>\n"},
+        {"<hello><text do-not-log='false' do-not-log='true'>s</text></hello>",
+         "<hello>\n  <text do-not-log=\"false\" do-not-log=\"true\">*****</text>\n</hello>\n"},
+        {"<hello><text k:Do-Not-Log='1'>s</text></hello>",
+         "<hello>\n  <text k:Do-Not-Log=\"1\">*****</text>\n</hello>\n"},
+        {"<hello do-not-log='true'><password>p</password></hello>",
+         "<hello do-not-log=\"true\">*****</hello>\n"},
+        {"<hello><oauth-code>c</oauth-code><gateway-ticket><x>t</x></gateway-ticket>"
+         "<k:JSessionId><![CDATA[s]]></k:JSessionId><gateway-tickets>shown</gateway-tickets>"
+         "</hello>",
+         "<hello>\n  <oauth-code>*****</oauth-code>\n  <gateway-ticket>*****</gateway-ticket>\n"
+         "  <k:JSessionId>*****</k:JSessionId>\n  <gateway-tickets>shown</gateway-tickets>\n"
+         "</hello>\n"},
+    };
+    for (const auto &[text, shown] : rows) {
+        EXPECT_EQ(masked(text, sending), shown);
+        EXPECT_EQ(masked(text, received), shown);
+    }
+}
+
+TEST(MaskedMessage, ShowsTheEndOfAReceivedConnectTag) {
+    const Row rows[] = {
+        {"<target><connect-tag>secret-0123456789ab</connect-tag></target>",
+         "<target>\n  <connect-tag>*****0123456789ab</connect-tag>\n</target>\n"},
+        {"<target><connect-tag>0123456789abc</connect-tag><k:Connect-Tag>secret&lt;123456789\x1b"
+         "b</k:Connect-Tag></target>",
+         "<target>\n  <connect-tag>*****123456789abc</connect-tag>\n"
+         "  <k:Connect-Tag>*****&lt;123456789\\x1Bb</k:Connect-Tag>\n</target>\n"},
+        {"<target><connect-tag>0123456789ab</connect-tag></target>",
+         "Error parsing the connect-tag - <target>\n  <connect-tag>*****</connect-tag>\n"
+         "</target>\n"},
+        {"<target><connect-tag><x>secret-0123456789ab</x></connect-tag></target>",
+         "Error parsing the connect-tag - <target>\n  <connect-tag>*****</connect-tag>\n"
+         "</target>\n"},
+        {"<target><connect-tag do-not-log='true'>secret-0123456789ab</connect-tag></target>",
+         "<target>\n  <connect-tag do-not-log=\"true\">*****</connect-tag>\n</target>\n"},
+    };
+    for (const auto &[text, shown] : rows)
+        EXPECT_EQ(masked(text, received), shown);
+    EXPECT_EQ(masked("<target><connect-tag>t</connect-tag></target>", sending),
+              "<target>\n  <connect-tag>t</connect-tag>\n</target>\n");
+}
+
+TEST(MaskedMessage, ShowsNothingOfAnUnknownMessage) {
+    for (const char *text :
+         {"<x><y>hello</y></x>", "<HELLO/>", "<k:hello/>", "<x do-not-log='true'><hello/></x>", "",
+          "<!-- <hello/> -->", "<authenticate><password>p<q</password></authenticate>"}) {
+        EXPECT_EQ(masked(text, sending), "Protected Info *****") << text;
+        EXPECT_EQ(masked(text, received), "Protected Info *****") << text;
+    }
+}
+
+TEST(MaskedMessage, IsLoggedInOneCallUnderItsBanner) {
+    std::string error;
+    const auto document = XmlDocument::parse(SecureText("<hello>%s<cap>\n</cap></hello>"), error);
+    const CapturedLog log;
+    log_message(document->root(), sending);
+    log_message(document->root(), received);
+    log_message(XmlNode(), sending);
+    const std::string shown = "<hello>%s\n  <cap>\\x0A</cap>\n</hello>\n";
+    const std::vector<LogLine> expected = {
+        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, shown},
+        {0, 2, 0, "Received XML: ------------------------"}, {0, 2, 0, shown},
+        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, "Protected Info *****"},
+    };
+    EXPECT_EQ(log.lines(), expected);
+}
+
+/// Makes the element one of those whose content must not be shown.
+void make_secret(RandomXml &random, Element &element) {
+    constexpr const char *secret_names[] = {"username",     "password",   "new-password",
+                                            "old-password", "oauth-code", "gateway-ticket",
+                                            "jsessionid"};
+    constexpr const char *marks[] = {"true", "TRUE", "yes", "1", "", "False", "false "};
+    if (const auto kind = random.below(2); kind == 0) {
+        element.name = random.disguised(random.pick(secret_names));
+    } else {
+        if (random.below(2) == 0)
+            element.attributes.emplace_back("do-not-log", "false");
+        element.attributes.emplace_back(random.disguised("do-not-log"), random.pick(marks));
+    }
+}
+
+void plant(RandomXml &random, Element &element, const std::string &text) {
+    element.texts[random.below(element.texts.size())] += text;
+}
+
+TEST(MaskedMessage, NeverShowsAPlantedSecret) {
+    const std::string secret = "S3cret+Tok/en==";
+    RandomXml random(31337);
+    int shown_all_the_same = 0;
+    for (int round = 0; round < 2'000; ++round) {
+        Element root = random.element(4);
+        root.texts[0] += "in the open";
+        Element &element = random_descendant(random, root);
+        plant(random, random_descendant(random, element), secret);
+        make_secret(random, element);
+        const std::string text = random.spelt(root);
+        for (const auto direction : {sending, received}) {
+            const std::string shown = masked(text, direction);
+            ASSERT_EQ(shown.find(secret.substr(0, 8)), std::string::npos) << text << shown;
+            shown_all_the_same += shown.find("in the open") != std::string::npos;
+        }
+    }
+    EXPECT_GT(shown_all_the_same, 500);
+}
+
+TEST(MaskedMessage, NeverShowsMoreOfAConnectTagThanItsEnd) {
+    RandomXml random(1729);
+    int ends = 0;
+    for (int round = 0; round < 2'000; ++round) {
+        Element root{"target", {}, {random.element(3)}, {"", ""}};
+        Element &element = random_descendant(random, root.children[0]);
+        element.name = random.disguised("connect-tag");
+        element.texts.back() += "secret-0123456789ab";
+        const std::string shown = masked(random.spelt(root), received);
+        ASSERT_EQ(shown.find("secret"), std::string::npos) << shown;
+        ASSERT_EQ(shown.find("-0123456789ab"), std::string::npos) << shown;
+        ends += shown.find("*****0123456789ab</") != std::string::npos;
+    }
+    EXPECT_EQ(ends, 2'000);
+}
+
+} // namespace
+} // namespace kavro

@@ -1,0 +1,172 @@
+#include "certificates.h"
+
+#include "display_text.h"
+
+#include <fmt/format.h>
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509.h>
+
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+using X509Handle = std::unique_ptr<X509, Release<X509_free>>;
+using BioHandle = std::unique_ptr<BIO, Release<BIO_free>>;
+
+constexpr std::size_t fingerprint_digits = 64;
+
+std::string name_text(const X509_NAME *name) {
+    const BioHandle text(BIO_new(BIO_s_mem()));
+    X509_NAME_print_ex(text.get(), name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
+    char *start = nullptr;
+    const long length = BIO_get_mem_data(text.get(), &start);
+    return std::string(start, static_cast<std::size_t>(length));
+}
+
+std::string time_text(const ASN1_TIME *time) {
+    std::tm parts{};
+    char text[32];
+    if (ASN1_TIME_to_tm(time, &parts) != 1 ||
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts) == 0)
+        return "unknown";
+    return text;
+}
+
+std::string fingerprint(const X509 *certificate) {
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned length = 0;
+    X509_digest(certificate, EVP_sha256(), digest, &length);
+    return fmt::format("{:02x}", fmt::join(digest, digest + length, ""));
+}
+
+std::string key_text(const X509 *certificate) {
+    const EVP_PKEY *key = X509_get0_pubkey(certificate);
+    if (key == nullptr)
+        return "unknown";
+    const char *kind = EVP_PKEY_get0_type_name(key);
+    return fmt::format("{} {} bits", kind != nullptr ? kind : "unknown kind", EVP_PKEY_bits(key));
+}
+
+Der read_der(kavro_broker_handle handle, uint32_t index) {
+    std::size_t length = 0;
+    if (kavro_broker_get_broker_certificate(handle, index, nullptr, &length) != KAVRO_BROKER_OK)
+        return {}; // not shown at this depth
+    Der der(length);
+    require(kavro_broker_get_broker_certificate(handle, index, der.data(), &length));
+    return der;
+}
+
+Certificate describe(Der der) {
+    Certificate certificate;
+    const unsigned char *start = der.data();
+    const X509Handle parsed(d2i_X509(nullptr, &start, static_cast<long>(der.size())));
+    if (parsed) {
+        certificate.subject = name_text(X509_get_subject_name(parsed.get()));
+        certificate.issuer = name_text(X509_get_issuer_name(parsed.get()));
+        certificate.valid_from = time_text(X509_get0_notBefore(parsed.get()));
+        certificate.valid_to = time_text(X509_get0_notAfter(parsed.get()));
+        certificate.sha256 = fingerprint(parsed.get());
+        certificate.key = key_text(parsed.get());
+    }
+    certificate.der = std::move(der);
+    return certificate;
+}
+
+Der to_der(X509 *certificate) {
+    Der der(static_cast<std::size_t>(i2d_X509(certificate, nullptr)));
+    unsigned char *end = der.data();
+    i2d_X509(certificate, &end);
+    return der;
+}
+
+std::vector<Der> parse_pem(const std::string &text) {
+    const BioHandle source(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
+    std::vector<Der> certificates;
+    while (const X509Handle certificate{PEM_read_bio_X509(source.get(), nullptr, nullptr, nullptr)})
+        certificates.push_back(to_der(certificate.get()));
+    ERR_clear_error(); // the end of the text is reported there
+    return certificates;
+}
+
+} // namespace
+
+std::vector<Certificate> read_certificates(kavro_broker_handle handle) {
+    std::vector<Certificate> certificates;
+    const auto count = read_count(kavro_broker_get_num_certificates, handle);
+    for (uint32_t index = 0; index < count; ++index) {
+        Certificate certificate = describe(read_der(handle, index));
+        kavro_broker_get_certificate_error(handle, index, &certificate.verdict);
+        certificates.push_back(std::move(certificate));
+    }
+    return certificates;
+}
+
+void print_certificates(const std::vector<Certificate> &certificates, std::ostream &out) {
+    for (std::size_t depth = 0; depth < certificates.size(); ++depth) {
+        const auto &certificate = certificates[depth];
+        out << fmt::format("Certificate {}{}\n", depth, depth == 0 ? ", the broker's own" : "");
+        const std::pair<const char *, std::string> rows[] = {
+            {"Subject", certificate.subject},
+            {"Issuer", certificate.issuer},
+            {"Valid", certificate.valid_from + " to " + certificate.valid_to},
+            {"SHA-256", certificate.sha256},
+            {"Key", certificate.key},
+            {"Verdict", describe_certificate(certificate.verdict)}};
+        for (const auto &[title, text] : rows)
+            out << fmt::format("  {:<8}  {}\n", title, visible(text));
+    }
+}
+
+nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates) {
+    auto list = nlohmann::ordered_json::array();
+    for (const auto &certificate : certificates)
+        list.push_back({{"subject", certificate.subject},
+                        {"issuer", certificate.issuer},
+                        {"valid_from", certificate.valid_from},
+                        {"valid_to", certificate.valid_to},
+                        {"sha256", certificate.sha256},
+                        {"key", certificate.key},
+                        {"verdict", certificate.verdict},
+                        {"reason", describe_certificate(certificate.verdict)}});
+    return list;
+}
+
+std::vector<Der> load_certificates(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    auto certificates = parse_pem(content);
+    if (certificates.empty()) {
+        const auto *start = reinterpret_cast<const unsigned char *>(content.data());
+        const X509Handle certificate(d2i_X509(nullptr, &start, static_cast<long>(content.size())));
+        if (certificate)
+            certificates.push_back(to_der(certificate.get()));
+    }
+    ERR_clear_error();
+    if (certificates.empty())
+        throw Failure(ExitStatus::usage, "NO_CERTIFICATE",
+                      fmt::format("\"{}\" holds no certificate.", path));
+    return certificates;
+}
+
+std::string normalized_fingerprint(const std::string &text) {
+    std::string digits;
+    for (const char c : text) {
+        if (c == ':' || c == ' ')
+            continue;
+        const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
+        if ((lower < '0' || lower > '9') && (lower < 'a' || lower > 'f'))
+            return {};
+        digits += lower;
+    }
+    return digits.size() == fingerprint_digits ? digits : std::string();
+}
+
+} // namespace kavro_cli
