@@ -3,15 +3,10 @@
 set -euo pipefail
 
 build=$(cd "$1" && pwd)
-folder=$(mktemp -d)
-trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$folder"' EXIT
 export PATH=$build/tools/kavro-broker:$build/tools/broker-sim:$PATH
+. "$(dirname "$0")/simulator.sh"
 
-mkfifo "$folder/ready"
-kavro-broker-sim --ca-file "$folder/ca.pem" >"$folder/ready" &
-simulator=$!
-read -r ready <"$folder/ready"
-port=$(grep -oE '"port": ?[0-9]+' <<<"$ready" | grep -oE '[0-9]+')
+start_simulator kavro-broker-sim
 echo "A simulated broker listens on 127.0.0.1, port $port."
 
 # Only the simulator's own authority is trusted here.

@@ -1,14 +1,9 @@
 #!/usr/bin/env bash
 # Whom the command-line client trusts, and how it says so: trust_options.sh SIMULATOR CLIENT
 set -euo pipefail
-folder=$(mktemp -d)
-trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$folder"' EXIT
+. "$(dirname "$0")/../../tools/simulator.sh"
 
-mkfifo "$folder/ready"
-"$1" --ca-file "$folder/ca.pem" >"$folder/ready" &
-simulator=$!
-read -r ready <"$folder/ready"
-port=$(grep -oE '"port": ?[0-9]+' <<<"$ready" | grep -oE '[0-9]+')
+start_simulator "$1"
 openssl x509 -in "$folder/ca.pem" -outform DER -out "$folder/ca.der"
 export SSL_CERT_FILE=/dev/null SSL_CERT_DIR=$folder/none
 

@@ -2,9 +2,9 @@
 
 #include "broker_client_impl.h"
 #include "kavro_broker.h"
+#include "utils/src/safe_string.h"
 
 #include <cstdint>
-#include <cstring>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -67,7 +67,7 @@ inline kavro_broker_result put_text(const TextOut &out) {
         return KAVRO_BROKER_OK;
     if (given < *out.length)
         return KAVRO_BROKER_ERR_BUFFER_TOO_SMALL;
-    std::memcpy(out.buffer, out.text.data(), out.text.size());
+    kavro_memcpy_s(out.buffer, given, out.text.data(), out.text.size());
     out.buffer[out.text.size()] = '\0';
     return KAVRO_BROKER_OK;
 }

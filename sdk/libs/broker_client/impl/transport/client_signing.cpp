@@ -39,10 +39,14 @@ int refuse_private_operation(int, const unsigned char *, unsigned char *, RSA *,
 
 /// The public half of the certificate's key in an object of the given method.
 RsaHandle public_half(const X509 *certificate, const RSA_METHOD *method) {
+    // Not that of a certificate for PSS alone, which is of another type.
     const EVP_PKEY *key = X509_get0_pubkey(certificate);
-    const RSA *shown = key != nullptr ? EVP_PKEY_get0_RSA(key) : nullptr;
-    if (shown == nullptr)
+    const bool suitable = key != nullptr && EVP_PKEY_get_base_id(key) == EVP_PKEY_RSA;
+    const RSA *shown = suitable ? EVP_PKEY_get0_RSA(key) : nullptr;
+    if (shown == nullptr) {
+        drain_openssl_errors();
         return nullptr;
+    }
     RsaHandle rsa(RSA_new());
     if (!rsa) {
         report_failure("RSA_new failed");
