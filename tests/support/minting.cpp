@@ -83,6 +83,19 @@ ServerIdentity expired_server(const std::vector<std::string> &names) {
     return as_pem(broker_sim::mint_certificate(past, server_key(), authority()));
 }
 
+std::vector<std::uint8_t> der_of(const X509 *certificate) {
+    std::vector<std::uint8_t> der(static_cast<std::size_t>(i2d_X509(certificate, nullptr)));
+    unsigned char *to = der.data();
+    i2d_X509(certificate, &to);
+    return der;
+}
+
+std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key) {
+    const Identity identity =
+        broker_sim::mint_certificate({.common_name = "Test client"}, std::move(key), authority());
+    return der_of(identity.certificate.get());
+}
+
 TrustedCa::TrustedCa(const std::string &authority_pem) : folder_(fresh_folder()) {
     const fs::path file = folder_ / "authority.pem";
     const fs::path empty_folder = folder_ / "none";

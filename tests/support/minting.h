@@ -1,6 +1,10 @@
 #pragma once
 
+#include <openssl/types.h>
+
+#include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +27,12 @@ ServerIdentity trusted_server(const std::vector<std::string> &names);
 ServerIdentity untrusted_server(const std::vector<std::string> &names);
 ServerIdentity self_signed_server(const std::vector<std::string> &names);
 ServerIdentity expired_server(const std::vector<std::string> &names);
+
+std::vector<std::uint8_t> der_of(const X509 *certificate);
+
+/// A client's certificate in DER form, by the trusted authority. Of the key only the public half is
+/// needed.
+std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key);
 
 /// Makes one authority the only one that OpenSSL's default paths lead to, for as long as it lives.
 class TrustedCa {

@@ -88,6 +88,8 @@ void PeerConnection::handshake() {
         record.handshaken = true;
         record.resumed = SSL_session_reused(tls) == 1;
         record.server_name = name != nullptr ? name : "";
+        if (const X509 *shown = SSL_get0_peer_certificate(tls))
+            record.client_certificate = der_of(shown);
     });
 }
 
@@ -243,6 +245,10 @@ ssl::context server_context(const PeerTls &settings) {
     context.use_private_key(asio::buffer(settings.identity.key), ssl::context::pem);
     if (settings.demand_client_certificate)
         context.set_verify_mode(ssl::verify_peer | ssl::verify_fail_if_no_peer_cert);
+    if (!settings.client_authority.empty())
+        context.add_certificate_authority(asio::buffer(settings.client_authority));
+    if (!settings.client_signatures.empty())
+        SSL_CTX_set1_client_sigalgs_list(native, settings.client_signatures.c_str());
     return context;
 }
 

@@ -58,13 +58,16 @@ struct PeerTls {
     int min_version = 0; ///< as OpenSSL numbers them; 0 sets no bound
     int max_version = 0;
     bool demand_client_certificate = false;
+    std::string client_authority{};  ///< PEM; the issuer of the certificates that are accepted
+    std::string client_signatures{}; ///< that are asked of clients, as OpenSSL lists them
 };
 
 /// What a peer saw on one connection.
 struct PeerRecord {
     std::string received; ///< decrypted, what came after the handshake; else all bytes
     std::vector<std::string> requests;
-    std::string server_name; ///< that the client asked for (SNI)
+    std::string server_name;                      ///< that the client asked for (SNI)
+    std::vector<std::uint8_t> client_certificate; ///< DER; empty when none was shown
     bool handshaken = false;
     bool resumed = false; ///< the handshake took up an earlier session
     bool closed = false;

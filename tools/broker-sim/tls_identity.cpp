@@ -65,6 +65,22 @@ std::string alternative_names(const std::vector<std::string> &names) {
     return list;
 }
 
+std::map<int, std::string> extensions_of(const Subject &subject) {
+    std::map<int, std::string> extensions = subject.extensions;
+    extensions.insert({
+        {NID_basic_constraints, subject.authority ? "critical,CA:TRUE" : "critical,CA:FALSE"},
+        {NID_key_usage, subject.authority ? "critical,keyCertSign,cRLSign"
+                                          : "critical,digitalSignature,keyEncipherment"},
+        {NID_subject_key_identifier, "hash"},
+        {NID_authority_key_identifier, "keyid:always"},
+    });
+    if (!subject.authority)
+        extensions.insert({NID_ext_key_usage, "serverAuth,clientAuth"});
+    if (!subject.names.empty())
+        extensions.insert({NID_subject_alt_name, alternative_names(subject.names)});
+    return extensions;
+}
+
 /// `issuer` is null for a certificate that signs itself.
 Identity mint(const Subject &subject, KeyPtr key, const Identity *issuer) {
     const CertificatePtr certificate(checked(X509_new()), X509_free);
@@ -79,19 +95,11 @@ Identity mint(const Subject &subject, KeyPtr key, const Identity *issuer) {
     checked(X509_set_issuer_name(x509, X509_get_subject_name(issuing)));
     checked(X509_set_pubkey(x509, key.get()));
 
-    add_extension(x509, issuing, NID_basic_constraints,
-                  subject.authority ? "critical,CA:TRUE" : "critical,CA:FALSE");
-    add_extension(x509, issuing, NID_key_usage,
-                  subject.authority ? "critical,keyCertSign,cRLSign"
-                                    : "critical,digitalSignature,keyEncipherment");
-    add_extension(x509, issuing, NID_subject_key_identifier, "hash");
-    add_extension(x509, issuing, NID_authority_key_identifier, "keyid:always");
-    if (!subject.authority)
-        add_extension(x509, issuing, NID_ext_key_usage, "serverAuth,clientAuth");
-    if (!subject.names.empty())
-        add_extension(x509, issuing, NID_subject_alt_name, alternative_names(subject.names));
+    for (const auto &[nid, value] : extensions_of(subject))
+        add_extension(x509, issuing, nid, value);
 
-    checked(X509_sign(x509, issuer ? issuer->key.get() : key.get(), EVP_sha256()));
+    checked(X509_sign(x509, issuer ? issuer->key.get() : key.get(),
+                      checked(EVP_get_digestbyname(subject.digest.c_str()))));
     return {std::move(key), certificate};
 }
 
@@ -108,19 +116,21 @@ std::string Identity::key_pem() const {
 }
 
 KeyPtr generate_key(const std::string &kind) {
-    static constexpr std::string_view rsa = "rsa-";
-    const bool is_rsa = kind.starts_with(rsa);
-    if (!is_rsa && kind != "ec-p256")
+    const bool is_rsa = kind.starts_with("rsa-");
+    const bool is_ec = kind.starts_with("ec-");
+    if (!is_rsa && !is_ec && kind != "ed25519")
         throw std::invalid_argument("no kind of key: " + kind);
+    const std::string detail = kind.substr(kind.find('-') + 1);
+    const int type = is_rsa ? EVP_PKEY_RSA : is_ec ? EVP_PKEY_EC : EVP_PKEY_ED25519;
     const std::unique_ptr<EVP_PKEY_CTX, void (*)(EVP_PKEY_CTX *)> context(
-        checked(EVP_PKEY_CTX_new_id(is_rsa ? EVP_PKEY_RSA : EVP_PKEY_EC, nullptr)),
-        EVP_PKEY_CTX_free);
+        checked(EVP_PKEY_CTX_new_id(type, nullptr)), EVP_PKEY_CTX_free);
     checked(EVP_PKEY_keygen_init(context.get()) > 0);
     if (is_rsa)
-        checked(EVP_PKEY_CTX_set_rsa_keygen_bits(context.get(),
-                                                 std::stoi(kind.substr(rsa.size()))) > 0);
-    else
-        checked(EVP_PKEY_CTX_set_ec_paramgen_curve_nid(context.get(), NID_X9_62_prime256v1) > 0);
+        checked(EVP_PKEY_CTX_set_rsa_keygen_bits(context.get(), std::stoi(detail)) > 0);
+    if (is_ec)
+        checked(EVP_PKEY_CTX_set_ec_paramgen_curve_nid(
+                    context.get(), OBJ_txt2nid(detail == "p256" ? "prime256v1" : detail.c_str())) >
+                0);
     EVP_PKEY *key = nullptr;
     checked(EVP_PKEY_keygen(context.get(), &key) > 0);
     return KeyPtr(key, EVP_PKEY_free);

@@ -2,6 +2,7 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,10 +28,14 @@ struct Subject {
     bool authority = false;
     int valid_from_days = -1; ///< relative to now
     int valid_to_days = 30;
+    /// In OpenSSL's configuration syntax by NID, in place of the usual ones.
+    std::map<int, std::string> extensions{};
+    /// That the issuer signs with, by OpenSSL's name.
+    std::string digest = "SHA256";
 };
 
-/// "rsa-BITS" or "ec-p256". Each kind is generated once a process, because RSA keys are slow to
-/// make.
+/// "rsa-BITS", "ec-p256", "ec-CURVE" with a curve by OpenSSL's name, or "ed25519". Each kind is
+/// generated once a process, because RSA keys are slow to make.
 KeyPtr shared_key(const std::string &kind);
 
 /// Makes a key of its own on every call.
