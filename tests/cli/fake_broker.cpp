@@ -238,6 +238,13 @@ kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle, const uin
     return KAVRO_BROKER_OK;
 }
 
+kavro_broker_result kavro_broker_use_signing_certificate(kavro_broker_handle, const uint8_t *,
+                                                         size_t length, kavro_broker_sign_function,
+                                                         void *) {
+    broker.noted.push_back("client-certificate " + std::to_string(length));
+    return KAVRO_BROKER_OK;
+}
+
 kavro_broker_result kavro_broker_get_certificate_error(kavro_broker_handle, uint32_t,
                                                        uint32_t *verdict) {
     *verdict = broker.certificate_verdict;

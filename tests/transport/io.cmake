@@ -7,7 +7,7 @@ add_executable(test_transport_io
   io_handshake.cpp)
 target_link_libraries(test_transport_io PRIVATE
   broker_client_internals test_support GTest::gtest_main)
-gtest_discover_tests(test_transport_io)
+discover_tests(test_transport_io)
 
 # Those in which a second thread has a say; also run under the thread sanitizer.
 add_executable(test_transport_threads
@@ -15,4 +15,4 @@ add_executable(test_transport_threads
   io_lookups.cpp)
 target_link_libraries(test_transport_threads PRIVATE
   broker_client_internals test_support GTest::gtest_main)
-gtest_discover_tests(test_transport_threads PROPERTIES LABELS threads)
+discover_tests(test_transport_threads PROPERTIES LABELS threads)

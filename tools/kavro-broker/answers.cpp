@@ -8,7 +8,6 @@
 #include <system_error>
 
 namespace kavro_cli {
-namespace {
 
 Secret read_secret(int descriptor, const Interruption &interruption) {
     const auto failed = [descriptor](const std::string &reason) {
@@ -25,8 +24,6 @@ Secret read_secret(int descriptor, const Interruption &interruption) {
     }
     return line;
 }
-
-} // namespace
 
 Answers::Answers(const LoginOptions &options, Prompts *prompts_or_null,
                  const Interruption &interruption)

@@ -11,6 +11,9 @@
 
 namespace kavro_cli {
 
+/// A line from a descriptor; throws when there is none.
+Secret read_secret(int descriptor, const Interruption &interruption);
+
 /// Where answers for the broker come from: those given beforehand, each of which is used once, and
 /// the user, where there is one.
 struct Answers {

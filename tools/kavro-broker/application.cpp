@@ -1,5 +1,6 @@
 #include "application.h"
 
+#include "client_certificate.h"
 #include "command.h"
 #include "login.h"
 #include "report.h"
@@ -58,9 +59,15 @@ void carry_out(const Command &command, const Options &options, const Surrounding
     std::optional<Prompts> prompts;
     if (ask)
         prompts.emplace(*surroundings.console);
-    Answers answers(options.login, ask ? &*prompts : nullptr, surroundings.interruption);
+    Prompts *const prompts_or_null = ask ? &*prompts : nullptr;
+    Answers answers(options.login, prompts_or_null, surroundings.interruption);
+    std::optional<ClientCertificate> certificate;
+    if (options.client_certificate.uri)
+        certificate.emplace(options.client_certificate, prompts_or_null, surroundings.interruption);
 
     Session session(options, surroundings);
+    if (certificate)
+        session.show(*certificate);
     try {
         if (command.logs_in)
             Login(session, std::move(answers), surroundings.login_name).run();

@@ -40,6 +40,17 @@ CLI::Option *add_each(CLI::App &app, const std::string &option, const std::strin
         ->allow_extra_args(false);
 }
 
+/// An option that takes the number of a descriptor from which a secret will be read.
+CLI::Option *add_descriptor(CLI::App &app, const std::string &option, std::optional<int> &value,
+                            const std::string &description) {
+    return app
+        .add_option_function<std::string>(
+            option,
+            [option, &value](const std::string &text) { value = to_descriptor(option, text); },
+            description)
+        ->type_name("N");
+}
+
 void add_broker_options(CLI::App &app, Options &options) {
     app.option_defaults()->group("Broker");
     const auto take_address = [&options](const std::string &text) {
@@ -76,20 +87,12 @@ void add_broker_options(CLI::App &app, Options &options) {
 
 void add_login_options(CLI::App &app, LoginOptions &login) {
     app.option_defaults()->group("Log-in");
-    const auto descriptor = [&app](const char *option, std::optional<int> &value,
-                                   const char *description) {
-        app.add_option_function<std::string>(
-               option,
-               [option, &value](const std::string &text) { value = to_descriptor(option, text); },
-               description)
-            ->type_name("N");
-    };
     app.add_option("--user", login.user, "User name")->type_name("NAME");
     app.add_option("--domain", login.domain, "Domain of the user")->type_name("NAME");
-    descriptor("--password-fd", login.password_descriptor,
-               "Read the password from this descriptor, one line");
-    descriptor("--new-password-fd", login.new_password_descriptor,
-               "The same for a new password, when the old one has expired");
+    add_descriptor(app, "--password-fd", login.password_descriptor,
+                   "Read the password from this descriptor, one line");
+    add_descriptor(app, "--new-password-fd", login.new_password_descriptor,
+                   "The same for a new password, when the old one has expired");
     app.add_flag("--accept-disclaimer", login.accept_disclaimer,
                  "Accept the broker's disclaimer unseen");
     add_assignments(app, "--answer", login.answers,
@@ -104,6 +107,22 @@ void add_login_options(CLI::App &app, LoginOptions &login) {
         ->type_name("ID");
     app.add_flag("--non-interactive", login.non_interactive,
                  "Never ask: fail with status 8 when an answer is missing");
+}
+
+void add_client_certificate_options(CLI::App &app, ClientCertificateOptions &certificate) {
+    app.option_defaults()->group("Client certificate");
+    auto *uri = app.add_option("--client-certificate", certificate.uri,
+                               "Show this certificate to a broker that asks for one, and sign with "
+                               "its key on the token, e.g. \"pkcs11:token=Card;object=Log-in\"");
+    uri->type_name("PKCS11-URI");
+    app.add_option("--pkcs11-module", certificate.module_path,
+                   "Module that knows the token, unless the URI names it; without one those "
+                   "registered on this system")
+        ->type_name("FILE")
+        ->needs(uri);
+    add_descriptor(app, "--token-pin-fd", certificate.pin_descriptor,
+                   "Read the token's PIN from this descriptor, one line")
+        ->needs(uri);
 }
 
 void add_output_options(CLI::App &app, Options &options) {
@@ -176,6 +195,7 @@ void add_desktop(CLI::App &app, Options &options) {
 void add_common_options(CLI::App &app, Options &options) {
     add_broker_options(app, options);
     add_login_options(app, options.login);
+    add_client_certificate_options(app, options.client_certificate);
     add_output_options(app, options);
 }
 

@@ -26,9 +26,16 @@ struct LoginOptions {
     bool non_interactive = false;
 };
 
+/// A certificate on a PKCS #11 token that is shown to the broker.
+struct ClientCertificateOptions {
+    std::optional<std::string> uri, module_path;
+    std::optional<int> pin_descriptor;
+};
+
 struct Options {
     std::string broker_host, broker_port; ///< an empty port means the library's usual ones
     LoginOptions login;
+    ClientCertificateOptions client_certificate;
     std::optional<std::string> locale, timezone;
     Variables hello_variables;
     bool insecure = false;

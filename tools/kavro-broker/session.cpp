@@ -61,6 +61,11 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     surroundings.interruption.watch(handle);
 }
 
+void Session::show(ClientCertificate &certificate) {
+    certificate.install(handle_.get());
+    client_certificate_ = &certificate;
+}
+
 Session::~Session() {
     surroundings_.interruption.watch(nullptr);
 }
@@ -189,6 +194,8 @@ void Session::log_out() {
 
 Failure Session::failure(kavro_broker_result result) const {
     Failure failure(result, read_text(kavro_broker_get_broker_error_message, handle_.get()));
+    if (result == KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED && client_certificate_ != nullptr)
+        failure.detail = client_certificate_->problem();
     if (failure.status != ExitStatus::untrusted)
         return failure;
     uint32_t verdict = 0;

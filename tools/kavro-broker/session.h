@@ -1,6 +1,7 @@
 #pragma once
 
 #include "certificates.h"
+#include "client_certificate.h"
 #include "options.h"
 #include "records.h"
 #include "secret.h"
@@ -20,6 +21,9 @@ public:
     ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
+
+    /// Shows a certificate to a broker that asks for one. It must outlive this object.
+    void show(ClientCertificate &certificate);
 
     /// What the broker wants next, a `KAVRO_BROKER_AUTH_METHOD_...` value.
     uint32_t auth_method();
@@ -67,6 +71,7 @@ private:
     const Surroundings &surroundings_;
     bool spins_; ///< not between the lines of a log
     std::string pin_;
+    const ClientCertificate *client_certificate_ = nullptr;
     Handle handle_;
 };
 

@@ -163,7 +163,10 @@ Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict) {
 Judgement judge_view(const CertificateFacts &facts, ChainVerdict &verdict) {
     Judgement judgement = judge(facts, verdict, flags_agree);
     const bool marked = is_worth_storing(facts, verdict);
-    judgement.to_be_stored = facts.depth == 0 && (judgement.accepted || marked);
+    // After a warnable fault the TLS library goes on and reports the same certificate as good.
+    judgement.stored_as_accepted =
+        judgement.accepted && verdict.outcome == VerificationOutcome::passed;
+    judgement.to_be_stored = facts.depth == 0 && (judgement.stored_as_accepted || marked);
     return judgement;
 }
 

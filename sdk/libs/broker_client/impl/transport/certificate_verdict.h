@@ -50,7 +50,8 @@ struct ChainVerdict {
 struct Judgement {
     bool host_ok = true;
     bool accepted = false;
-    bool to_be_stored = false; ///< View brokers: remember it for this host
+    bool to_be_stored = false;       ///< View brokers: remember it for this host
+    bool stored_as_accepted = false; ///< and that nothing was wrong with it
 };
 
 /// The code under which an error of the TLS library is reported to the caller.

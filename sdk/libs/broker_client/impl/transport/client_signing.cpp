@@ -71,7 +71,7 @@ EvpPkeyHandle wrap(RsaHandle rsa) {
         report_failure("EVP_PKEY_assign_RSA failed");
         return nullptr;
     }
-    rsa.release(); // the key owns it now
+    static_cast<void>(rsa.release()); // the key owns it now
     return key;
 }
 
@@ -134,17 +134,16 @@ bool ClientSigning::set_client_certificate(X509Handle certificate) {
     return true;
 }
 
-bool ClientSigning::install(SSL *stream) const {
+void ClientSigning::install(SSL *stream) const {
     if (!certificate_)
-        return true;
+        return;
     constexpr const char *signatures = "RSA+SHA256:RSA+SHA384:RSA+SHA512";
     const bool installed = SSL_set_max_proto_version(stream, TLS1_2_VERSION) == 1 &&
                            SSL_set1_client_sigalgs_list(stream, signatures) == 1 &&
                            SSL_use_certificate(stream, certificate_.get()) == 1 &&
                            SSL_use_PrivateKey(stream, key_.get()) == 1;
     if (!installed)
-        report_failure("The client certificate cannot be used");
-    return installed;
+        throw_openssl_error("The client certificate cannot be used");
 }
 
 } // namespace kavro

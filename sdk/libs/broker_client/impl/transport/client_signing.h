@@ -32,8 +32,9 @@ public:
 
     /// Installs certificate and key on a stream, when there are any. The stream then speaks at most
     /// TLS 1.2 and offers PKCS #1 signatures only, because no other kind hands the signing function
-    /// a bare digest; a server that insists on another ends the handshake.
-    bool install(SSL *stream) const;
+    /// a bare digest; a server that insists on another ends the handshake. Throws when TLS does not
+    /// take the certificate, for the weakness of its key say.
+    void install(SSL *stream) const;
 
 private:
     struct Method;

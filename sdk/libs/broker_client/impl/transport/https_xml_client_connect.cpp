@@ -86,8 +86,7 @@ bool HttpsXmlClient::set_peer(const std::string &address, const std::string &por
 void HttpsXmlClient::prepare_tls(bool use_view_verifier) {
     stream_.emplace(context_, tls_);
     verification_.begin(peer_.host, connect_securely_);
-    if (!signing_.install(stream_->native_handle()))
-        throw_openssl_error("set_client_certificate");
+    signing_.install(stream_->native_handle());
     if (!connect_securely_) {
         stream_->set_verify_mode(ssl::verify_none);
         return;

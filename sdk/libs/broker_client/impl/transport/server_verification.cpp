@@ -145,7 +145,7 @@ void ServerVerification::judge_for_view(CertificateFacts &facts, X509 *certifica
     }
     judgement = judge_view(facts, verdict_);
     if (judgement.to_be_stored) {
-        cache.store(host_, certificate, judgement.accepted);
+        cache.store(host_, certificate, judgement.stored_as_accepted);
         cache.save();
     }
 }

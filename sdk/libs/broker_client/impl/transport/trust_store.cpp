@@ -62,8 +62,15 @@ std::string serial_number(const X509 *certificate) {
     return text ? text.get() : "";
 }
 
+/// False for a certificate that the store holds already; OpenSSL calls that a success.
+bool add_new(X509_STORE *store, X509 *certificate) {
+    const auto count = [store] { return sk_X509_OBJECT_num(X509_STORE_get0_objects(store)); };
+    const int before = count();
+    return X509_STORE_add_cert(store, certificate) == 1 && count() > before;
+}
+
 bool add_anchor(X509_STORE *store, X509 *certificate) {
-    const bool added = X509_STORE_add_cert(store, certificate) == 1;
+    const bool added = add_new(store, certificate);
     drain_openssl_errors();
     const std::string subject = one_line_name(X509_get_subject_name(certificate));
     const std::string issuer = one_line_name(X509_get_issuer_name(certificate));
@@ -131,7 +138,8 @@ X509StoreHandle TrustStore::current() {
         X509StoreHandle loaded = load_default_paths();
         for (const auto &anchor : own_anchors_)
             X509_STORE_add_cert(loaded.get(), anchor.get());
-        // An anchor of the caller's counts as it is, be it an issuer or the broker's own certificate.
+        // An anchor of the caller's counts as it is, be it an issuer or the broker's own
+        // certificate.
         if (!own_anchors_.empty())
             X509_STORE_set_flags(loaded.get(), X509_V_FLAG_PARTIAL_CHAIN);
         drain_openssl_errors();

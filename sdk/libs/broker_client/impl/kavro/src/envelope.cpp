@@ -9,20 +9,20 @@ namespace {
 
 constexpr std::string_view line_end = "\r\n";
 
-/// Takes the next component off a dotted version, as a number.
-int take_component(std::string_view &version) {
+/// Takes the next component off a dotted version, as a number: its leading digits, 0 without any.
+long take_component(std::string_view &version) {
     const auto dot = std::min(version.find('.'), version.size());
     const std::string component(version.substr(0, dot));
     version.remove_prefix(std::min(dot + 1, version.size()));
-    return std::atoi(component.c_str());
+    return std::strtol(component.c_str(), nullptr, 10);
 }
 
 } // namespace
 
 bool version_at_least(std::string_view version, std::string_view required) {
     while (!version.empty() && !required.empty()) {
-        const int have = take_component(version);
-        const int need = take_component(required);
+        const long have = take_component(version);
+        const long need = take_component(required);
         if (have != need)
             return have > need;
     }

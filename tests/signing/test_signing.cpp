@@ -1,0 +1,225 @@
+#include "signing_test.h"
+
+#include <gmock/gmock.h>
+#include <openssl/ec.h>
+#include <openssl/evp.h>
+#include <openssl/rsa.h>
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+namespace signing {
+namespace {
+
+using testing::AllOf;
+using testing::Each;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using Key = std::shared_ptr<EVP_PKEY>;
+using KeyContext = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
+
+Key own(EVP_PKEY *key) {
+    return {key, EVP_PKEY_free};
+}
+
+/// Knows PSS only, and says so in the certificate.
+Key make_pss_key() {
+    const KeyContext context(EVP_PKEY_CTX_new_id(EVP_PKEY_RSA_PSS, nullptr), EVP_PKEY_CTX_free);
+    EVP_PKEY *key = nullptr;
+    EVP_PKEY_keygen_init(context.get());
+    EVP_PKEY_keygen(context.get(), &key);
+    return own(key);
+}
+
+const EVP_MD *hash_of_length(std::size_t length) {
+    for (const EVP_MD *hash : {EVP_sha256(), EVP_sha384(), EVP_sha512()}) {
+        if (static_cast<std::size_t>(EVP_MD_get_size(hash)) == length)
+            return hash;
+    }
+    return nullptr;
+}
+
+/// A client's key in software. It signs well, and then spoils it when told to.
+struct Signer {
+    using Misdeed = std::function<int(uint8_t *signature, std::size_t *length)>;
+
+    Key key = own(EVP_RSA_gen(2048));
+    std::vector<uint8_t> certificate = trusted_client(key);
+    std::vector<std::size_t> digest_lengths{}; ///< of everything it was asked to sign
+    Misdeed afterwards{};
+
+    static int sign(void *context, const uint8_t *digest, std::size_t digest_length,
+                    uint8_t *signature, std::size_t *signature_length) {
+        auto &self = *static_cast<Signer *>(context);
+        self.digest_lengths.push_back(digest_length);
+        const KeyContext signing(EVP_PKEY_CTX_new(self.key.get(), nullptr), EVP_PKEY_CTX_free);
+        EVP_PKEY_sign_init(signing.get());
+        EVP_PKEY_CTX_set_rsa_padding(signing.get(), RSA_PKCS1_PADDING);
+        EVP_PKEY_CTX_set_signature_md(signing.get(), hash_of_length(digest_length));
+        const int result =
+            EVP_PKEY_sign(signing.get(), signature, signature_length, digest, digest_length);
+        return self.afterwards ? self.afterwards(signature, signature_length) : result;
+    }
+};
+
+using Lengths = std::vector<std::size_t>;
+
+class Signing : public SigningTest {
+protected:
+    kavro_broker_result use(Signer &signer) {
+        return SigningTest::use(signer.certificate, &Signer::sign, &signer);
+    }
+
+    void expect_usable() {
+        const ScriptedPeer peer({welcome()});
+        EXPECT_EQ(greet(peer), KAVRO_BROKER_OK);
+    }
+};
+
+TEST_F(Signing, the_server_gets_the_certificate_and_a_signature_over_the_bare_digest) {
+    struct Case {
+        const char *signatures;
+        std::size_t digest_length;
+    };
+    Signer signer;
+    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
+    const Case cases[] = {{"RSA+SHA256", 32},
+                          {"RSA+SHA384", 48},
+                          {"RSA+SHA512", 64},
+                          {"RSA-PSS+SHA512:RSA+SHA384", 48},
+                          {"", 32}}; // whatever OpenSSL asks of clients by itself
+    for (const Case &row : cases) {
+        for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+            SCOPED_TRACE(row.signatures);
+            signer.digest_lengths.clear();
+            PeerRecord seen;
+            EXPECT_EQ(greet(demanding(row.signatures, 0, version), seen), KAVRO_BROKER_OK);
+            EXPECT_EQ(seen.client_certificate, signer.certificate);
+            EXPECT_THAT(signer.digest_lengths, AllOf(Not(IsEmpty()), Each(row.digest_length)));
+        }
+    }
+}
+
+TEST_F(Signing, a_server_that_wants_what_a_bare_digest_cannot_give_ends_the_handshake) {
+    Signer signer;
+    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
+    for (const PeerTls &tls :
+         {demanding("RSA-PSS+SHA256:RSA-PSS+SHA384", 0, TLS1_2_VERSION),
+          demanding("RSA-PSS+SHA256", TLS1_3_VERSION), demanding("RSA+SHA1", 0, TLS1_2_VERSION)}) {
+        SCOPED_TRACE(tls.client_signatures);
+        PeerRecord seen;
+        EXPECT_EQ(greet(tls, seen), KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
+        EXPECT_FALSE(seen.handshaken);
+        EXPECT_THAT(signer.digest_lengths, IsEmpty());
+        expect_usable();
+    }
+}
+
+TEST_F(Signing, without_a_certificate_a_server_that_demands_one_refuses) {
+    PeerRecord seen;
+    EXPECT_EQ(greet(demanding("RSA+SHA256", 0, TLS1_2_VERSION), seen),
+              KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
+    // With TLS 1.3 the client is through the handshake before the server has seen what it shows.
+    EXPECT_EQ(greet(demanding("RSA-PSS+SHA256", TLS1_3_VERSION), seen),
+              KAVRO_BROKER_ERR_TLS_PROTOCOL_ERROR);
+    expect_usable();
+}
+
+TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
+    struct Case {
+        const char *name;
+        Signer::Misdeed misdeed;
+    };
+    const auto claims = [](std::size_t claimed) {
+        return [claimed](uint8_t *, std::size_t *length) {
+            *length = claimed;
+            return 1;
+        };
+    };
+    const Case cases[] = {
+        {"fails", [](uint8_t *, std::size_t *) { return 0; }},
+        {"a result that is none", [](uint8_t *, std::size_t *) { return -1; }},
+        {"nothing", claims(0)},
+        {"too short", claims(255)},
+        {"too long", claims(257)},
+        {"far too long", claims(SIZE_MAX)},
+        {"no signature, in all the room there is",
+         [](uint8_t *signature, std::size_t *length) {
+             std::fill_n(signature, *length, uint8_t{0xFF});
+             return 1;
+         }},
+        {"throws", [](uint8_t *, std::size_t *) -> int { throw std::runtime_error("card gone"); }},
+    };
+    Signer signer;
+    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
+    for (const Case &row : cases) {
+        SCOPED_TRACE(row.name);
+        signer.afterwards = row.misdeed;
+        signer.digest_lengths.clear();
+        PeerRecord seen;
+        EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
+        EXPECT_EQ(signer.digest_lengths, Lengths{32});
+        EXPECT_FALSE(seen.handshaken);
+        expect_usable();
+    }
+}
+
+TEST_F(Signing, what_cannot_be_signed_for_is_refused_and_the_certificate_before_it_stays) {
+    Signer signer;
+    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
+
+    auto two = signer.certificate;
+    two.insert(two.end(), signer.certificate.begin(), signer.certificate.end());
+    const std::vector<uint8_t> refused[] = {
+        trusted_client(own(EVP_EC_gen("P-256"))),
+        trusted_client(make_pss_key()),
+        {0x30, 0x03, 0x02, 0x01, 0x00},
+        {signer.certificate.begin(), signer.certificate.end() - 1},
+        two};
+    Signer other;
+    for (const auto &certificate : refused) {
+        SCOPED_TRACE(certificate.size());
+        EXPECT_EQ(SigningTest::use(certificate, &Signer::sign, &other),
+                  KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    }
+    EXPECT_EQ(SigningTest::use(other.certificate, nullptr, &other),
+              KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(kavro_broker_use_signing_certificate(handle_, nullptr, 9, &Signer::sign, &other),
+              KAVRO_BROKER_ERR_INVALID_PARAMETER);
+
+    PeerRecord seen;
+    EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_OK);
+    EXPECT_EQ(seen.client_certificate, signer.certificate);
+    EXPECT_THAT(other.digest_lengths, IsEmpty());
+}
+
+TEST_F(Signing, the_last_certificate_and_signer_that_were_set_are_used) {
+    Signer first;
+    Signer second;
+    for (Signer *signer : {&first, &second, &first}) {
+        ASSERT_EQ(use(*signer), KAVRO_BROKER_OK);
+        PeerRecord seen;
+        EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_OK);
+        EXPECT_EQ(seen.client_certificate, signer->certificate);
+        EXPECT_THAT(signer->digest_lengths, Not(IsEmpty()));
+        signer->digest_lengths.clear();
+        EXPECT_THAT(first.digest_lengths, IsEmpty());
+        EXPECT_THAT(second.digest_lengths, IsEmpty());
+    }
+}
+
+TEST_F(Signing, a_certificate_that_tls_does_not_take_fails_before_anything_is_sent) {
+    Signer weak{.key = own(EVP_RSA_gen(512))};
+    ASSERT_EQ(use(weak), KAVRO_BROKER_OK);
+    PeerRecord seen;
+    EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE);
+    EXPECT_THAT(message(), HasSubstr("key too small"));
+    EXPECT_EQ(seen.received, "");
+}
+
+} // namespace
+} // namespace signing

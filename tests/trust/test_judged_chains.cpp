@@ -1,0 +1,194 @@
+#include "captured_log.h"
+#include "chains.h"
+
+#include "utils/src/cert_chain.h"
+
+#include <gtest/gtest.h>
+
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <ctime>
+
+// Chains judged without a connection: names that no resolver knows, and the words of the log.
+
+namespace trust {
+namespace {
+
+using kavro::CapturedLog;
+using kavro::LogLine;
+using enum kavro::VerificationOutcome;
+
+Judged judge_server(const Identity &leaf, const std::string &host, bool by_view_rules = false) {
+    return judge({.trusted = {trusted_root().certificate},
+                  .leaf = leaf.certificate,
+                  .further = {},
+                  .host = host,
+                  .by_view_rules = by_view_rules});
+}
+
+Identity server_for(const std::string &name) {
+    return server(trusted_root(),
+                  {.names = {}, .extensions = {{NID_subject_alt_name, "DNS:" + name}}});
+}
+
+/// The usual way to write a certificate does not let a NUL into a name.
+Identity server_for_name_with_nul(std::string name, std::size_t place) {
+    const Identity plain = server_for(name);
+    std::vector<std::uint8_t> der = der_of(plain);
+    const auto found = std::search(der.begin(), der.end(), name.begin(), name.end());
+    found[static_cast<std::ptrdiff_t>(place)] = 0;
+    const broker_sim::CertificatePtr changed(kavro::Security::decode_certificate(der).release(),
+                                             X509_free);
+    X509_sign(changed.get(), trusted_root().key.get(), EVP_sha256());
+    return {plain.key, changed};
+}
+
+std::string repeated(const std::string &text, int times) {
+    std::string all;
+    while (times-- > 0)
+        all += text;
+    return all;
+}
+
+std::vector<LogLine> logged_from(const char *function) {
+    std::vector<LogLine> lines;
+    std::ranges::copy_if(CapturedLog::lines(), std::back_inserter(lines), [&](const LogLine &line) {
+        return line.text.find(function) != std::string::npos;
+    });
+    return lines;
+}
+
+} // namespace
+
+TEST(JudgedChains, NamesThatFitTheHost) {
+    const struct {
+        const char *name;
+        const char *host;
+        bool fits;
+    } cases[] = {
+        {"bar.test", "bar.test", true},
+        {"BAR.Test", "bar.test", true},
+        {"bar.test", "BAR.TEST", true},
+        {"*.bar.test", "foo.bar.test", true},
+        {"*.bar.test", "bar.test", false},
+        {"*.bar.test", "a.foo.bar.test", false},
+        {"*.test", "bar.test", false},
+        {"b*r.test", "bar.test", false},
+        {"foo.*.test", "foo.bar.test", false},
+        {"*", "bar", false},
+        {"*", "bar.test", false},
+        {"*.*.test", "foo.bar.test", false},
+        {"bar.test.", "bar.test", false},
+        {"bar.test", "foobar.test", false},
+        {"foobar.test", "bar.test", false},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(std::string(row.name) + " for " + row.host);
+        const Judged judged = judge_server(server_for(row.name), row.host);
+        EXPECT_EQ(judged.outcome, row.fits ? passed : failed);
+        EXPECT_EQ(judged.codes, (std::vector<std::uint32_t>{row.fits ? 0u : 28u, 0u}));
+    }
+    const Identity cut = server_for_name_with_nul("bar.test.evil.test", 8);
+    for (const char *host : {"bar.test", "bar.test.evil.test"})
+        EXPECT_EQ(judge_server(cut, host).outcome, failed);
+    EXPECT_EQ(judge_server(server(trusted_root(), {.names = {"::1"}}), "::1").outcome, passed);
+}
+
+// A matcher that tries every way to divide a name among the stars does not come to an end.
+TEST(JudgedChains, ManyStarsAreJudgedAtOnce) {
+    const struct {
+        std::string name;
+        std::string host;
+    } cases[] = {
+        {repeated("*a", 40) + ".test", repeated("a", 200) + "b.test"},
+        {repeated("*.", 40) + "test", repeated("a.", 90) + "test"},
+        {repeated("*", 40), repeated("a", 60)},
+    };
+    constexpr double at_once = 0.05; // seconds of processor time
+    for (const auto &row : cases) {
+        const Identity leaf = server_for(row.name);
+        const std::clock_t begin = std::clock();
+        EXPECT_EQ(judge_server(leaf, row.host).outcome, failed) << row.name;
+        EXPECT_LT(double(std::clock() - begin) / CLOCKS_PER_SEC, at_once) << row.name;
+    }
+}
+
+TEST(JudgedChains, ViewBrokersNeedRsaKeysInTheWholeChain) {
+    EXPECT_EQ(judge_server(server(trusted_root()), literal_host, true).codes,
+              (std::vector<std::uint32_t>{0, 27})); // the root has an EC key
+    const Identity root = broker_sim::mint_self_signed(
+        {.common_name = "RSA root", .authority = true}, broker_sim::shared_key("rsa-1024"));
+    const Identity leaf = server(root);
+    const ChainCase rsa_only{.trusted = {root.certificate},
+                             .leaf = leaf.certificate,
+                             .further = {},
+                             .host = literal_host,
+                             .by_view_rules = true};
+    EXPECT_EQ(judge(rsa_only).outcome, passed);
+}
+
+TEST(JudgedChains, LogTellsEveryStep) {
+    constexpr int info = 2, debug = 3;
+    struct Case {
+        Identity leaf;
+        std::vector<LogLine> lines;
+    };
+    const auto validating = [](const char *text) {
+        return LogLine{0, debug, 0,
+                       std::string("HttpsXmlClient::verify_server_pbp() validating '") + text};
+    };
+    const auto entry = [](const char *pre) {
+        return LogLine{0, debug, 0,
+                       std::string("HttpsXmlClient::verify_server_pbp( preverified=") + pre +
+                           " ), security_mode=TRUE"};
+    };
+    const auto result = [](const char *text) {
+        return LogLine{0, info, 0, std::string("verify_server_pbp result is ") + text};
+    };
+    const LogLine root = validating("/CN=Trusted root' (depth 1)");
+    const LogLine leaf = validating("/CN=Test server' (depth 0)");
+    const LogLine good_root =
+        result("PASSED, pre=TRUE sys=FALSE hn=TRUE kl=TRUE ocsp=TRUE sscl=FALSE error[1]=0");
+    const Case cases[] = {
+        {server(trusted_root()),
+         {entry("TRUE"), root, good_root, entry("TRUE"), leaf,
+          result("PASSED, pre=TRUE sys=FALSE hn=TRUE kl=TRUE ocsp=TRUE sscl=FALSE error[0]=0")}},
+        {server(trusted_root(), {.names = {"127.0.0.2"}}),
+         {entry("TRUE"), root, good_root, entry("TRUE"), leaf,
+          result("FAILED, pre=TRUE sys=FALSE hn=FALSE kl=TRUE ocsp=TRUE sscl=FALSE error[0]=28")}},
+        {self_signed({.names = {"127.0.0.2"}}),
+         {entry("FALSE"), leaf,
+          result("FAILED_BUT_WARNABLE, pre=FALSE sys=FALSE hn=FALSE kl=TRUE ocsp=TRUE sscl=TRUE "
+                 "error[0]=13"),
+          entry("TRUE"), leaf,
+          result("FAILED_BUT_WARNABLE, pre=TRUE sys=FALSE hn=TRUE kl=TRUE ocsp=TRUE sscl=TRUE "
+                 "error[0]=13")}},
+    };
+    for (const Case &row : cases) {
+        const CapturedLog log;
+        judge_server(row.leaf, literal_host);
+        EXPECT_EQ(logged_from("verify_server_pbp"), row.lines);
+    }
+}
+
+TEST(JudgedChains, LogTellsOfKeys) {
+    constexpr int info = 2, verbose = 4;
+    const struct {
+        const char *key;
+        LogLine line;
+    } cases[] = {
+        {"rsa-1023", {0, info, -500, "Certificate invalid: RSA key length=1023 < MIN 1024"}},
+        {"rsa-1024", {0, verbose, 0, "Valid certificate RSA key length=1024"}},
+        {"ec-secp160r1", {0, info, -500, "Certificate invalid: EC key length=161 < MIN 163"}},
+        {"ec-p256", {0, verbose, 0, "Valid certificate EC key length=256"}},
+        {"ed25519", {0, info, -500, "Unknown key type: 1087"}},
+    };
+    for (const auto &row : cases) {
+        const CapturedLog log;
+        judge_server(server(trusted_root(), {.key = row.key}), literal_host);
+        EXPECT_TRUE(std::ranges::count(CapturedLog::lines(), row.line)) << row.line;
+    }
+}
+
+} // namespace trust

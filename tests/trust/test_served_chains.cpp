@@ -1,0 +1,311 @@
+#include "captured_log.h"
+#include "chains.h"
+#include "kavro_broker_extras.h"
+#include "scripted_peer.h"
+
+#include <gtest/gtest.h>
+
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
+
+// Chains as servers show them over TLS, and what a caller of the library learns.
+
+namespace trust {
+namespace {
+
+using namespace test_support;
+
+constexpr kavro_broker_result trusted = KAVRO_BROKER_OK;
+constexpr kavro_broker_result rejected = KAVRO_BROKER_ERR_CERTIFICATE_FAILED;
+constexpr kavro_broker_result warnable = KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE;
+constexpr kavro_broker_result no_tls = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED;
+
+constexpr const char *wrong_name = "the host name on the certificate is invalid";
+constexpr const char *unverified_leaf = "unable to verify the first certificate";
+constexpr const char *short_key = "the RSA key length on the certificate is less";
+
+/// Greets whoever sends something, and listens to the rest.
+Script greeting() {
+    return {handshake(), expect_request(), send(http_ok(R"(<kavro-client version="2.1"><hello-resp>
+<brokers-info><broker-info><product-name>B</product-name><product-version>1</product-version>
+<platform>P</platform><locale>en</locale><ip-address>127.0.0.1</ip-address>
+<hostname>b</hostname></broker-info></brokers-info>
+<next-authentication><authentication-methods><method>AUTHENTICATE_VIA_PASSWORD</method>
+</authentication-methods><domains><domain>D</domain></domains></next-authentication>
+</hello-resp></kavro-client>)"))};
+}
+
+/// A handle and what it says of the broker that it is sent to.
+class Client {
+public:
+    explicit Client(bool verify = true) {
+        kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle_);
+        kavro_broker_set_client_info(handle_, "test client", "1", "Linux");
+        set_verification(verify);
+    }
+    ~Client() { kavro_broker_free(handle_); }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    void set_verification(bool verify) { kavro_broker_fail_if_unverified(handle_, verify); }
+
+    kavro_broker_result ask(const ScriptedPeer &peer, const std::string &host = literal_host) {
+        kavro_broker_set_broker_address(handle_, host.c_str(), peer.port().c_str());
+        uint32_t method = 0;
+        return kavro_broker_get_auth_method(handle_, &method);
+    }
+
+    /// The verdicts by depth, as "9 0 0".
+    std::string verdicts() const {
+        std::string all;
+        uint32_t verdict = 0;
+        for (uint32_t depth = 0;
+             kavro_broker_get_certificate_error(handle_, depth, &verdict) == KAVRO_BROKER_OK;
+             ++depth)
+            all += (depth == 0 ? "" : " ") + std::to_string(verdict);
+        return all;
+    }
+    std::string error_text() const {
+        std::size_t length = 0;
+        EXPECT_EQ(kavro_broker_get_certificate_error_text(handle_, nullptr, &length), 0);
+        std::string text(length, '\0');
+        EXPECT_EQ(kavro_broker_get_certificate_error_text(handle_, text.data(), &length), 0);
+        text.resize(length - 1);
+        return text;
+    }
+    /// The first certificate of the chain that was shown.
+    std::vector<std::uint8_t> leaf() const {
+        std::size_t length = 0;
+        kavro_broker_get_broker_certificate(handle_, 0, nullptr, &length);
+        std::vector<std::uint8_t> der(length);
+        EXPECT_EQ(kavro_broker_get_broker_certificate(handle_, 0, der.data(), &length), 0);
+        return der;
+    }
+    uint32_t chain_length() const {
+        uint32_t count = 0;
+        EXPECT_EQ(kavro_broker_get_num_certificates(handle_, &count), KAVRO_BROKER_OK);
+        return count;
+    }
+    kavro_broker_result trust(const std::vector<std::uint8_t> &der) {
+        return kavro_broker_add_trust_anchor(handle_, der.data(), der.size());
+    }
+
+private:
+    kavro_broker_handle handle_ = nullptr;
+};
+
+class ServedChains : public testing::Test {
+protected:
+    /// Whatever happened before, a good broker can be talked to.
+    static void expect_usable(Client &client) {
+        const ScriptedPeer peer({greeting()}, {shown(server(trusted_root()))});
+        EXPECT_EQ(client.ask(peer), KAVRO_BROKER_OK);
+    }
+
+    kavro::CapturedLog log_; // no handle is made without one
+    TrustedCa trusted_{trusted_root().certificate_pem()};
+};
+
+struct Row {
+    const char *name;
+    ServerIdentity identity;
+    kavro_broker_result result;
+    std::string verdicts{}; ///< by depth
+    const char *text = "";  ///< a part of the reason
+    std::string host = literal_host;
+    int max_version = 0;
+};
+
+/// Judged as the rows say; not a byte reaches a peer that is not trusted; without verification all
+/// are served alike.
+void expect_judged_as_said(const std::vector<Row> &rows, void (*expect_usable)(Client &)) {
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const PeerTls tls{.identity = row.identity, .max_version = row.max_version};
+        const ScriptedPeer peer({greeting()}, tls);
+        Client client;
+        EXPECT_EQ(client.ask(peer, row.host), row.result);
+        EXPECT_EQ(client.verdicts(), row.verdicts);
+        EXPECT_NE(client.error_text().find(row.text), std::string::npos) << client.error_text();
+        EXPECT_EQ(client.error_text().empty(), row.verdicts.empty());
+        if (row.result != trusted) {
+            ASSERT_TRUE(peer.wait_for(0, [](const PeerRecord &seen) { return seen.closed; }));
+            EXPECT_EQ(peer.record(0).received, "");
+            EXPECT_EQ(peer.connection_count(), 1u);
+            EXPECT_EQ(client.chain_length() > 0, row.result != no_tls);
+        }
+        expect_usable(client);
+
+        Client unverified(false);
+        EXPECT_EQ(unverified.ask(peer, row.host), row.result == no_tls ? no_tls : trusted);
+        EXPECT_EQ(unverified.verdicts() + unverified.error_text(), "");
+        EXPECT_EQ(unverified.chain_length(), 0u);
+    }
+}
+
+} // namespace
+
+TEST_F(ServedChains, TrustAndNames) {
+    const Identity between = authority(trusted_root());
+    const Identity strange = authority(strange_root());
+    const Identity late = authority(trusted_root(), {.valid_from_days = -20, .valid_to_days = -10});
+    const Server past{.valid_from_days = -20, .valid_to_days = -10};
+    const Server future{.valid_from_days = 10, .valid_to_days = 20};
+    const Server elsewhere{.names = {"127.0.0.2"}};
+    const Server named{.names = {"broker.test"}, .common_name = "localhost"};
+    const Server as_name{.extensions = {{NID_subject_alt_name, "DNS:127.0.0.1"}}};
+    const Server as_common_name{.names = {}, .common_name = literal_host};
+    const auto trusted_server = [](const Server &wanted) {
+        return shown(server(trusted_root(), wanted));
+    };
+    const auto strange_server = [&](const Server &wanted) {
+        return shown(server(strange, wanted), {strange});
+    };
+    const ServerIdentity with_root = shown(server(strange_root()), {strange_root()});
+    expect_judged_as_said(
+        {
+            {"trusted root", trusted_server({}), trusted},
+            {"by an intermediate", shown(server(between), {between}), trusted},
+            {"intermediate not sent", shown(server(between)), warnable, "14", unverified_leaf},
+            {"unknown root", shown(server(strange_root())), warnable, "14", unverified_leaf},
+            {"unknown root above", strange_server({}), warnable, "0 29", "local issuer"},
+            {"unknown root shown", with_root, warnable, "0 13", "self-signed certificate in"},
+            {"unknown, wrong host", strange_server(elsewhere), rejected, "28 29", wrong_name},
+            {"unknown, expired", strange_server(past), rejected, "9 29", "expired"},
+            {"expired", trusted_server(past), rejected, "9 0", "expired"},
+            {"not yet valid", trusted_server(future), rejected, "8 0", "not yet"},
+            {"expired intermediate", shown(server(late), {late}), rejected, "0 9 0", "expired"},
+            {"wrong host", trusted_server(elsewhere), rejected, "28 0", wrong_name},
+            {"common name", trusted_server(named), rejected, "28 0", wrong_name, "localhost"},
+            {"address as a name", trusted_server(as_name), rejected, "28 0", wrong_name},
+            {"as common name", trusted_server(as_common_name), rejected, "28 0", wrong_name},
+            {"self-signed", shown(self_signed()), warnable, "12", "self-signed"},
+            {"self-signed, wrong host", shown(self_signed(elsewhere)), warnable, "12"},
+            {"self-signed, expired", shown(self_signed(past)), rejected, "9", "expired"},
+        },
+        expect_usable);
+}
+
+TEST_F(ServedChains, KeysAndSignatures) {
+    const auto with_key = [](const char *kind) {
+        return shown(server(trusted_root(), {.key = kind}));
+    };
+    const auto self_signed_with_key = [](const char *kind) {
+        return shown(self_signed({.key = kind}));
+    };
+    const Identity rsa = authority(trusted_root(), {.key = "rsa-1024"});
+    const Identity ec = authority(trusted_root(), {.key = "ec-secp160r1"});
+    const ServerIdentity sha1 = shown(server(trusted_root(), {.digest = "SHA1"}));
+    const ServerIdentity forged = shown(with_bad_signature(server(trusted_root())));
+    expect_judged_as_said(
+        {
+            {"RSA 1016", with_key("rsa-1016"), rejected, "27 0", short_key},
+            {"RSA 1023", with_key("rsa-1023"), rejected, "27 0", short_key},
+            {"RSA 1024", with_key("rsa-1024"), trusted},
+            {"intermediate RSA 1024", shown(server(rsa), {rsa}), trusted},
+            {"intermediate EC 160", shown(server(ec), {ec}), rejected, "0 27 0", short_key},
+            {"self-signed RSA 1024", self_signed_with_key("rsa-1024"), warnable, "12"},
+            {"self-signed RSA 1023", self_signed_with_key("rsa-1023"), rejected, "27", short_key},
+            {"SHA-1", sha1, rejected, "29 0", "digest"},
+            {"bad signature", forged, rejected, "6 0", "signature failure"},
+            {"P-256", with_key("ec-p256"), trusted},
+            {"P-256, TLS 1.2", with_key("ec-p256"), no_tls, "", "", literal_host, TLS1_2_VERSION},
+            {"P-192", with_key("ec-prime192v1"), no_tls},
+            {"Ed25519", with_key("ed25519"), rejected, "27 0", short_key},
+        },
+        expect_usable);
+}
+
+TEST_F(ServedChains, WhatCertificatesAreFor) {
+    const Identity no_authority =
+        server(trusted_root(), {.key = "ec-p256", .extensions = {{NID_key_usage, "keyCertSign"}}});
+    const Identity last = authority(
+        trusted_root(), {.extensions = {{NID_basic_constraints, "critical,CA:TRUE,pathlen:0"}}});
+    const Identity deep = authority(last);
+    const ServerIdentity for_clients =
+        shown(server(trusted_root(), {.extensions = {{NID_ext_key_usage, "clientAuth"}}}));
+    const ServerIdentity by_none = shown(server(no_authority), {no_authority});
+    const ServerIdentity too_deep = shown(server(deep), {deep, last});
+    expect_judged_as_said(
+        {
+            {"for clients only", for_clients, rejected, "17 0", "purpose"},
+            {"intermediate is no authority", by_none, rejected, "0 17 0", "purpose"},
+            {"one intermediate too many", too_deep, rejected, "0 0 29 0", "path length"},
+        },
+        expect_usable);
+}
+
+TEST_F(ServedChains, HugeOnes) {
+    const auto names = [](int count) {
+        std::vector<std::string> all{literal_host};
+        for (int i = 1; i < count; ++i)
+            all.push_back("host" + std::to_string(i) + ".test");
+        return shown(server(trusted_root(), {.names = all}));
+    };
+    const auto chain = [](int length) {
+        std::vector<Identity> further{authority(trusted_root())};
+        while (static_cast<int>(further.size()) < length)
+            further.insert(further.begin(), authority(further.front()));
+        return shown(server(further.front()), further);
+    };
+    expect_judged_as_said(
+        {
+            {"thousands of names", names(5'000), trusted},
+            {"more bytes of names than a handshake takes", names(10'000), no_tls},
+            {"a long chain", chain(99), trusted},
+            {"more bytes of chain than a handshake takes", chain(300), no_tls},
+        },
+        expect_usable);
+}
+
+TEST_F(ServedChains, CallerSeesTheCertificateThatWasRefused) {
+    const Identity leaf = self_signed();
+    const ScriptedPeer peer({greeting()}, {shown(leaf)});
+    Client client;
+    EXPECT_EQ(client.ask(peer), warnable);
+    EXPECT_EQ(client.leaf(), der_of(leaf));
+}
+
+// A resumed session shows no certificate that could be verified.
+TEST_F(ServedChains, SwitchingVerificationOnMakesAFullHandshake) {
+    for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+        const Server elsewhere{.names = {"127.0.0.2"}};
+        const ScriptedPeer strange({greeting()}, {shown(self_signed()), version, version});
+        const ScriptedPeer other({greeting()},
+                                 {shown(server(trusted_root(), elsewhere)), version, version});
+        for (const auto &[peer, expected] :
+             {std::pair{&strange, warnable}, std::pair{&other, rejected}}) {
+            Client client(false);
+            EXPECT_EQ(client.ask(*peer), KAVRO_BROKER_OK);
+            client.set_verification(true);
+            EXPECT_EQ(client.ask(*peer), expected);
+            const std::size_t last = peer->connection_count() - 1;
+            ASSERT_TRUE(peer->wait_for(last, [](const PeerRecord &seen) { return seen.closed; }));
+            EXPECT_FALSE(peer->record(last).resumed);
+            EXPECT_EQ(peer->record(last).received, "");
+            expect_usable(client);
+        }
+    }
+}
+
+TEST_F(ServedChains, AnchorOfAHandleCountsForThatHandleOnly) {
+    const Identity own = self_signed();
+    const ScriptedPeer strange({greeting()}, {shown(server(strange_root()))});
+    const ScriptedPeer lone({greeting()}, {shown(own)});
+    Client client;
+    EXPECT_EQ(client.trust({0x30, 0x03, 0x02, 0x01, 0x00}), KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(client.ask(strange), warnable);
+    EXPECT_EQ(client.trust(der_of(strange_root())), KAVRO_BROKER_OK);
+    EXPECT_EQ(client.ask(strange), trusted);
+    EXPECT_EQ(client.ask(lone), warnable);
+    EXPECT_EQ(client.trust(der_of(own)), KAVRO_BROKER_OK);
+    for (const ScriptedPeer *peer : {&strange, &lone})
+        EXPECT_EQ(client.ask(*peer), trusted);
+    expect_usable(client); // the system's anchors still count
+
+    Client another;
+    for (const ScriptedPeer *peer : {&strange, &lone})
+        EXPECT_EQ(another.ask(*peer), warnable);
+}
+
+} // namespace trust

@@ -1,0 +1,137 @@
+#include "captured_log.h"
+#include "chains.h"
+
+#include "transport/trust_store.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace trust {
+namespace {
+
+using namespace kavro;
+
+using Der = std::vector<std::uint8_t>;
+
+/// An extractor as careless as a caller's may be.
+struct Anchors {
+    std::vector<Der> certificates;
+    int count = static_cast<int>(certificates.size());
+    std::vector<int> sizes{}; ///< instead of the true ones
+    int fails_at = -1;        ///< the one that cannot be copied
+
+    CertificateExtractor extractor() const {
+        return {[this] { return count; },
+                [this](int index) {
+                    const auto place = static_cast<std::size_t>(index);
+                    if (place < sizes.size())
+                        return sizes[place];
+                    return place < certificates.size()
+                               ? static_cast<int>(certificates[place].size())
+                               : -1;
+                },
+                [this](int index, std::uint8_t *der) {
+                    const Der &certificate = certificates.at(static_cast<std::size_t>(index));
+                    std::copy(certificate.begin(), certificate.end(), der);
+                    return index != fails_at;
+                }};
+    }
+};
+
+std::string summary(int added, int count) {
+    return "HttpsXmlClient::setCertificateExtractor(): " + std::to_string(added) + " of " +
+           std::to_string(count) + " certificates added successfully.";
+}
+
+} // namespace
+
+TEST(TrustAnchors, UselessOnesAreLeftOut) {
+    const Der first = der_of(trusted_root());
+    const Der second = der_of(strange_root());
+    const Der cut(first.begin(), first.end() - 1);
+    Der longer = first;
+    longer.push_back(0);
+    const struct {
+        const char *name;
+        Anchors anchors;
+        std::size_t added;
+    } cases[] = {
+        {"all good", {{first, second}}, 2},
+        {"none", {{}}, 0},
+        {"negative count", {.certificates = {first}, .count = -1}, 0},
+        {"huge count", {.certificates = {first, second}, .count = INT_MAX}, 2},
+        {"negative size", {.certificates = {first, second}, .sizes = {-1}}, 1},
+        {"no size", {.certificates = {first, second}, .sizes = {0}}, 1},
+        {"huge size", {.certificates = {first, second}, .sizes = {INT_MAX}}, 1},
+        {"bad DER", {{{1, 2, 3}, second}}, 1},
+        {"cut off", {{cut, second}}, 1},
+        {"more than a certificate", {{longer, second}}, 1},
+        {"twice", {{first, second, first}}, 2},
+        {"copy fails", {.certificates = {first, second}, .fails_at = 1}, 1},
+    };
+    for (const auto &row : cases) {
+        SCOPED_TRACE(row.name);
+        const CapturedLog log;
+        EXPECT_EQ(extract_certificates(row.anchors.extractor()).size(), row.added);
+        EXPECT_EQ(CapturedLog::lines().back(),
+                  (LogLine{0, 3, 0, summary(static_cast<int>(row.added), row.anchors.count)}));
+    }
+    EXPECT_TRUE(extract_certificates({}).empty());
+}
+
+TEST(TrustAnchors, EachIsLogged) {
+    const CapturedLog log;
+    const Der root = der_of(trusted_root());
+    const Anchors anchors{{root, root}};
+    extract_certificates(anchors.extractor());
+    const OpenSslText serial(BN_bn2hex(
+        BignumHandle(
+            ASN1_INTEGER_to_BN(X509_get0_serialNumber(trusted_root().certificate.get()), nullptr))
+            .get()));
+    const std::string names = std::string(" subject '/CN=Trusted root', issuer '/CN=Trusted root', "
+                                          "serial '") +
+                              serial.get() + "'.";
+    const std::string function = "HttpsXmlClient::setCertificateExtractor():";
+    EXPECT_EQ(CapturedLog::lines(),
+              (std::vector<LogLine>{{0, 4, 0, function + " added" + names},
+                                    {0, 3, -500, function + " COULDN'T add" + names},
+                                    {0, 3, 0, summary(1, 2)}}));
+}
+
+TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
+    namespace fs = std::filesystem;
+    const test_support::TrustedCa trusted(trusted_root().certificate_pem());
+    const fs::path bundle = std::getenv(X509_get_default_cert_file_env());
+    const auto anchors_of = [](X509_STORE *store) {
+        return sk_X509_OBJECT_num(X509_STORE_get0_objects(store));
+    };
+    std::vector<X509Handle> own;
+    own.emplace_back(X509_dup(self_signed().certificate.get()));
+    TrustStore plain;
+    TrustStore with_own(std::move(own));
+    for (TrustStore *store : {&plain, &with_own}) {
+        std::ofstream(bundle) << trusted_root().certificate_pem();
+        const int own_count = store == &with_own ? 1 : 0;
+        const X509StoreHandle first = store->current();
+        EXPECT_EQ(store->current(), first);
+        EXPECT_EQ(anchors_of(first.get()), own_count + 1);
+
+        std::ofstream(bundle, std::ios::app) << strange_root().certificate_pem();
+        const X509StoreHandle second = store->current();
+        EXPECT_EQ(store->current(), second);
+        EXPECT_EQ(anchors_of(second.get()), own_count + 2);
+
+        fs::last_write_time(bundle, fs::last_write_time(bundle) + std::chrono::hours(1));
+        const X509StoreHandle third = store->current();
+        EXPECT_NE(third, second);
+
+        fs::remove(bundle);
+        EXPECT_EQ(anchors_of(store->current().get()), own_count);
+    }
+}
+
+} // namespace trust

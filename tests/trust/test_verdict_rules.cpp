@@ -1,0 +1,218 @@
+#include "transport/certificate_verdict.h"
+
+#include <gtest/gtest.h>
+
+#include <openssl/x509_vfy.h>
+
+#include <optional>
+
+namespace kavro {
+namespace {
+
+constexpr auto passed = VerificationOutcome::passed;
+constexpr auto failed = VerificationOutcome::failed;
+constexpr auto warnable = VerificationOutcome::failed_but_warnable;
+
+constexpr int self_signed_leaf = X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT;
+constexpr int self_signed_above = X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN;
+constexpr int unknown_issuer = X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY;
+constexpr int lone_leaf = X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE;
+constexpr int expired = X509_V_ERR_CERT_HAS_EXPIRED;
+
+constexpr const char *host_text = "the host name on the certificate is invalid or does not match.";
+constexpr const char *key_text =
+    "the RSA key length on the certificate is less than the minimum length.";
+constexpr const char *differs_text =
+    "the certificate is unverifiable and differs from the earlier unverifiable certificate.";
+
+CertificateFacts good(int depth) {
+    CertificateFacts facts;
+    facts.preverified = true;
+    facts.depth = depth;
+    return facts;
+}
+
+CertificateFacts fault(int error, int depth) {
+    CertificateFacts facts;
+    facts.error = error;
+    facts.error_text = "E" + std::to_string(error);
+    facts.depth = depth;
+    return facts;
+}
+
+CertificateFacts self_signed(CertificateFacts facts) {
+    facts.self_signed = true;
+    return facts;
+}
+
+CertificateFacts wrong_host(CertificateFacts facts) {
+    facts.host_matches = false;
+    return facts;
+}
+
+CertificateFacts short_key(CertificateFacts facts) {
+    facts.key_long_enough = false;
+    return facts;
+}
+
+CertificateFacts vouched_for(CertificateFacts facts) {
+    facts.platform_trusted = true;
+    return facts;
+}
+
+CertificateFacts remembered(StoredCertificate stored, CertificateFacts facts) {
+    facts.stored = stored;
+    return facts;
+}
+
+const CertificateFacts lone = self_signed(fault(self_signed_leaf, 0));
+const CertificateFacts root_above = self_signed(fault(self_signed_above, 1));
+
+using Codes = std::vector<std::uint32_t>;
+
+} // namespace
+
+TEST(VerdictRules, HandshakeFromCallToCall) {
+    struct Case {
+        const char *name;
+        std::vector<CertificateFacts> calls; ///< in the order of the TLS library
+        VerificationOutcome outcome;
+        Codes codes;
+        std::string text;
+        bool accepted; ///< the certificate judged last
+        std::optional<VerificationOutcome> by_view_rules = std::nullopt; ///< when they differ
+    };
+    const CertificateFacts unknown = fault(unknown_issuer, 0);
+    const CertificateFacts unknown_above = fault(unknown_issuer, 1);
+    const CertificateFacts lone_fault = fault(lone_leaf, 0);
+    const CertificateFacts late = fault(expired, 0);
+    const CertificateFacts late_above = fault(expired, 1);
+    const CertificateFacts root_error_below = self_signed(fault(self_signed_above, 0));
+    const CertificateFacts ok = good(0);
+    const Case cases[] = {
+        {"trusted chain", {good(2), good(1), ok}, passed, {0, 0, 0}, "", true},
+        {"wrong host", {good(1), wrong_host(ok)}, failed, {28, 0}, host_text, false},
+        {"host counts at depth 0 only", {wrong_host(good(1)), ok}, passed, {0, 0}, "", true},
+        {"short key above", {short_key(good(1)), ok}, failed, {0, 27}, key_text, true},
+        {"host before key", {wrong_host(short_key(ok))}, failed, {28}, host_text, false},
+        {"self-signed", {lone, ok}, warnable, {13}, "E18", true},
+        {"its host", {wrong_host(lone), wrong_host(ok)}, warnable, {13}, "E18", true},
+        {"its key", {short_key(lone), short_key(ok)}, failed, {27}, key_text, false},
+        {"by its error alone", {fault(self_signed_leaf, 0)}, failed, {13}, "E18", false},
+        {"self-signed root", {root_above, ok}, warnable, {0, 14}, "E19", true},
+        {"root's error below", {root_error_below}, failed, {14}, "E19", false},
+        {"unknown issuer above", {unknown_above, ok}, warnable, {0, 29}, "E20", true},
+        {"unknown issuer", {unknown, lone_fault, ok}, warnable, {15}, "E21", true},
+        {"not verified otherwise", {lone_fault}, failed, {15}, "E21", false},
+        {"unknown, wrong host",
+         {unknown_above, wrong_host(ok)},
+         failed,
+         {28, 29},
+         host_text,
+         false},
+        {"failed after warnable", {unknown_above, late, ok}, failed, {9, 29}, "E10", true},
+        {"warnable after failed", {late_above, unknown, ok}, failed, {29, 9}, "E20", true},
+        {"platform vouches", {vouched_for(late)}, passed, {0}, "", true},
+        {"but not for the host", {vouched_for(wrong_host(late))}, failed, {28}, host_text, false},
+        {"nor for the key", {vouched_for(short_key(late))}, failed, {27}, key_text, false},
+        {"faults of two kinds", {root_above, unknown}, warnable, {29, 14}, "E20", false, failed},
+    };
+    for (const Case &row : cases) {
+        for (const bool view : {false, true}) {
+            SCOPED_TRACE(std::string(row.name) + (view ? ", View" : ""));
+            ChainVerdict verdict;
+            Judgement last;
+            for (const CertificateFacts &facts : row.calls)
+                last = view ? judge_view(facts, verdict) : judge_pbp(facts, verdict);
+            const auto outcome = view ? row.by_view_rules.value_or(row.outcome) : row.outcome;
+            EXPECT_STREQ(outcome_name(verdict.outcome), outcome_name(outcome));
+            EXPECT_EQ(verdict.codes, row.codes);
+            EXPECT_EQ(verdict.error_text, row.text);
+            EXPECT_EQ(last.accepted, row.accepted);
+        }
+    }
+}
+
+// One call for the fault, one when the TLS library goes on as if there had been none.
+TEST(VerdictRules, ViewRemembersWhatIsWorthIt) {
+    struct Case {
+        const char *name;
+        CertificateFacts facts;
+        bool stored;
+        const char *text;
+    };
+    using enum StoredCertificate;
+    const CertificateFacts unknown = fault(unknown_issuer, 0);
+    const Case cases[] = {
+        {"trusted, new", remembered(none, good(0)), true, ""},
+        {"trusted, another before", remembered(other_accepted, good(0)), true, ""},
+        {"trusted, above the server's", good(1), false, ""},
+        {"self-signed, new", remembered(none, lone), true, "E18"},
+        {"self-signed, seen", remembered(same, lone), false, "E18"},
+        {"self-signed, another accepted", remembered(other_accepted, lone), false, "E18"},
+        {"self-signed, another refused", remembered(other_not_accepted, lone), true, differs_text},
+        {"wrong host", remembered(none, wrong_host(good(0))), false, host_text},
+        {"unknown issuer", remembered(none, unknown), false, "E20"},
+        {"unknown issuer, another", remembered(other_not_accepted, unknown), false, "E20"},
+    };
+    for (const Case &row : cases) {
+        SCOPED_TRACE(row.name);
+        ChainVerdict verdict;
+        const Judgement first = judge_view(row.facts, verdict);
+        EXPECT_EQ(first.to_be_stored, row.stored);
+        EXPECT_EQ(first.stored_as_accepted, row.facts.trusted() && row.facts.host_matches);
+        EXPECT_EQ(verdict.error_text, row.text);
+        if (row.facts.trusted())
+            continue;
+        const Judgement second = judge_view(remembered(same, good(0)), verdict);
+        EXPECT_FALSE(second.to_be_stored);
+        EXPECT_FALSE(second.stored_as_accepted);
+        EXPECT_EQ(verdict.error_text, row.text);
+    }
+}
+
+TEST(VerdictRules, CodesOfTheTlsLibrarysErrors) {
+    const struct {
+        int error;
+        std::uint32_t code;
+    } rows[] = {
+        {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, 1},
+        {X509_V_ERR_UNABLE_TO_GET_CRL, 2},
+        {X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE, 3},
+        {X509_V_ERR_UNABLE_TO_DECRYPT_CRL_SIGNATURE, 4},
+        {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, 5},
+        {X509_V_ERR_CERT_SIGNATURE_FAILURE, 6},
+        {X509_V_ERR_CRL_SIGNATURE_FAILURE, 7},
+        {X509_V_ERR_CERT_NOT_YET_VALID, 8},
+        {X509_V_ERR_CERT_HAS_EXPIRED, 9},
+        {X509_V_ERR_CRL_NOT_YET_VALID, 10},
+        {X509_V_ERR_CRL_HAS_EXPIRED, 11},
+        {X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD, 12},
+        {X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD, 12},
+        {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, 12},
+        {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, 12},
+        {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, 13},
+        {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, 14},
+        {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, 29},
+        {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, 15},
+        {X509_V_ERR_CERT_REVOKED, 16},
+        {79, 17}, // the "invalid CA" of OpenSSL 3
+        {X509_V_ERR_INVALID_NON_CA, 17},
+        {X509_V_ERR_INVALID_PURPOSE, 18},
+        {X509_V_ERR_CERT_UNTRUSTED, 19},
+        {X509_V_ERR_CERT_REJECTED, 20},
+        {X509_V_ERR_SUBJECT_ISSUER_MISMATCH, 22},
+        {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, 23},
+        {X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER, 24},
+        {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, 25},
+        {X509_V_ERR_PATH_LENGTH_EXCEEDED, 30},
+        {X509_V_ERR_EE_KEY_TOO_SMALL, 30},
+        {X509_V_ERR_UNSPECIFIED, 30},
+        {-1, 30},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(certificate_error_code(row.error), row.code)
+            << X509_verify_cert_error_string(row.error);
+}
+
+} // namespace kavro

@@ -1,0 +1,78 @@
+#include "module.h"
+
+#include <array>
+
+namespace token {
+
+void require(CK_RV result, const std::string &what) {
+    if (result != CKR_OK)
+        throw TokenError(what + ": " + p11_kit_strerror(result) + ".");
+}
+
+namespace {
+
+Modules load_module(const std::string &path) {
+    CK_FUNCTION_LIST *module = p11_kit_module_load(path.c_str(), P11_KIT_MODULE_CRITICAL);
+    if (module == nullptr)
+        throw TokenError("The PKCS #11 module " + path + " cannot be loaded.");
+    const auto release = [](CK_FUNCTION_LIST **list) {
+        p11_kit_module_finalize(*list);
+        p11_kit_module_release(*list);
+        delete[] list;
+    };
+    Modules modules(
+        new CK_FUNCTION_LIST *[2] { module, nullptr }, release);
+    require(p11_kit_module_initialize(module), "The PKCS #11 module " + path + " does not start");
+    return modules;
+}
+
+} // namespace
+
+Modules load_modules(const std::optional<std::string> &path) {
+    if (path)
+        return load_module(*path);
+    CK_FUNCTION_LIST **registered = p11_kit_modules_load_and_initialize(0);
+    if (registered == nullptr)
+        throw TokenError("The PKCS #11 modules registered on this system cannot be loaded.");
+    return {registered, p11_kit_modules_finalize_and_release};
+}
+
+TokenSession::TokenSession(CK_FUNCTION_LIST &module, CK_SLOT_ID slot, CK_FLAGS flags)
+    : module_(module) {
+    require(module.C_OpenSession(slot, CKF_SERIAL_SESSION | flags, nullptr, nullptr, &handle_),
+            "The token cannot be opened");
+}
+
+TokenSession::~TokenSession() {
+    module_.C_CloseSession(handle_);
+}
+
+std::vector<CK_OBJECT_HANDLE> TokenSession::find(std::vector<CK_ATTRIBUTE> wanted) const {
+    constexpr const char *failure = "The token cannot be searched";
+    require(module_.C_FindObjectsInit(handle_, wanted.data(), wanted.size()), failure);
+    std::vector<CK_OBJECT_HANDLE> found;
+    std::array<CK_OBJECT_HANDLE, 16> some{};
+    CK_ULONG count = 0;
+    CK_RV result = CKR_OK;
+    do {
+        result = module_.C_FindObjects(handle_, some.data(), some.size(), &count);
+        if (result == CKR_OK)
+            found.insert(found.end(), some.begin(), some.begin() + count);
+    } while (result == CKR_OK && count != 0);
+    module_.C_FindObjectsFinal(handle_);
+    require(result, failure);
+    return found;
+}
+
+std::vector<CK_BYTE> TokenSession::attribute(CK_OBJECT_HANDLE object,
+                                             CK_ATTRIBUTE_TYPE type) const {
+    constexpr const char *failure = "The token does not tell an attribute";
+    CK_ATTRIBUTE wanted{type, nullptr, 0};
+    require(module_.C_GetAttributeValue(handle_, object, &wanted, 1), failure);
+    std::vector<CK_BYTE> value(wanted.ulValueLen);
+    wanted.pValue = value.data();
+    require(module_.C_GetAttributeValue(handle_, object, &wanted, 1), failure);
+    return value;
+}
+
+} // namespace token
