@@ -409,6 +409,8 @@ TEST(Conversation, AddressesThatCannotBe) {
     };
     const std::string long_address(3000, 'a');
     const Row rows[] = {{"127.0.0.1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                        {"::1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                        {"fe80::1%lo", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
                         {"127.0.0.1", "-1", KAVRO_BROKER_ERR_INVALID_PARAMETER},
                         {"127.0.0.1", "abc", KAVRO_BROKER_ERR_INVALID_PARAMETER},
                         {"127.0.0.1", "443\r\nX-Evil: 1", KAVRO_BROKER_ERR_INVALID_PARAMETER},

@@ -23,10 +23,11 @@ namespace ssl = boost::asio::ssl;
 namespace {
 
 /// A host stands in the request's head and in the TLS handshake: nothing that could end or split
-/// either is let in.
+/// either is let in. Brackets are what is left of an IPv6 address that does not parse.
 bool is_usable_host(std::string_view host) {
-    return !host.empty() && std::ranges::none_of(host, [](unsigned char c) {
-        return c <= 0x20 || c == 0x7F || c == '/' || c == '?' || c == '#' || c == '@';
+    constexpr std::string_view refused = "/?#@[]";
+    return !host.empty() && std::ranges::none_of(host, [refused](unsigned char c) {
+        return c <= 0x20 || c == 0x7F || refused.find(static_cast<char>(c)) != refused.npos;
     });
 }
 
