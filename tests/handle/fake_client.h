@@ -21,7 +21,11 @@ public:
     /// Runs inside run_io() before the handler of that operation.
     std::map<std::string, std::function<void()>> hooks;
     ConnectionRequest last_connection;
-    std::vector<DialogAnswer> last_answers;
+    struct KeptAnswer {
+        std::string id, text;
+        bool loggable;
+    };
+    std::vector<KeptAnswer> last_answers; ///< copies: the views end with the call
     std::chrono::milliseconds last_timeout{};
     std::string log_id;
     cAUTH_RESULT auth;
@@ -51,7 +55,10 @@ public:
     }
     void authenticate_dialog(std::span<const DialogAnswer> fields, std::string_view,
                              AuthHandler handler) override {
-        last_answers.assign(fields.begin(), fields.end());
+        last_answers.clear();
+        for (const auto &field : fields)
+            last_answers.push_back(
+                {std::string(field.id), std::string(field.text), field.loggable});
         answer("dialog", handler);
     }
     void authenticate_oauth(std::string_view, AuthHandler handler) override {
