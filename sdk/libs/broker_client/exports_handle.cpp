@@ -13,7 +13,6 @@ using namespace kavro;
 namespace {
 
 constexpr int api_version = 9;
-constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
 
 BrokerClientHandle client_for(std::uint32_t type_code) {
     if (type_code != KAVRO_BROKER_TYPE_KAVRO)

@@ -18,11 +18,6 @@ const char *spelled(bool value) {
     return value ? "TRUE" : "FALSE";
 }
 
-std::string one_line_name(const X509_NAME *name) {
-    char text[256];
-    return X509_NAME_oneline(name, text, sizeof text) != nullptr ? text : "";
-}
-
 bool is_self_signed(const X509 *certificate) {
     return X509_NAME_cmp(X509_get_subject_name(certificate), X509_get_issuer_name(certificate)) ==
            0;
@@ -112,7 +107,7 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified,
     facts.error = X509_STORE_CTX_get_error(store);
     facts.error_text = X509_verify_cert_error_string(facts.error);
     chain_.set_cert(static_cast<std::size_t>(facts.depth), certificate);
-    const std::string subject = printable(one_line_name(X509_get_subject_name(certificate)));
+    const std::string subject = Security::one_line_name(X509_get_subject_name(certificate));
     if (rules == Rules::view)
         log_debug("HttpsXmlClient::verify_server_view() validating '%s'", subject.c_str());
     else

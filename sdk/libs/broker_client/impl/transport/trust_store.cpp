@@ -51,11 +51,6 @@ X509Handle extract_certificate(const CertificateExtractor &extractor, int index)
     return Security::decode_certificate(der);
 }
 
-std::string one_line_name(const X509_NAME *name) {
-    char text[256];
-    return X509_NAME_oneline(name, text, sizeof text) != nullptr ? printable(text) : "";
-}
-
 std::string serial_number(const X509 *certificate) {
     const BignumHandle number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
     const OpenSslText text(number ? BN_bn2hex(number.get()) : nullptr);
@@ -72,8 +67,8 @@ bool add_new(X509_STORE *store, X509 *certificate) {
 bool add_anchor(X509_STORE *store, X509 *certificate) {
     const bool added = add_new(store, certificate);
     drain_openssl_errors();
-    const std::string subject = one_line_name(X509_get_subject_name(certificate));
-    const std::string issuer = one_line_name(X509_get_issuer_name(certificate));
+    const std::string subject = Security::one_line_name(X509_get_subject_name(certificate));
+    const std::string issuer = Security::one_line_name(X509_get_issuer_name(certificate));
     const std::string serial = serial_number(certificate);
     if (added)
         log_verbose("HttpsXmlClient::setCertificateExtractor(): added subject '%s', issuer '%s', "

@@ -11,6 +11,10 @@
 
 namespace kavro {
 
+/// The log identifier of a client that has never been connected; the next connection makes a new
+/// one.
+inline constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
+
 /// Where a connection goes and who makes it.
 struct ConnectionRequest {
     std::string address; ///< a URL, or a registration code

@@ -26,8 +26,6 @@ constexpr const char *cipher_list =
     "ECDHE-RSA-AES128-SHA256:AES256-GCM-SHA384:AES128-GCM-SHA256:AES256-SHA256:AES128-SHA256:"
     "AES256-SHA:AES128-SHA";
 
-/// The log identifier of a client that has never been connected.
-constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
 constexpr const char *nil_mac_address = "00:00:00:00:00:00";
 
 eERROR_CODE code_of_connect(ConnectCode code) {

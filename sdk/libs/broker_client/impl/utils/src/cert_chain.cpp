@@ -1,6 +1,7 @@
 #include "utils/src/cert_chain.h"
 
 #include "utils/src/assertion.h"
+#include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"
 
 #include <openssl/pem.h>
@@ -32,6 +33,11 @@ X509Handle decode_certificate(std::span<const uint8_t> der) {
     X509Handle certificate(d2i_X509(nullptr, &rest, static_cast<long>(der.size())));
     ERR_pop_to_mark();
     return rest == der.data() + der.size() ? std::move(certificate) : nullptr;
+}
+
+std::string one_line_name(const X509_NAME *name) {
+    char text[256];
+    return X509_NAME_oneline(name, text, sizeof text) != nullptr ? printable(text) : "";
 }
 
 void cX509_CERT_CHAIN::set_cert(std::size_t depth, X509 *certificate) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -13,6 +14,9 @@ namespace kavro::Security {
 
 /// The certificate that these bytes are, all of them; null when they are none.
 X509Handle decode_certificate(std::span<const uint8_t> der);
+
+/// An owner or issuer in one line, fit for the log.
+std::string one_line_name(const X509_NAME *name);
 
 /// A chain of certificates in DER form by depth, the peer's own first. An entry is empty while
 /// its certificate has not been seen. A plain list of certificates is kept in the same way.
