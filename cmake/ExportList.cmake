@@ -2,6 +2,13 @@
 function(export_only target list)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
   file(STRINGS ${list} names)
+  if(WIN32)
+    list(JOIN names "\n  " exports)
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.def)
+    file(CONFIGURE OUTPUT ${script} @ONLY CONTENT "LIBRARY ${target}\nEXPORTS\n  @exports@\n")
+    target_sources(${target} PRIVATE ${script})
+    return()
+  endif()
   list(JOIN names ";\n    " globals)
   set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
   file(CONFIGURE OUTPUT ${script} @ONLY

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "format_text.h"
 #include "utils/src/broker_log.h"
 
+#include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kavro {
@@ -36,16 +38,22 @@ public:
         return all;
     }
 
+    /// How many messages are that text.
+    static std::ptrdiff_t count(std::string_view text) {
+        return std::ranges::count(lines(), text, &LogLine::text);
+    }
+    /// Whether a message has that in it.
+    static bool holds(std::string_view part) {
+        return std::ranges::any_of(lines(), [part](const LogLine &line) {
+            return line.text.find(part) != std::string::npos;
+        });
+    }
+
 private:
     BROKER_PRINTF_FORMAT(4, 0)
     static void record(int32_t category, int32_t severity, int32_t error, const char *format,
                        va_list arguments) {
-        va_list again;
-        va_copy(again, arguments);
-        std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, again)), '\0');
-        va_end(again);
-        std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-        lines().push_back({category, severity, error, text});
+        lines().push_back({category, severity, error, format_text(format, arguments)});
     }
 };
 

@@ -1,14 +1,18 @@
 # For scripts that need a broker; to be sourced.
 
-# start_simulator PROGRAM: starts a simulated broker that ends with the script. Sets $port, where it
-# listens on 127.0.0.1, and $folder, a temporary folder that holds ca.pem, its authority.
+# start_simulator PROGRAM [OPTIONS]: starts a simulated broker that ends with the script. Sets $port,
+# where it listens on 127.0.0.1. A temporary folder, $folder unless there is one, holds ca.pem, its
+# authority.
 start_simulator() {
-  folder=$(mktemp -d)
+  folder=${folder:-$(mktemp -d)}
+  rm -f "$folder/ready"
   mkfifo "$folder/ready"
-  "$1" --ca-file "$folder/ca.pem" >"$folder/ready" &
+  "$@" --ca-file "$folder/ca.pem" >"$folder/ready" &
   simulator=$!
   trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$folder"' EXIT
-  local ready
   read -r ready <"$folder/ready"
-  port=$(grep -oE '"port": ?[0-9]+' <<<"$ready" | grep -oE '[0-9]+')
+  port=$(port_of port)
 }
+
+# port_of NAME: where one of the simulator's servers listens.
+port_of() { grep -oE "\"$1\": ?[0-9]+" <<<"$ready" | grep -oE '[0-9]+'; }

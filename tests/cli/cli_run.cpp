@@ -1,9 +1,10 @@
 #include "cli_run.h"
 
 #include "application.h"
+#include "system.h"
 
+#include <algorithm>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
 
@@ -41,7 +42,10 @@ Outcome run_with(kavro_cli::Console *console, std::vector<std::string> arguments
                                                .interruption = interruption,
                                                .login_name = "unixuser",
                                                .retry_pause = retry_pause};
-    arguments.insert(arguments.end(), {"--broker", "broker.example"});
+    const bool has_address = std::ranges::count(arguments, "--registration-code") != 0 ||
+                             (!arguments.empty() && arguments.front() == "probe");
+    if (!has_address)
+        arguments.insert(arguments.end(), {"--broker", "broker.example"});
     const int status = kavro_cli::run_application(std::move(arguments), surroundings);
     return {status, out.str(), err.str(), {}};
 }
@@ -56,7 +60,7 @@ CliTest::CliTest() {
 
 CliTest::~CliTest() {
     for (const int descriptor : descriptors_)
-        close(descriptor);
+        test_support::close_descriptor(descriptor);
 }
 
 Outcome CliTest::run(std::vector<std::string> arguments) {
@@ -71,10 +75,7 @@ Outcome CliTest::run(std::vector<std::string> arguments, std::vector<std::string
 }
 
 int CliTest::descriptor_with(const std::string &text) {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(pipe(ends), 0);
-    EXPECT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-    close(ends[1]);
-    descriptors_.push_back(ends[0]);
-    return ends[0];
+    descriptors_.push_back(test_support::descriptor_with(text));
+    EXPECT_GE(descriptors_.back(), 0);
+    return descriptors_.back();
 }

@@ -20,6 +20,7 @@ struct kavro_broker_desktop_connection_record {
 struct kavro_broker_variable_list_record {
     Variables variables;
 };
+struct broker_query_impl {};
 
 namespace fake {
 
@@ -118,7 +119,23 @@ void kavro_broker_cancel(kavro_broker_handle) {}
 
 kavro_broker_result kavro_broker_set_broker_address(kavro_broker_handle, const char *address,
                                                     const char *port) {
-    return note("address", address, port);
+    return note("address", address, port == nullptr ? "none" : port);
+}
+kavro_broker_result kavro_broker_set_broker_variant(kavro_broker_handle, uint32_t variant) {
+    return note("variant", std::to_string(variant));
+}
+void kavro_broker_set_cache_file_location(const char *folder) {
+    note("cache", folder);
+}
+kavro_broker_result kavro_broker_enable_oauth(kavro_broker_handle, bool enable) {
+    return note("oauth-enabled", enable ? "yes" : "no");
+}
+kavro_broker_result kavro_broker_escape_text(const char *text, char *buffer, size_t *length) {
+    std::string escaped;
+    for (const char character : std::string(text))
+        escaped += std::strchr("<>&'\"", character) ? fmt::format("&{};", character)
+                                                    : std::string(1, character);
+    return put(escaped, buffer, length);
 }
 kavro_broker_result kavro_broker_set_client_info(kavro_broker_handle, const char *, const char *,
                                                  const char *) {
@@ -162,6 +179,9 @@ kavro_broker_result kavro_broker_send_new_password(kavro_broker_handle handle, c
 kavro_broker_result kavro_broker_send_accept_disclaimer(kavro_broker_handle handle,
                                                         uint8_t accept) {
     return answer(handle, "disclaimer", accept == 1 ? "accepted" : "rejected");
+}
+kavro_broker_result kavro_broker_send_oauth_code(kavro_broker_handle handle, const char *code) {
+    return answer(handle, "oauth", code);
 }
 kavro_broker_result kavro_broker_send_auth_dialog(kavro_broker_handle handle, const char *button,
                                                   const kavro_broker_name_value *fields,
@@ -366,6 +386,21 @@ kavro_broker_get_desktop_connection_agent_variable(kavro_broker_desktop_connecti
     put(variable.first, name, name_length);
     return put(variable.second, value, value_length);
 }
+kavro_broker_result
+kavro_broker_get_num_desktop_connection_alternate_targets(kavro_broker_desktop_connection_info info,
+                                                          uint32_t *count) {
+    return put_count(info->target.alternates.size(), count);
+}
+kavro_broker_result kavro_broker_get_desktop_connection_alternate_target(
+    kavro_broker_desktop_connection_info info, uint32_t index, char *address,
+    size_t *address_length, char *host_name, size_t *host_name_length, char *server_name,
+    size_t *server_name_length, char *port, size_t *port_length) {
+    const auto &alternate = info->target.alternates[index];
+    put(alternate.address, address, address_length);
+    put(alternate.host_name, host_name, host_name_length);
+    put(alternate.server_name, server_name, server_name_length);
+    return put(alternate.port, port, port_length);
+}
 void kavro_broker_free_desktop_connection_info(kavro_broker_desktop_connection_info info) {
     delete info;
 }
@@ -382,4 +417,27 @@ kavro_broker_result kavro_broker_set_variable(kavro_broker_variable_list list, u
 }
 void kavro_broker_free_variable_list(kavro_broker_variable_list list) {
     delete list;
+}
+
+kavro_broker_result kavro_broker_create_type_finder(kavro_broker_type_finder *finder) {
+    *finder = new broker_query_impl;
+    return KAVRO_BROKER_OK;
+}
+kavro_broker_result kavro_broker_find_type_extended(kavro_broker_type_finder, const char *address,
+                                                    const char *port, uint32_t *type,
+                                                    char *address_buffer, size_t address_size,
+                                                    char *port_buffer, size_t port_size) {
+    note("find", address, port == nullptr ? "none" : port);
+    broker.during("find");
+    if (broker.found_type == 0)
+        return KAVRO_BROKER_ERR_NO_BROKER_FOUND;
+    *type = broker.found_type;
+    put("https://resolved.example", address_buffer, &address_size);
+    return put("60443", port_buffer, &port_size);
+}
+void kavro_broker_cancel_find_type(kavro_broker_type_finder) {
+    note("cancel-find");
+}
+void kavro_broker_free_type_finder(kavro_broker_type_finder finder) {
+    delete finder;
 }

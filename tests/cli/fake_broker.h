@@ -30,6 +30,7 @@ struct Broker {
     std::vector<std::vector<uint8_t>> certificates; ///< in DER form
     uint32_t certificate_verdict = KAVRO_BROKER_CERTIFICATE_OTHER;
     bool greeted = false;
+    uint32_t found_type = 0; ///< by a search; 0 for none
     kavro_broker_log_function log_function = nullptr;
 
     /// Sends a message to the log function.

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <regex>
 
 using fake::broker;
@@ -29,7 +30,7 @@ protected:
                          "17",          "host.example",
                          "sni.example", "tag-secret",
                          true,          kavro_cli::GatewayTicket{"ticket-secret", "now", "soon"},
-                         {{"K", "V"}}};
+                         {{"K", "V"}},  {{"192.0.2.8", "other.example", "", "4173"}}};
     }
 };
 
@@ -130,7 +131,8 @@ TEST_F(CommandTest, connect_prints_the_target_and_keeps_the_session) {
                          "Gateway ticket      (hidden, see --show-secrets)\n"
                          "  created           now\n"
                          "  expires           soon\n"
-                         "Agent variable      K = V\n");
+                         "Agent variable      K = V\n"
+                         "Alternate           192.0.2.8, port 4173, host name other.example\n");
     const auto open = run({"connect", "vm-1", "--show-secrets"});
     EXPECT_THAT(open.out, HasSubstr("tag-secret"));
     EXPECT_THAT(open.out, HasSubstr("ticket-secret"));
@@ -154,13 +156,19 @@ TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
                     {"connect_tag", "tag-secret"},
                     {"gateway_ticket",
                      {{"ticket", "ticket-secret"}, {"created", "now"}, {"expires", "soon"}}},
-                    {"agent_variables", Json::array({{{"name", "K"}, {"value", "V"}}})}}}};
+                    {"agent_variables", Json::array({{{"name", "K"}, {"value", "V"}}})},
+                    {"alternates", Json::array({{{"address", "192.0.2.8"},
+                                                 {"port", "4173"},
+                                                 {"host_name", "other.example"},
+                                                 {"server_name", ""}}})}}}};
     EXPECT_EQ(run({"connect", "vm-1", "--json"}).json(), expected);
 
     broker.target.gateway_ticket.reset();
     broker.target.agent_variables.clear();
+    broker.target.alternates.clear();
     expected["connection"]["gateway_ticket"] = nullptr;
     expected["connection"]["agent_variables"] = Json::array();
+    expected["connection"]["alternates"] = Json::array();
     EXPECT_EQ(run({"connect", "vm-1", "--json"}).json(), expected);
 }
 
@@ -234,6 +242,68 @@ TEST_F(CommandTest, logout_greets_and_leaves_without_logging_in) {
     EXPECT_EQ(broker.noted_of("bye").size(), 1U);
 }
 
+TEST_F(CommandTest, probe_tells_what_answers_and_where) {
+    struct Case {
+        std::vector<std::string> arguments;
+        uint32_t type;
+        const char *asked, *told;
+        Json json;
+    };
+    const Case cases[] = {
+        {{"h"},
+         KAVRO_BROKER_TYPE_KAVRO,
+         "find h|none",
+         "A connection broker answers at h, port 60443.\n",
+         {{"kind", "broker"}, {"address", "h"}, {"port", "60443"}}},
+        {{"[::1]:444"},
+         KAVRO_BROKER_TYPE_VIEW,
+         "find ::1|444",
+         "A View broker answers at ::1, port 60443.\n",
+         {{"kind", "view-broker"}, {"address", "::1"}, {"port", "60443"}}},
+        {{"h"},
+         KAVRO_BROKER_TYPE_DIRECT_HOST,
+         "find h|none",
+         "A host that takes connections without a broker answers at h, port 60443.\n",
+         {{"kind", "direct-host"}, {"address", "h"}, {"port", "60443"}}},
+        {{"--registration-code", "ABC+1", "--cache", "."},
+         KAVRO_BROKER_TYPE_AWS,
+         "find ABC+1|none",
+         "A hosted connection broker answers at https://resolved.example.\n",
+         {{"kind", "hosted-broker"}, {"address", "https://resolved.example"}, {"port", ""}}},
+    };
+    for (auto c : cases) {
+        SCOPED_TRACE(c.asked);
+        broker.noted.clear();
+        broker.found_type = c.type;
+        c.arguments.insert(c.arguments.begin(), "probe");
+        EXPECT_EQ(run(c.arguments).out, c.told);
+        EXPECT_THAT(broker.noted_of("find"), ElementsAre(c.asked));
+        EXPECT_EQ(broker.noted_of("cache").size(), c.type == KAVRO_BROKER_TYPE_AWS ? 1U : 0U);
+        c.arguments.emplace_back("--json");
+        c.json["result"] = ok_result;
+        EXPECT_EQ(run(c.arguments).json(), c.json);
+    }
+    broker.found_type = 0;
+    EXPECT_EQ(run({"probe", "h"}).status, 2);
+}
+
+TEST_F(CommandTest, an_interruption_ends_a_probe) {
+    broker.during = [this](const std::string &) { interruption.cancel_request(); };
+    run({"probe", "h"});
+    EXPECT_THAT(broker.noted, ElementsAre("find h|none", "cancel-find"));
+}
+
+TEST_F(CommandTest, a_registration_code_stands_in_the_place_of_the_address) {
+    const auto folder = testing::TempDir() + "kavro-codes/of-the-user";
+    const auto outcome = run({"list", "--registration-code", "ABC+1", "--cache", folder});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "The registration code ABC+1 stands for fake.example.\n");
+    EXPECT_EQ(std::vector(broker.noted.begin(), broker.noted.begin() + 3),
+              (std::vector<std::string>{"cache " + folder, "address ABC+1|none", "variant 1"}));
+    EXPECT_TRUE(std::filesystem::remove(folder)) << "made for the library";
+    EXPECT_THAT(run({"list", "--registration-code", "ABC+1"}).err, HasSubstr("give --cache"));
+}
+
 TEST_F(CommandTest, finds_the_desktop_that_is_meant) {
     broker.desktops = {{"Build one", "vm-1"}, {"build TWO", "vm-2"}, {"vm-1", "x"},
                        {"Twin", "t-1"},       {"Twin", "t-2"},       {"Twins", "t-3"}};
@@ -276,6 +346,10 @@ TEST_F(CommandTest, refuses_wrong_usage_before_the_broker_is_asked) {
         {"connect", "vm-1", "--timeout", "65535"},
         {"power", "vm-1"},
         {"power", "vm-1", "explode"},
+        {"probe"},
+        {"probe", "host:https"},
+        {"list", "--registration-code", ""},
+        {"list", "--registration-code", "C", "--broker", "b"},
     };
     for (const auto &arguments : wrong) {
         SCOPED_TRACE(fmt::format("{}", fmt::join(arguments, " ")));
@@ -288,7 +362,7 @@ TEST_F(CommandTest, refuses_wrong_usage_before_the_broker_is_asked) {
 }
 
 TEST_F(CommandTest, help_names_examples_and_exit_statuses) {
-    for (const char *command : {"list", "connect", "power", "logout"}) {
+    for (const char *command : {"list", "connect", "power", "certificates", "logout"}) {
         const auto outcome = run({command, "--help"});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_THAT(outcome.out, HasSubstr(fmt::format("  kavro-broker {} --broker", command)));
@@ -310,6 +384,7 @@ TEST_F(CommandTest, logs_up_to_the_level_and_shows_which_lines_belong_together) 
         broker.log(0, 0, -500, "%s", "last words");
         broker.log(1, 1, -500, "%s", "mishap");
         broker.log(0, 2, 0, "<a>\r\n%s\x1b[2J\r\n", "2026-01-01T00:00:00.000Z error: forged");
+        broker.log(0, 2, 0, "Session provisioner info ==> %s", "ticket-secret");
         broker.log(0, 3, 0, "%s", "trace");
     };
     struct Case {
@@ -321,7 +396,8 @@ TEST_F(CommandTest, logs_up_to_the_level_and_shows_which_lines_belong_together) 
                   "T error discovery: mishap [-500]\n"},
         {"2", "T banner general: banner\nT banner general: last words [-500]\n"
               "T error discovery: mishap [-500]\n"
-              "T info general: <a>\n    | T error: forged\\x1b[2J\n"},
+              "T info general: <a>\n    | T error: forged\\x1b[2J\n"
+              "T info general: Session provisioner info (not shown: it holds a ticket)\n"},
     };
     const std::regex time_stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)");
     for (const auto &c : cases) {

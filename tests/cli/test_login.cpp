@@ -17,6 +17,7 @@ using Lines = std::vector<std::string>;
 constexpr uint32_t password = KAVRO_BROKER_AUTH_METHOD_PASSWORD;
 constexpr uint32_t expired = KAVRO_BROKER_AUTH_METHOD_PASSWORD_EXPIRED;
 constexpr uint32_t disclaimer = KAVRO_BROKER_AUTH_METHOD_DISCLAIMER;
+constexpr uint32_t oauth = KAVRO_BROKER_AUTH_METHOD_OAUTH;
 constexpr uint32_t dialog = KAVRO_BROKER_AUTH_METHOD_DIALOG;
 
 class LoginTest : public CliTest {
@@ -82,6 +83,8 @@ TEST_F(LoginTest, asks_again_after_an_answer_that_may_be_mended) {
         {expired, "new-password", 501, {"", "bad", "x", "x", "old", "x", "x"}, 2, 0},
         {dialog, "dialog", 513, {"", "1", "OK", "", "2", "OK"}, 2, 0},
         {disclaimer, "disclaimer", 504, {"n", "y"}, 1, 4},
+        {oauth, "oauth", 509, {"stale", "fresh"}, 2, 0},
+        {oauth, "oauth", 510, {"fresh", "fresh"}, 1, 4},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(fmt::format("{} {}", c.request, c.result));
@@ -97,15 +100,17 @@ TEST_F(LoginTest, asks_again_after_an_answer_that_may_be_mended) {
 }
 
 TEST_F(LoginTest, takes_prepared_answers_without_asking) {
-    broker.methods = {disclaimer, password, expired, dialog};
-    const int secrets = descriptor_with("first\nsecond\n4711\nnever read\n");
+    broker.methods = {disclaimer, password, expired, oauth, dialog};
+    const int secrets = descriptor_with("first\nsecond\ncode\n4711\nnever read\n");
     const auto number = std::to_string(secrets);
-    const auto outcome = run({"list", "--accept-disclaimer", "--user", "bob", "--password-fd",
-                              number, "--new-password-fd", number, "--answer-fd", "Token=" + number,
-                              "--answer", "mail=b@example", "--button", "ok"});
+    const auto outcome =
+        run({"list", "--accept-disclaimer", "--user", "bob", "--password-fd", number,
+             "--new-password-fd", number, "--answer-fd", "Token=" + number, "--oauth-code-fd",
+             number, "--answer", "mail=b@example", "--button", "ok"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(broker.noted_of("new-password"),
                 ElementsAre("new-password bob|EXAMPLE|first|second|second"));
+    EXPECT_THAT(broker.noted_of("oauth"), ElementsAre("oauth code"));
     EXPECT_THAT(broker.noted_of("dialog"), ElementsAre("dialog ok|mail=b@example|token=4711"));
 }
 
@@ -127,7 +132,8 @@ TEST_F(LoginTest, says_what_is_missing_when_nobody_can_be_asked) {
         {dialog, {}, 8, "give --answer-fd token=N.\nThe broker says: Second step"},
         {dialog, {"--answer", "token=1"}, 1, "is secret"},
         {dialog, {"--answer-fd", "token=" + secret(), "--button", "no"}, 1, "OK, Send again"},
-        {KAVRO_BROKER_AUTH_METHOD_OAUTH, {}, 4, "does not know (5)"},
+        {oauth, {}, 8, "give --oauth-code-fd"},
+        {KAVRO_BROKER_AUTH_METHOD_SECURID, {}, 4, "does not know (7)"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.told);
@@ -163,23 +169,22 @@ TEST_F(LoginTest, ends_when_the_input_ends) {
 }
 
 TEST_F(LoginTest, escapes_whatever_was_typed_but_names_of_fields) {
-    broker.methods = {password, expired, dialog};
+    broker.methods = {password, expired, oauth, dialog};
     broker.dialog.fields = {{"a&b", "A", ""}};
     broker.dialog.buttons = {{"o&k", "OK", true}};
     broker.desktops[0].id = "vm<1>";
     const auto outcome =
         run({"connect", "vm<1>", "--domain", "D&D", "--locale", "<de>", "--timezone", "'tz'",
              "--variable", "n<=v>", "--agent-variable", "x=\"1\""},
-            {"<alice>", "a&b'c\"", "n<w", "n<w", "&amp;"});
+            {"<alice>", "a&b'c\"", "n<w", "n<w", "c&d", "&amp;"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(broker.noted,
-                ElementsAre("address broker.example|", "locale &lt;de&gt;",
-                            "timezone &apos;tz&apos;", "hello-variable n&lt;|v&gt;", "verify yes",
-                            "method", "password &lt;alice&gt;|D&amp;D|a&amp;b&apos;c&quot;",
-                            "method",
-                            "new-password &lt;alice&gt;|D&amp;D|a&amp;b&apos;c&quot;|n&lt;w|n&lt;w",
-                            "method", "dialog o&amp;k|a&b=&amp;amp;", "method", "list",
-                            "timeout 180", "connect vm&lt;1&gt;|x=&quot;1&quot;"));
+                ElementsAre("address broker.example|", "locale &<;de&>;", "timezone &';tz&';",
+                            "hello-variable n&<;|v&>;", "verify yes", "oauth-enabled yes", "method",
+                            "password &<;alice&>;|D&&;D|a&&;b&';c&\";", "method",
+                            "new-password &<;alice&>;|D&&;D|a&&;b&';c&\";|n&<;w|n&<;w", "method",
+                            "oauth c&&;d", "method", "dialog o&&;k|a&b=&&;amp;", "method", "list",
+                            "timeout 180", "connect vm&<;1&>;|x=&\";1&\";"));
 }
 
 TEST_F(LoginTest, an_interruption_ends_it_with_the_number_of_the_signal) {

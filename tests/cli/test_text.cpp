@@ -53,9 +53,9 @@ struct Screen {
             changed.notify_all();
         };
     }
-    void wait_for_anything() {
+    void wait_for(const std::string &text) {
         std::unique_lock lock(mutex);
-        changed.wait(lock, [this] { return !written.empty(); });
+        changed.wait(lock, [&] { return !written.empty() && written.back().starts_with(text); });
     }
 };
 
@@ -63,10 +63,18 @@ TEST(Spinner, leaves_a_clean_line) {
     Screen screen;
     {
         const Spinner spinner("Working", screen.write(), std::chrono::milliseconds(0));
-        screen.wait_for_anything();
+        screen.wait_for("\rWorking");
     }
     EXPECT_EQ(screen.written.front(), "\rWorking |\x1b[K");
     EXPECT_EQ(screen.written.back(), "\r\x1b[K");
+}
+
+TEST(Spinner, says_another_thing_when_told_to) {
+    Screen screen;
+    Spinner::say("Nobody listens");
+    const Spinner spinner("Working", screen.write(), std::chrono::milliseconds(0));
+    Spinner::say("Provisioning");
+    screen.wait_for("\rProvisioning");
 }
 
 TEST(Spinner, does_not_mention_short_waits) {

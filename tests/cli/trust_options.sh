@@ -12,7 +12,7 @@ expect() {
   local expected=$1 pattern=$2 command=$3 status=0
   shift 3
   output=$("$client" "$command" --broker "127.0.0.1:$port" --user alice --domain EXAMPLE \
-    --accept-disclaimer --password-fd 3 --non-interactive "$@" 3<<<wonderland 2>&1) || status=$?
+    --accept-disclaimer --password-fd 0 --non-interactive "$@" <<<wonderland 2>&1) || status=$?
   if [ "$status" != "$expected" ] || ! grep -qE "$pattern" <<<"$output"; then
     printf '%s %s: exit status %s instead of %s, or not "%s" in:\n%s\n' \
       "$command" "$*" "$status" "$expected" "$pattern" "$output"

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "broker_sim.h"
+#include "format_text.h"
 #include "kavro_broker_extras.h"
 #include "support/minting.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -41,11 +41,8 @@ private:
     }
     __attribute__((format(printf, 4, 0))) static void
     record(int32_t, int32_t, int32_t, const char *format, va_list arguments) {
-        char *line = nullptr;
-        const int length = vasprintf(&line, format, arguments);
         const std::lock_guard lock(mutex());
-        lines().emplace_back(line, static_cast<std::size_t>(length));
-        free(line);
+        lines().push_back(format_text(format, arguments));
     }
 };
 

@@ -1,5 +1,7 @@
 #include "conversation/conversation.h"
 
+#include <boost/asio/ip/host_name.hpp>
+
 #include <algorithm>
 
 using namespace conversation;
@@ -118,11 +120,9 @@ TEST(Conversation, RequestsByteForByte) {
     const auto requests = talk.broker.requests();
     ASSERT_EQ(requests.size(), 5u);
 
-    char host[256];
-    ASSERT_EQ(gethostname(host, sizeof host), 0);
     const std::string envelope = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n"
                                  "<kavro-client version=\"2.1\">\r\n";
-    const std::string name = host;
+    const std::string name = boost::asio::ip::host_name();
     const std::string mac = "00:00:00:00:00:00";
     const std::string bodies[] = {
         "<hello>\r\n<client-info>\r\n<product-name>test client</product-name>\r\n"

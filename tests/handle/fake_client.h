@@ -13,7 +13,7 @@ namespace kavro {
 
 /// A protocol client without a network: notes what it is asked for and completes from run_io(), as
 /// the real one does, with what the test laid down for the operation ("nothing" completes well).
-class FakeClient final : public iBROKER_CLIENT {
+class FakeClient : public iBROKER_CLIENT {
 public:
     std::vector<std::string> calls;
     /// What an operation completes with, one after the other; well, when none is left.
@@ -30,8 +30,9 @@ public:
     std::string log_id;
     cAUTH_RESULT auth;
     bool drops_connect_handler = false;
+    std::uint32_t kind = KAVRO_BROKER_TYPE_DIRECT_HOST;
 
-    std::uint32_t get_variant() const override { return KAVRO_BROKER_TYPE_DIRECT_HOST; }
+    std::uint32_t get_variant() const override { return kind; }
     bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) override {
         last_connection = request;
         if (drops_connect_handler) {
@@ -119,6 +120,12 @@ public:
     void set_client_log_id(std::string id) override { log_id = std::move(id); }
     std::string get_client_log_id() const override { return log_id; }
     std::string get_resolved_address() const override { return last_connection.address; }
+    void enable_oauth(bool enable) override { calls.push_back(enable ? "oauth on" : "oauth off"); }
+
+protected:
+    void answer(const std::string &name, const AuthHandler &handler) {
+        queue(name, [this, handler](const BrokerResult &result) { handler(result, auth); });
+    }
 
 private:
     void queue(const std::string &name, std::function<void(const BrokerResult &)> complete) {
@@ -134,9 +141,6 @@ private:
             }
             complete(result);
         });
-    }
-    void answer(const std::string &name, const AuthHandler &handler) {
-        queue(name, [this, handler](const BrokerResult &result) { handler(result, auth); });
     }
 
     std::deque<std::function<void()>> queued_;

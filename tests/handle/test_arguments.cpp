@@ -1,6 +1,8 @@
+#include "broker_query_impl.h"
 #include "captured_log.h"
+#include "expect_abort.h"
 #include "handle/fake_client.h"
-#include "kavro_broker.h"
+#include "kavro_broker_extras.h"
 #include "records.h"
 
 #include <gtest/gtest.h>
@@ -52,10 +54,15 @@ struct Arguments : testing::Test {
         handle.handle->auth.to_client_variables =
             handle.handle->hello.broker_variables = {{"name", "value"}};
         handle.handle->hello_completed = true;
-        list.desktops.resize(1);
-        list.desktops[0].resource_name = "Desktop";
-        list.desktops[0].allowed[2] = true;
+        const auto desktops = std::make_shared<DesktopList>();
+        cDESKTOP_LIST_RESULT desktop;
+        desktop.resource_name = "Desktop";
+        desktop.allowed[2] = true;
+        desktops->add(desktop);
+        desktops->sort();
+        list.desktops = desktops;
         info.connection.agent_variables = {{"a", "b"}};
+        info.connection.alternate_targets = {{"10.0.0.8", "other", "sni", "4173"}};
         variables.variables.resize(1);
     }
 
@@ -64,6 +71,7 @@ struct Arguments : testing::Test {
     kavro_broker_desktop_list_record list;
     kavro_broker_desktop_connection_record info;
     kavro_broker_variable_list_record variables;
+    broker_query_impl finder;
     char text[64] = {};
     size_t length = sizeof text;
     uint32_t number = 0;
@@ -91,6 +99,8 @@ TEST_F(Arguments, NullIsRefusedWhereverSomethingIsNeeded) {
     REQUIRED(kavro_broker_set_client_certificate, {}, h, (const uint8_t *)t, size_t(4), sign,
              (void *)text);
     REQUIRED(kavro_broker_clear_session, {}, h);
+    REQUIRED(kavro_broker_enable_oauth, {}, h, true);
+    REQUIRED(kavro_broker_send_oauth_code, {}, h, t);
     REQUIRED(kavro_broker_get_auth_method, {}, h, &number);
     REQUIRED(kavro_broker_send_password, {}, h, t, t, t);
     REQUIRED(kavro_broker_send_auth_dialog, Optional{2}, h, t, (const kavro_broker_name_value *)0,
@@ -144,11 +154,19 @@ TEST_F(Arguments, NullIsRefusedWhereverSomethingIsNeeded) {
     REQUIRED(kavro_broker_get_num_desktop_connection_agent_variables, {}, &info, &number);
     REQUIRED(kavro_broker_get_desktop_connection_agent_variable, (Optional{2, 4}), &info, 0u, text,
              &length, text, &length);
+    REQUIRED(kavro_broker_get_num_desktop_connection_alternate_targets, {}, &info, &number);
+    REQUIRED(kavro_broker_get_desktop_connection_alternate_target, (Optional{2, 4, 6, 8}), &info,
+             0u, text, &length, text, &length, text, &length, text, &length);
+    REQUIRED(kavro_broker_escape_text, Optional{1}, t, text, &length);
     REQUIRED(kavro_broker_create_variable_list, {}, 1u, &variables_out);
     REQUIRED(kavro_broker_set_variable, {}, &variables, 0u, t, t);
     REQUIRED(kavro_broker_get_variable, (Optional{2, 4}), &variables, 0u, text, &length, text,
              &length);
     REQUIRED(kavro_broker_create_type_finder, {}, &finder_out);
+    REQUIRED(kavro_broker_find_type, Optional{2}, &finder, t, t, &number);
+    REQUIRED(kavro_broker_find_type_extended, (Optional{2, 4, 6}), &finder, t, t, &number, text,
+             sizeof text, text, sizeof text);
+    REQUIRED(kavro_broker_get_type, {}, &finder, &number);
 }
 
 TEST_F(Arguments, NullIsIgnoredWhereNothingComesBack) {
@@ -186,6 +204,9 @@ TEST_F(Arguments, ValuesOutOfRange) {
         {"property 10", kavro_broker_get_desktop_connection_property(&info, 10, text, &length)},
         {"property 2^32-1",
          kavro_broker_get_desktop_connection_property(&info, UINT32_MAX, text, &length)},
+        {"alternate target",
+         kavro_broker_get_desktop_connection_alternate_target(
+             &info, 1, text, &length, text, &length, text, &length, text, &length)},
         {"variable", kavro_broker_set_variable(&variables, 1, "a", "b")},
         {"empty list", kavro_broker_create_variable_list(0, &none)},
     };
@@ -254,6 +275,37 @@ TEST_F(Arguments, ConnectionProperties) {
     EXPECT_STREQ(text, "later");
 }
 
+TEST_F(Arguments, AlternateTargets) {
+    EXPECT_EQ(kavro_broker_get_num_desktop_connection_alternate_targets(&info, &number),
+              KAVRO_BROKER_OK);
+    EXPECT_EQ(number, 1u);
+    std::array<std::array<char, 16>, 4> texts{};
+    std::array<size_t, 4> lengths;
+    lengths.fill(texts[0].size());
+    EXPECT_EQ(kavro_broker_get_desktop_connection_alternate_target(
+                  &info, 0, texts[0].data(), &lengths[0], texts[1].data(), &lengths[1],
+                  texts[2].data(), &lengths[2], texts[3].data(), &lengths[3]),
+              KAVRO_BROKER_OK);
+    const char *expected[] = {"10.0.0.8", "other", "sni", "4173"};
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        EXPECT_STREQ(texts[i].data(), expected[i]);
+}
+
+TEST_F(Arguments, EscapedTexts) {
+    const std::pair<const char *, std::string_view> rows[] = {
+        {"", ""},
+        {"Größe 1;", "Größe 1;"},
+        {"<&>'\"", "&lt;&amp;&gt;&apos;&quot;"},
+        {"&lt;]]>", "&amp;lt;]]&gt;"},
+    };
+    for (const auto &[plain, escaped] : rows) {
+        length = sizeof text;
+        EXPECT_EQ(kavro_broker_escape_text(plain, text, &length), KAVRO_BROKER_OK);
+        EXPECT_EQ(text, escaped);
+        EXPECT_EQ(length, escaped.size() + 1);
+    }
+}
+
 TEST_F(Arguments, VariableLists) {
     kavro_broker_variable_list made = nullptr;
     ASSERT_EQ(kavro_broker_create_variable_list(2, &made), KAVRO_BROKER_OK);
@@ -273,20 +325,6 @@ TEST_F(Arguments, VariableLists) {
     EXPECT_TRUE(handle.handle->hello_client_variables.empty());
 }
 
-TEST_F(Arguments, TypeFinderKnowsNothingYet) {
-    kavro_broker_type_finder finder = nullptr;
-    ASSERT_EQ(kavro_broker_create_type_finder(&finder), KAVRO_BROKER_OK);
-    uint32_t type = 77;
-    EXPECT_EQ(kavro_broker_find_type(finder, nullptr, nullptr, &type),
-              KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(kavro_broker_find_type(finder, "broker.test", nullptr, &type),
-              KAVRO_BROKER_ERR_NO_BROKER_FOUND);
-    EXPECT_EQ(type, 77u);
-    EXPECT_EQ(kavro_broker_get_type(finder, &type), KAVRO_BROKER_OK);
-    EXPECT_EQ(type, 0u);
-    kavro_broker_free_type_finder(finder);
-}
-
 TEST(CreateDeathTest, WithoutALogFunction) {
     // A log function is never taken back: only a process of its own has none for sure.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -299,6 +337,21 @@ TEST(CreateDeathTest, WithoutALogFunction) {
             _exit(right ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(DestroyDeathTest, ClientsOfAKindThatNobodyCanDestroy) {
+    const std::pair<const char *, uint32_t> rows[] = {
+        {"no kind", 0},
+        {"a kind that no client has", KAVRO_BROKER_TYPE_AWS},
+        {"View, but there is no plug-in", KAVRO_BROKER_TYPE_VIEW},
+    };
+    for (const auto &[what, kind] : rows) {
+        SCOPED_TRACE(what);
+        FakeClient client;
+        client.kind = kind;
+        expect_abort([&client] { cBROKER_FACTORY::destroy(&client); }, "",
+                     "cBROKER_FACTORY::destroy");
+    }
 }
 
 TEST(Create, KindsOfBroker) {

@@ -1,6 +1,6 @@
 #include "captured_log.h"
 #include "handle/fake_client.h"
-#include "kavro_broker.h"
+#include "kavro_broker_extras.h"
 #include "request_frame.h"
 
 #include <gtest/gtest.h>
@@ -35,6 +35,7 @@ const RequestRow requests[] = {
      [](kavro_broker_handle handle) {
          return kavro_broker_send_auth_dialog(handle, "ok", nullptr, 0);
      }},
+    {"oauth", [](kavro_broker_handle handle) { return kavro_broker_send_oauth_code(handle, "c"); }},
     {"accept",
      [](kavro_broker_handle handle) { return kavro_broker_send_accept_disclaimer(handle, 1); }},
     {"reject",
@@ -139,6 +140,7 @@ TEST(RequestFrame, GreetsAgainAfterWhatChangesTheGreeting) {
         {"time zone", [](kavro_broker_handle h) { kavro_broker_set_timezone(h, "UTC"); }, 1},
         {"client", [](kavro_broker_handle h) { kavro_broker_set_client_info(h, "a", "1", "b"); },
          2},
+        {"OAuth", [](kavro_broker_handle h) { kavro_broker_enable_oauth(h, true); }, 2},
         {"logout", [](kavro_broker_handle h) { kavro_broker_clear_session(h); }, 2},
         {"address", [](kavro_broker_handle h) { kavro_broker_set_broker_address(h, "x", "1"); }, 1},
     };

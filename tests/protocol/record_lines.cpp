@@ -1,10 +1,13 @@
 #include "record_lines.h"
 
+#include <initializer_list>
+#include <span>
+
 namespace kavro {
 
 namespace {
 
-std::string joined(const std::vector<std::string> &texts) {
+std::string joined(const auto &texts) {
     std::string all;
     for (const char *separator = ""; const auto &text : texts) {
         (all += separator) += text;
@@ -13,11 +16,15 @@ std::string joined(const std::vector<std::string> &texts) {
     return all;
 }
 
+std::string joined(std::initializer_list<std::string_view> texts) {
+    return joined(std::span(texts));
+}
+
 class Lines {
 public:
-    void add(const std::string &name, const std::string &value) {
+    void add(const std::string &name, std::string_view value) {
         if (!value.empty())
-            lines_.push_back(name + " = " + value);
+            lines_.push_back((name + " = ").append(value));
     }
     void add(const Variables &variables) {
         for (const auto &[name, value] : variables)

@@ -56,17 +56,17 @@ void read_authenticated(const Message &message, Outcome &outcome) {
 // Of the records of the next two nothing is handed out after a failure.
 
 void read_list(const Message &message, Outcome &outcome) {
-    KnownDesktops known;
-    outcome.result = read_resource_list(message.node, known);
-    if (outcome.result.code == ERROR_CODE_NONE) {
-        for (const auto &[id, desktop] : known)
-            add(outcome.record, describe(desktop));
-    }
+    DesktopListHandle list;
+    outcome.result = read_resource_list(message.node, list);
+    EXPECT_EQ(list != nullptr, outcome.result.code == ERROR_CODE_NONE);
+    for (std::size_t index = 0; list != nullptr && index < list->size(); ++index)
+        add(outcome.record, describe((*list)[index]));
 }
 
 void read_allocated(const Message &message, Outcome &outcome) {
     cDESKTOP_CONNECTION_RESULT connection;
-    outcome.result = read_allocation(message.node, message.version, connection);
+    outcome.result = read_allocation(
+        message.node, message.version, [](XmlNode) { return BrokerResult(); }, connection);
     if (outcome.result.code == ERROR_CODE_NONE)
         outcome.record = describe(connection);
 }

@@ -1,11 +1,8 @@
 #include "error_codes.h"
+#include "expect_abort.h"
 #include "kavro/src/power_operation.h"
-#include "utils/src/broker_log.h"
 
 #include <gtest/gtest.h>
-
-#include <csignal>
-#include <cstdio>
 
 namespace kavro {
 namespace {
@@ -56,23 +53,6 @@ TEST(ErrorCodes, MethodsAndVerdictsHavePublicValues) {
     for (std::uint32_t verdict = 0; verdict < std::size(verdicts); ++verdict)
         EXPECT_EQ(convert_certificate_verdict(verdict), verdicts[verdict]) << verdict;
     EXPECT_EQ(convert_certificate_verdict(none), 29u);
-}
-
-BROKER_PRINTF_FORMAT(4, 0)
-void print_to_stderr(int32_t, int32_t severity, int32_t, const char *format, va_list arguments) {
-    std::fprintf(stderr, "[%d] ", severity);
-    std::vfprintf(stderr, format, arguments);
-}
-
-/// The process must say all that and abort.
-template <class Call>
-void expect_abort(Call call, const std::string &said, const std::string &function) {
-    const auto logging_call = [&call] {
-        set_log_function(&print_to_stderr);
-        call();
-    };
-    EXPECT_EXIT(logging_call(), testing::KilledBySignal(SIGABRT),
-                said + "\\[0\\] =+ Broker Assert in function " + function + " at line number");
 }
 
 TEST(ErrorCodesDeathTest, WhatHasNoPublicValueIsAProgrammingError) {

@@ -29,6 +29,11 @@ TEST(Scenario, ErrorsNameTheKey) {
          "desktops.generate.count: must be a whole number from 0 to 100000"},
         {R"({"faults": [{"request": "helo"}]})",
          "faults[0].request: is no request of the protocol"},
+        {R"({"faults": [{"server": "brooker"}]})",
+         "faults[0].server: is no server of the simulator"},
+        {R"({"registration": {"table": []}})", "registration.table: must be an object"},
+        {R"({"desktops": [{"name": "n", "id": "i", "allocation": {"provisioned": true}}]})",
+         "scenario: an allocation is provisioned, but there is no provisioning server"},
         {R"({"faults": [{"stage": "accept", "ending": "reset"}]})",
          "faults[0]: at the stage \"accept\" the ending must be \"stall\""},
         {R"({"faults": [{"stage": "handshake", "request": "hello"}]})",
@@ -52,6 +57,7 @@ TEST(Scenario, TheFilesShippedWithTheSimulatorAreValid) {
     EXPECT_TRUE(Scenario::load(SCENARIO_DIR "/expired_password.json").users[0].password_expired);
     EXPECT_EQ(Scenario::load(SCENARIO_DIR "/dialog.json").authentication[1].dialog.fields.size(),
               2u);
+    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/oauth.json").authentication[0].oauth.code, "4711-0815");
 }
 
 TEST(Scenario, DesktopAllocationStatesOnlyWhatDiffers) {

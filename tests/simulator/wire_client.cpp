@@ -7,8 +7,9 @@
 
 namespace asio = boost::asio;
 
-WireClient::WireClient(const broker_sim::Simulator &simulator, std::chrono::milliseconds limit)
-    : simulator_(simulator),
+WireClient::WireClient(const broker_sim::Simulator &simulator, std::chrono::milliseconds limit,
+                       std::string_view server)
+    : peer_(asio::ip::make_address(simulator.address()), simulator.port(server)),
       limit_(limit),
       tls_(asio::ssl::context::tls_client),
       stream_(io_, tls_) {
@@ -33,9 +34,7 @@ WireClient::Error WireClient::run(Start start) {
 }
 
 WireClient::Error WireClient::connect() {
-    const asio::ip::tcp::endpoint peer(asio::ip::make_address(simulator_.address()),
-                                       simulator_.port());
-    return run([&](auto done) { stream_.next_layer().async_connect(peer, done); });
+    return run([&](auto done) { stream_.next_layer().async_connect(peer_, done); });
 }
 
 WireClient::Error WireClient::handshake() {

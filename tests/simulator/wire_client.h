@@ -16,7 +16,8 @@ public:
     using Error = boost::system::error_code;
 
     explicit WireClient(const broker_sim::Simulator &simulator,
-                        std::chrono::milliseconds limit = std::chrono::seconds(20));
+                        std::chrono::milliseconds limit = std::chrono::seconds(20),
+                        std::string_view server = broker_sim::server_name::broker);
 
     /// An operation that does not end within the limit fails with timed_out.
     Error connect();
@@ -39,7 +40,7 @@ private:
     template <class Start>
     Error run(Start start);
 
-    const broker_sim::Simulator &simulator_;
+    boost::asio::ip::tcp::endpoint peer_;
     std::chrono::milliseconds limit_;
     boost::asio::io_context io_;
     boost::asio::ssl::context tls_;

@@ -1,12 +1,11 @@
 #include "minting.h"
 
+#include "system.h"
 #include "tls_identity.h"
 
 #include <openssl/x509.h>
 
-#include <cstdlib>
 #include <fstream>
-#include <stdexcept>
 
 namespace test_support {
 
@@ -36,25 +35,6 @@ broker_sim::KeyPtr server_key() {
 
 ServerIdentity as_pem(const Identity &identity) {
     return {identity.certificate_pem(), identity.key_pem()};
-}
-
-fs::path fresh_folder() {
-    std::string path = fs::temp_directory_path() / "trusted_ca_XXXXXX";
-    if (mkdtemp(path.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    return path;
-}
-
-/// Sets a variable, or removes it, and returns what it was.
-std::optional<std::string> exchange_variable(const char *name,
-                                             const std::optional<std::string> &value) {
-    const char *before = std::getenv(name);
-    const auto result = before ? std::optional<std::string>(before) : std::nullopt;
-    if (value)
-        setenv(name, value->c_str(), 1);
-    else
-        unsetenv(name);
-    return result;
 }
 
 } // namespace
@@ -101,8 +81,8 @@ TrustedCa::TrustedCa(const std::string &authority_pem) : folder_(fresh_folder())
     const fs::path empty_folder = folder_ / "none";
     std::ofstream(file) << authority_pem;
     fs::create_directory(empty_folder);
-    file_before_ = exchange_variable(X509_get_default_cert_file_env(), file);
-    folder_before_ = exchange_variable(X509_get_default_cert_dir_env(), empty_folder);
+    file_before_ = exchange_variable(X509_get_default_cert_file_env(), file.string());
+    folder_before_ = exchange_variable(X509_get_default_cert_dir_env(), empty_folder.string());
 }
 
 TrustedCa::~TrustedCa() {

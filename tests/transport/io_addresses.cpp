@@ -1,4 +1,5 @@
 #include "io_client.h"
+#include "refusing_port.h"
 
 #include <map>
 #include <memory>
@@ -32,19 +33,6 @@ private:
     std::shared_ptr<std::map<std::string, Endpoints>> known_ =
         std::make_shared<std::map<std::string, Endpoints>>();
     std::shared_ptr<int> lookups_ = std::make_shared<int>();
-};
-
-/// A port that stays refused, because it is taken and nobody listens.
-class RefusingPort {
-public:
-    RefusingPort()
-        : socket_(context_, tcp::endpoint(boost::asio::ip::make_address("127.0.0.1"), 0)) {}
-    tcp::endpoint endpoint() const { return socket_.local_endpoint(); }
-    std::string port() const { return std::to_string(endpoint().port()); }
-
-private:
-    boost::asio::io_context context_;
-    tcp::socket socket_;
 };
 
 class AddressTest : public TransportTest {

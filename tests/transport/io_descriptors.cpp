@@ -1,15 +1,11 @@
 #include "io_client.h"
-
-#include <filesystem>
+#include "system.h"
 
 namespace kavro {
 
 namespace {
 
-std::ptrdiff_t open_descriptors() {
-    namespace fs = std::filesystem;
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
+using test_support::open_descriptors;
 
 class DescriptorTest : public TransportTest {
 protected:

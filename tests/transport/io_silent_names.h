@@ -18,15 +18,7 @@ public:
     SilentNames(const SilentNames &) = delete;
     SilentNames &operator=(const SilentNames &) = delete;
 
-    NameResolver::BlockingLookup lookup() const {
-        return [state = state_](const std::string &, const std::string &,
-                                boost::system::error_code &) {
-            thread_local const ThreadEnd notified(state);
-            std::unique_lock lock(state->mutex);
-            state->changed.wait(lock, [&] { return state->released; });
-            return state->answer;
-        };
-    }
+    NameResolver::BlockingLookup lookup() const { return LookUp(state_); }
 
     void wait_for_lookups(int number) const {
         std::unique_lock lock(state_->mutex);
@@ -58,13 +50,29 @@ private:
         bool released = false;
     };
 
-    struct ThreadEnd {
-        explicit ThreadEnd(std::shared_ptr<State> counted) : state(std::move(counted)) {
-            state->count(1);
+    /// Every look-up has a copy of its own, and its thread keeps it to the end.
+    class LookUp {
+    public:
+        explicit LookUp(std::shared_ptr<State> state) : state_(std::move(state)) {}
+        LookUp(const LookUp &other) : state_(other.state_) {}
+        LookUp &operator=(const LookUp &) = delete;
+        ~LookUp() {
+            if (called_)
+                state_->count(-1);
         }
-        ~ThreadEnd() { state->count(-1); }
 
-        std::shared_ptr<State> state;
+        NameResolver::Endpoints operator()(const std::string &, const std::string &,
+                                           boost::system::error_code &) {
+            called_ = true;
+            state_->count(1);
+            std::unique_lock lock(state_->mutex);
+            state_->changed.wait(lock, [this] { return state_->released; });
+            return state_->answer;
+        }
+
+    private:
+        std::shared_ptr<State> state_;
+        bool called_ = false;
     };
 
     std::shared_ptr<State> state_;

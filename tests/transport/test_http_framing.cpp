@@ -60,8 +60,10 @@ public:
         return state;
     }
 
+    explicit Reader(const HttpRules &rules = {}) : parser(cookies, rules) {}
+
     CookieTable cookies;
-    HttpResponseParser parser{cookies};
+    HttpResponseParser parser;
     State state = State::need_more;
     std::size_t taken = 0;
 };
@@ -280,6 +282,46 @@ TEST(HttpResponse, BodyOfTinyChunksIsReadInLinearTime) {
         reader.read(piece);
     EXPECT_EQ(reader.read("0\r\n\r\n"), State::complete);
     EXPECT_EQ(reader.parser.take_body(), SecureText(bytes, 'x'));
+}
+
+TEST(HttpResponse, OfUnstatedLength) {
+    const HttpRules to_end = {
+        .body_bytes = 4, .unstated_length = UnstatedLength::to_end_of_stream, .http_1_0 = true};
+    const HttpRules no_body = {.unstated_length = UnstatedLength::no_body};
+    const struct {
+        std::string text;
+        HttpRules rules;
+        State state;
+        std::string body;
+    } rows[] = {
+        {ok + "\r\n1234", to_end, State::complete, "1234"},
+        {ok + "\r\n", to_end, State::complete, ""},
+        {ok + "\r\n12345", to_end, State::mangled, ""},
+        {ok + length_2 + "\r\nhi", to_end, State::complete, "hi"},
+        {ok + length_2 + "\r\nh", to_end, State::mangled, ""},
+        {ok + "Content-Length: 5\r\n\r\n", to_end, State::mangled, ""},
+        {ok, to_end, State::mangled, ""},
+        {"HTTP/1.0 200 OK\r\n\r\nhi", to_end, State::complete, "hi"},
+        {"HTTP/1.1 404 No\r\n\r\nhi", to_end, State::not_ok, ""},
+        {"<a/>", to_end, State::complete, "<a/>"},
+        {"HTTQ", to_end, State::complete, "HTTQ"},
+        {"<abc>", to_end, State::mangled, ""},
+        {ok + "\r\nhi", no_body, State::complete, ""},
+        {ok + "\r\nhi", {}, State::mangled, ""},
+        {"HTTP/1.0 200 OK\r\n" + length_2 + "\r\nhi", {}, State::mangled, ""},
+    };
+    for (const auto &row : rows) {
+        for (const bool by_byte : {false, true}) {
+            Reader reader(row.rules);
+            State state = by_byte ? reader.read_by_byte(row.text) : reader.read(row.text);
+            if (state == State::need_more)
+                state = reader.parser.end_of_stream();
+            EXPECT_EQ(state, row.state) << row.text;
+            if (state == State::complete) {
+                EXPECT_EQ(std::string(reader.parser.take_body()), row.body) << row.text;
+            }
+        }
+    }
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "system.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -12,17 +11,9 @@ namespace test_support {
 /// A folder of the test's own that HOME names for as long as it lives.
 class TemporaryHome {
 public:
-    TemporaryHome() {
-        std::string path = std::filesystem::temp_directory_path() / "home_XXXXXX";
-        if (mkdtemp(path.data()) == nullptr)
-            ADD_FAILURE() << "no temporary folder";
-        folder_ = path;
-        if (const char *before = std::getenv("HOME"))
-            before_ = before;
-        set(folder_.c_str());
-    }
+    TemporaryHome() : before_(exchange_variable("HOME", folder_.string())) {}
     ~TemporaryHome() {
-        set(before_ ? before_->c_str() : nullptr);
+        exchange_variable("HOME", before_);
         std::error_code ignored;
         std::filesystem::remove_all(folder_, ignored);
     }
@@ -33,14 +24,11 @@ public:
 
     /// Makes HOME name something else; null removes it.
     static void set(const char *home) {
-        if (home != nullptr)
-            setenv("HOME", home, 1);
-        else
-            unsetenv("HOME");
+        exchange_variable("HOME", home ? std::optional<std::string>(home) : std::nullopt);
     }
 
 private:
-    std::filesystem::path folder_;
+    const std::filesystem::path folder_ = fresh_folder();
     std::optional<std::string> before_;
 };
 

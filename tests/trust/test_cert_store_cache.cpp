@@ -49,7 +49,7 @@ protected:
         cache.load();
         return cache;
     }
-    std::string path() const { return home_.folder() / ".cert_store"; }
+    std::string path() const { return (home_.folder() / ".cert_store").string(); }
 
     test_support::TemporaryHome home_;
 };

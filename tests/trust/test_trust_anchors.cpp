@@ -76,11 +76,11 @@ TEST(TrustAnchors, UselessOnesAreLeftOut) {
     for (const auto &row : cases) {
         SCOPED_TRACE(row.name);
         const CapturedLog log;
-        EXPECT_EQ(extract_certificates(row.anchors.extractor()).size(), row.added);
+        EXPECT_EQ(extract_certificates(row.anchors.extractor()).own.size(), row.added);
         EXPECT_EQ(CapturedLog::lines().back(),
                   (LogLine{0, 3, 0, summary(static_cast<int>(row.added), row.anchors.count)}));
     }
-    EXPECT_TRUE(extract_certificates({}).empty());
+    EXPECT_TRUE(extract_certificates({}).own.empty());
 }
 
 TEST(TrustAnchors, EachIsLogged) {
@@ -106,31 +106,38 @@ TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
     namespace fs = std::filesystem;
     const test_support::TrustedCa trusted(trusted_root().certificate_pem());
     const fs::path bundle = std::getenv(X509_get_default_cert_file_env());
-    const auto anchors_of = [](X509_STORE *store) {
-        return sk_X509_OBJECT_num(X509_STORE_get0_objects(store));
+    const auto trusts = [](const X509StoreHandle &store, const Identity &anchor) {
+        const std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>> context(
+            X509_STORE_CTX_new());
+        X509_STORE_CTX_init(context.get(), store.get(), anchor.certificate.get(), nullptr);
+        return X509_verify_cert(context.get()) == 1;
     };
-    std::vector<X509Handle> own;
-    own.emplace_back(X509_dup(self_signed().certificate.get()));
+    kavro::TrustAnchors anchors;
+    const Identity own = self_signed();
+    anchors.own.emplace_back(X509_dup(own.certificate.get()));
     TrustStore plain;
-    TrustStore with_own(std::move(own));
+    TrustStore with_own(std::move(anchors));
     for (TrustStore *store : {&plain, &with_own}) {
         std::ofstream(bundle) << trusted_root().certificate_pem();
-        const int own_count = store == &with_own ? 1 : 0;
         const X509StoreHandle first = store->current();
         EXPECT_EQ(store->current(), first);
-        EXPECT_EQ(anchors_of(first.get()), own_count + 1);
+        EXPECT_TRUE(trusts(first, trusted_root()));
+        EXPECT_FALSE(trusts(first, strange_root()));
 
         std::ofstream(bundle, std::ios::app) << strange_root().certificate_pem();
         const X509StoreHandle second = store->current();
         EXPECT_EQ(store->current(), second);
-        EXPECT_EQ(anchors_of(second.get()), own_count + 2);
+        EXPECT_TRUE(trusts(second, trusted_root()));
+        EXPECT_TRUE(trusts(second, strange_root()));
 
         fs::last_write_time(bundle, fs::last_write_time(bundle) + std::chrono::hours(1));
         const X509StoreHandle third = store->current();
         EXPECT_NE(third, second);
 
         fs::remove(bundle);
-        EXPECT_EQ(anchors_of(store->current().get()), own_count);
+        const X509StoreHandle fourth = store->current();
+        EXPECT_FALSE(trusts(fourth, trusted_root()));
+        EXPECT_EQ(trusts(fourth, own), store == &with_own);
     }
 }
 

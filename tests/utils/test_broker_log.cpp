@@ -1,9 +1,9 @@
 #include "captured_log.h"
+#include "system.h"
 #include "utils/src/assertion.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -124,7 +124,7 @@ TEST_F(BrokerLogDeathTest, NothingHappensBeforeAFunctionIsSet) {
         std::exit(set_before || has_log_function() ? 1 : 0);
     };
     EXPECT_EXIT(log_without_function(), testing::ExitedWithCode(0), "^$");
-    EXPECT_EXIT(broker_assert_failed("A::b"), testing::KilledBySignal(SIGABRT), "^$");
+    EXPECT_EXIT(broker_assert_failed("A::b"), test_support::ended_by_abort, "^$");
 }
 
 TEST_F(BrokerLogDeathTest, AssertionLogsItsPlaceAndAborts) {
@@ -136,13 +136,13 @@ TEST_F(BrokerLogDeathTest, AssertionLogsItsPlaceAndAborts) {
     const auto message = "\\(0, 0, -500\\) ============ Broker Assert in function "
                          "broker_client_impl::create at line number " +
                          std::to_string(line) + "\\. ============";
-    EXPECT_EXIT(fail(), testing::KilledBySignal(SIGABRT), message);
+    EXPECT_EXIT(fail(), test_support::ended_by_abort, message);
 
     const auto fail_with_throwing_log = [] {
         set_log_function(&throw_from_log);
         broker_assert_failed("broker_client_impl::create");
     };
-    EXPECT_EXIT(fail_with_throwing_log(), testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EXIT(fail_with_throwing_log(), test_support::ended_by_abort, "");
     broker_assert(true, "broker_client_impl::create");
 }
 

@@ -1,11 +1,10 @@
 #include "captured_log.h"
+#include "system.h"
 #include "utils/src/client_identity.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
-#include <optional>
 
 namespace kavro {
 namespace {
@@ -118,28 +117,6 @@ TEST(Version1Uuid, IsOfThisTimeAndDiffersFromTheLast) {
     EXPECT_TRUE(differs);
 }
 
-/// Sets an environment variable for the time of its life.
-class EnvironmentVariable {
-public:
-    EnvironmentVariable(const char *name, const char *value) : name_(name) {
-        if (const char *before = std::getenv(name))
-            before_ = before;
-        setenv(name, value, 1);
-    }
-    ~EnvironmentVariable() {
-        if (before_)
-            setenv(name_, before_->c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-    EnvironmentVariable(const EnvironmentVariable &) = delete;
-    EnvironmentVariable &operator=(const EnvironmentVariable &) = delete;
-
-private:
-    const char *name_;
-    std::optional<std::string> before_;
-};
-
 TEST(TimezoneWindows, NamesTheZoneOfTheSystem) {
     const std::pair<const char *, const char *> rows[] = {
         {"Europe/Berlin", "W. Europe Standard Time"},
@@ -150,8 +127,9 @@ TEST(TimezoneWindows, NamesTheZoneOfTheSystem) {
     };
     for (const auto &[zone, name] : rows) {
         const CapturedLog log;
-        const EnvironmentVariable set("TZ", zone);
+        const auto before = test_support::exchange_variable("TZ", zone);
         EXPECT_EQ(get_timezone_windows(), name) << zone;
+        test_support::exchange_variable("TZ", before);
         const auto expected =
             *name == '\0'
                 ? std::vector<LogLine>{{0, 2, 0, "get_timezone_windows: Invalid timezone."}}

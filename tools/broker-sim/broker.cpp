@@ -12,6 +12,7 @@ struct MessageRow {
     std::string_view kind;
     SessionUse session;
     Handler handler;
+    std::string_view server = server_name::broker;
 };
 
 void bye(BrokerState &, Session &, const Message &, XmlWriter &xml) {
@@ -26,20 +27,12 @@ constexpr MessageRow messages[] = {
     {"allocate-resource", SessionUse::needs, allocate_resource},
     {"perform-operation", SessionUse::needs, perform_operation},
     {"bye", SessionUse::ends, bye},
+    {"session-provision", SessionUse::needs, session_provision, server_name::provisioning},
 };
 
 const MessageRow *find_message(std::string_view kind) {
     const auto row = std::ranges::find(messages, kind, &MessageRow::kind);
     return row == std::end(messages) ? nullptr : row;
-}
-
-std::string random_session_id() {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    std::random_device random;
-    std::string id;
-    while (id.size() < 32)
-        id += digits[random() % 16];
-    return id;
 }
 
 using Sessions = std::map<std::string, Session>;
@@ -57,13 +50,22 @@ Sessions::iterator find_session(Sessions &sessions, const std::optional<std::str
 Sessions::iterator begin_session(Sessions &sessions, const std::optional<std::string> &old_id) {
     if (old_id)
         sessions.erase(*old_id);
-    return sessions.emplace(random_session_id(), Session{}).first;
+    return sessions.emplace(random_id(), Session{}).first;
 }
 
 } // namespace
 
 bool is_message_kind(std::string_view kind) {
     return find_message(kind) != nullptr;
+}
+
+std::string random_id() {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::random_device random;
+    std::string id;
+    while (id.size() < 32)
+        id += digits[random() % 16];
+    return id;
 }
 
 BrokerState::BrokerState(Scenario played) : scenario(std::move(played)) {
@@ -84,10 +86,11 @@ std::string Broker::refusal(const ProtocolError &error) const {
     return error_document(state_.scenario.broker.version, error);
 }
 
-BrokerAnswer Broker::answer(const Message &message, const std::optional<std::string> &session_id) {
+BrokerAnswer Broker::answer(const Message &message, const std::optional<std::string> &session_id,
+                            std::string_view server) {
     try {
         const MessageRow *const row = find_message(message.kind);
-        if (!row)
+        if (!row || row->server != server)
             throw ProtocolError{"ERR_UNSUPPORTED_REQUEST", "The request is unknown", message.kind};
         const bool begins = row->session == SessionUse::begins;
         const auto session = begins ? begin_session(state_.sessions, session_id)

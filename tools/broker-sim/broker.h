@@ -21,8 +21,10 @@ class Broker {
 public:
     explicit Broker(Scenario scenario) : state_(std::move(scenario)) {}
 
-    /// `session_id` is the value of the session cookie, if the request had one.
-    BrokerAnswer answer(const Message &message, const std::optional<std::string> &session_id);
+    /// `session_id` is the value of the session cookie, if the request had one. Which server the
+    /// request came to decides what may be asked.
+    BrokerAnswer answer(const Message &message, const std::optional<std::string> &session_id,
+                        std::string_view server = server_name::broker);
     std::string refusal(const ProtocolError &error) const;
 
     const Scenario &scenario() const { return state_.scenario; }

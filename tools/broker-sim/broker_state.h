@@ -17,6 +17,7 @@ struct Session {
     std::size_t step = 0; ///< of Scenario::authentication
     User *user = nullptr; ///< known once a step named one
     unsigned failed_password_changes = 0;
+    std::map<std::string, const Allocation *> provisionings{}; ///< to be fetched, by their tickets
 };
 
 /// A desktop with what changes while the broker runs.
@@ -24,6 +25,13 @@ struct DesktopState {
     const Desktop *desktop;
     std::string power;             ///< begins as the scenario's state
     unsigned allocations_made = 0; ///< since it was last powered down
+};
+
+/// How clients find the provisioning server.
+struct Provisioner {
+    std::string address;
+    std::string port;
+    std::string certificate; ///< as PEM
 };
 
 /// All that the message handlers share.
@@ -37,6 +45,7 @@ struct BrokerState {
     std::map<std::string, Session> sessions;
     Variables client_to_broker;
     Variables client_to_agent;
+    Provisioner provisioner;
 
     /// Null when there is no such desktop.
     DesktopState *find_desktop(std::string_view id);
@@ -52,11 +61,22 @@ void update_password(BrokerState &, Session &, const Message &, XmlWriter &);
 void get_resource_list(BrokerState &, Session &, const Message &, XmlWriter &);
 void allocate_resource(BrokerState &, Session &, const Message &, XmlWriter &);
 void perform_operation(BrokerState &, Session &, const Message &, XmlWriter &);
+void session_provision(BrokerState &, Session &, const Message &, XmlWriter &);
 
 /// Whether a name is one of the scenario's "password", "disclaimer" and so on.
 bool is_authentication_method(std::string_view name);
 
 bool is_power_operation(std::string_view command);
+
+/// 128 bits in hexadecimal digits, for what nobody may guess.
+std::string random_id();
+
+/// Writes the target of an allocation and whatever belongs to it.
+void write_allocation(XmlWriter &xml, const Allocation &allocation);
+
+/// Writes `provision-info` in the place of the target, which the session may fetch with it once.
+void write_provision_info(const BrokerState &state, Session &session, const Allocation &allocation,
+                          XmlWriter &xml);
 
 /// Writes `next-authentication` for where the session stands.
 void write_next_authentication(const BrokerState &state, const Session &session, XmlWriter &xml);

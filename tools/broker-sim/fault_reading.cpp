@@ -1,18 +1,30 @@
 #include "fault_reading.h"
 
-#include "broker.h"
+#include "pages.h"
+
+#include <algorithm>
 
 namespace broker_sim {
 namespace {
+
+bool is_server(std::string_view name) {
+    using namespace server_name;
+    static constexpr std::string_view all[] = {broker, view_broker, direct_host, registration,
+                                               provisioning};
+    return std::ranges::find(all, name) != std::end(all);
+}
 
 /// The keys that faults and overrides share.
 std::vector<JsonNode::Member> match_members(Match &match) {
     const auto kind = [&](const JsonNode &node) {
         match.request = node.text();
-        if (!is_message_kind(match.request))
+        if (!is_request_kind(match.request))
             node.fail("is no request of the protocol");
     };
-    return {{"request", kind}, {"connection", into(match.connection)}, {"nth", into(match.nth)}};
+    return {{"request", kind},
+            {"connection", into(match.connection)},
+            {"nth", into(match.nth)},
+            {"server", checked(is_server, "is no server of the simulator", match.server)}};
 }
 
 } // namespace

@@ -3,16 +3,27 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace broker_sim {
 
+/// The servers of a simulator, named like their sections of a scenario.
+namespace server_name {
+inline constexpr std::string_view broker = "broker";
+inline constexpr std::string_view view_broker = "view_broker";
+inline constexpr std::string_view direct_host = "direct_host";
+inline constexpr std::string_view registration = "registration";
+inline constexpr std::string_view provisioning = "provisioning";
+} // namespace server_name
+
 /// Which requests a fault or an override applies to. Empty and 0 stand for "any".
 struct Match {
     std::string request{};   ///< kind: the name of the message element, such as "hello"
-    unsigned connection = 0; ///< n-th TCP connection of the simulator's life, from 1
+    unsigned connection = 0; ///< n-th TCP connection of a server's life, from 1
     unsigned nth = 0; ///< only the n-th that matches the rest, counted from when the rule was given
+    std::string server{};
 };
 
 enum class Stage {

@@ -3,6 +3,7 @@
 #include <boost/beast/http.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <sstream>
 
 namespace broker_sim {
@@ -19,6 +20,17 @@ std::string chunked(std::string_view body, const std::vector<std::size_t> &sizes
     }
     text << "0\r\n\r\n";
     return text.str();
+}
+
+/// What a head states anywhere as its length. Clients of a provisioning server write all their
+/// fields into one, so that to a parser it is part of another field's value.
+std::size_t stated_length(std::string_view head) {
+    static constexpr std::string_view name = "Content-Length: ";
+    const std::size_t at = head.find(name);
+    std::size_t length = 0;
+    if (at != head.npos)
+        std::from_chars(head.data() + at + name.size(), head.data() + head.size(), length);
+    return length;
 }
 
 std::string response_head(const HttpAnswer &answer, std::size_t body_size, const Fault &fault) {
@@ -66,7 +78,7 @@ HttpRequest read_request_head(std::string head) {
     request.method = std::string(fields.method_string());
     request.target = std::string(fields.target());
     request.cookies = std::string(fields[http::field::cookie]);
-    request.content_length = parser.content_length().value_or(0);
+    request.content_length = parser.content_length().value_or(stated_length(request.head));
     request.keep_alive = fields.keep_alive();
     return request;
 }

@@ -112,14 +112,17 @@ HttpsServer::HttpsServer(const std::string &address, std::uint16_t port, asio::s
     : tls_(std::move(tls)),
       acceptor_(listen(io_, address, port)),
       door_stop_(io_),
-      service_(service) {
+      service_(service) {}
+
+void HttpsServer::start() {
     asio::co_spawn(io_, accept_all(), asio::detached);
     thread_ = std::thread([this] { io_.run(); });
 }
 
 HttpsServer::~HttpsServer() {
     io_.stop();
-    thread_.join();
+    if (thread_.joinable())
+        thread_.join();
 }
 
 void HttpsServer::reconsider_accepting() {

@@ -38,9 +38,12 @@ protected:
 /// HTTP/1.1 over TLS: one thread, any number of connections, each of them a coroutine.
 class HttpsServer {
 public:
+    /// Listens, but serves nobody before start().
     HttpsServer(const std::string &address, std::uint16_t port, boost::asio::ssl::context tls,
                 Service &service);
     ~HttpsServer();
+
+    void start();
 
     boost::asio::ip::tcp::endpoint endpoint() const { return acceptor_.local_endpoint(); }
 

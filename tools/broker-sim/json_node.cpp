@@ -53,6 +53,12 @@ std::size_t JsonNode::number(std::size_t most) const {
     return value_.get<std::size_t>();
 }
 
+std::string JsonNode::object_as_text() const {
+    if (!value_.is_object())
+        fail("must be an object");
+    return value_.dump();
+}
+
 void read(const JsonNode &node, std::string &out) {
     out = node.text();
 }
@@ -74,10 +80,6 @@ void read(const JsonNode &node, std::uint16_t &out) {
 
 void read(const JsonNode &node, std::chrono::milliseconds &out) {
     out = std::chrono::milliseconds(node.number(std::numeric_limits<std::uint32_t>::max()));
-}
-
-void read(const JsonNode &node, std::optional<std::string> &out) {
-    out = node.text();
 }
 
 std::function<void(const JsonNode &)> checked(TextCheck check, const char *complaint,

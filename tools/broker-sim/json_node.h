@@ -31,6 +31,7 @@ public:
     std::string text() const;
     bool boolean() const;
     std::size_t number(std::size_t most) const;
+    std::string object_as_text() const; ///< an object of any keys, as JSON
 
     [[noreturn]] void fail(std::string_view complaint) const;
 
@@ -45,7 +46,11 @@ void read(const JsonNode &node, unsigned &out);
 void read(const JsonNode &node, std::size_t &out);
 void read(const JsonNode &node, std::uint16_t &out);
 void read(const JsonNode &node, std::chrono::milliseconds &out);
-void read(const JsonNode &node, std::optional<std::string> &out);
+
+template <class T>
+void read(const JsonNode &node, std::optional<T> &out) {
+    read(node, out.emplace());
+}
 
 template <class T>
 void read(const JsonNode &node, std::vector<T> &out) {

@@ -22,6 +22,8 @@ constexpr const char *scenario_help = R"(A scenario is one JSON file; every sect
   password_change  what an expired password may become
   allocation       target, gateway ticket, alternates, variables, failures, pending
   desktops         a list of desktops, or {"generate": {"count": N, ...}}
+  view_broker, direct_host, registration, provisioning
+                   further servers, each on a port of its own
   overrides        other answers than the broker's own
   faults           stalls, resets, odd pieces, wrong status, bad XML
 docs/simulator.md has every key. --print-demo shows the scenario that is played without --scenario.
@@ -39,7 +41,7 @@ void wait_for_signal() {
 int main(int argc, char **argv) {
     CLI::App app("A connection broker to try clients against.", "kavro-broker-sim");
     app.footer(scenario_help);
-    std::string scenario_file, address, ca_file;
+    std::string scenario_file, address, ca_file, cache_folder;
     std::uint16_t port = 0;
     bool print_demo = false;
     app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)");
@@ -47,6 +49,8 @@ int main(int argc, char **argv) {
     const auto *port_option = app.add_option(
         "--port", port, "Port to listen on, instead of the scenario's; 0: a free one");
     app.add_option("--ca-file", ca_file, "Write the CA certificate here, as PEM");
+    app.add_option("--table-cache", cache_folder,
+                   "Write the registration table into this folder, as clients cache it");
     app.add_flag("--print-demo", print_demo, "Print the demonstration scenario and exit");
     CLI11_PARSE(app, argc, argv);
 
@@ -64,8 +68,12 @@ int main(int argc, char **argv) {
         const broker_sim::Simulator simulator(std::move(scenario));
         if (!ca_file.empty())
             simulator.write_ca(ca_file);
-        const nlohmann::json ready = {
-            {"address", simulator.address()}, {"port", simulator.port()}, {"ca_file", ca_file}};
+        if (!cache_folder.empty())
+            simulator.write_table_cache(cache_folder);
+        const nlohmann::json ready = {{"address", simulator.address()},
+                                      {"port", simulator.port()},
+                                      {"ca_file", ca_file},
+                                      {"ports", simulator.ports()}};
         std::cout << ready.dump() << std::endl;
         wait_for_signal();
         return 0;

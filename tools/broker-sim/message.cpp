@@ -63,12 +63,17 @@ void check_envelope(const ptree &document) {
 
 } // namespace
 
+std::optional<std::string> Message::text(const std::string &path) const {
+    const auto found = element.get_optional<std::string>(path);
+    return found ? std::optional(*found) : std::nullopt;
+}
+
 std::string Message::required(const std::string &path) const {
-    const auto text = element.get_optional<std::string>(path);
-    if (!text)
+    const auto found = text(path);
+    if (!found)
         throw ProtocolError{"ERR_INVALID_MISSING_MSG_CONTENT", "The request misses an element",
                             path};
-    return *text;
+    return *found;
 }
 
 Message read_message(const std::string &body) {

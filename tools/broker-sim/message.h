@@ -4,6 +4,7 @@
 
 #include <boost/property_tree/ptree.hpp>
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,7 +22,9 @@ struct Message {
     std::string kind{};
     boost::property_tree::ptree element{}; ///< the message element's content
 
-    /// Text of a child element that the message must have.
+    /// Text of a child element, if the message has it.
+    std::optional<std::string> text(const std::string &path) const;
+    /// Text of one that it must have.
     std::string required(const std::string &path) const;
 };
 

@@ -60,39 +60,6 @@ void write_desktop(XmlWriter &xml, const DesktopState &state) {
             xml.leaf("supported-operation", change.command);
 }
 
-void write_target(XmlWriter &xml, const Target &target) {
-    xml.leaf("ip-address", target.ip_address);
-    xml.leaf("hostname", target.hostname);
-    xml.leaf_unless_empty("sni", target.sni);
-    xml.leaf("port", target.port);
-}
-
-void write_allocation(XmlWriter &xml, const Allocation &allocation) {
-    {
-        const auto target = xml.element("target");
-        write_target(xml, allocation.target);
-        xml.leaf("session-id", allocation.session_id);
-        xml.leaf("connect-tag", allocation.connect_tag);
-        if (allocation.use_broker_address)
-            xml.leaf("use-broker-address-as-target", "true");
-        write_variables(xml, "agent-to-client-variables", allocation.agent_variables);
-    }
-    if (!allocation.alternates.empty()) {
-        const auto alternates = xml.element("alternate-targets");
-        for (const Target &target : allocation.alternates) {
-            const auto alternate = xml.element("alternate-target");
-            write_target(xml, target);
-        }
-    }
-    const GatewayTicket &ticket = allocation.gateway_ticket;
-    if (!ticket.ticket.empty() || !ticket.created.empty() || !ticket.expires.empty()) {
-        const auto info = xml.element("gateway-ticket-info");
-        xml.leaf_unless_empty("gateway-ticket", ticket.ticket);
-        xml.leaf_unless_empty("gt-creation-time", ticket.created);
-        xml.leaf_unless_empty("gt-expiry-time", ticket.expires);
-    }
-}
-
 /// A desktop that is given to a user is powered up for it.
 void wake(DesktopState &desktop) {
     if (desktop.power == powered_off || desktop.power == suspended)
@@ -135,7 +102,10 @@ void allocate_resource(BrokerState &state, Session &session, const Message &mess
     if (allocation.result_id != "ALLOC_SUCCESSFUL")
         return;
     wake(*desktop);
-    write_allocation(xml, allocation);
+    if (allocation.provisioned)
+        write_provision_info(state, session, allocation, xml);
+    else
+        write_allocation(xml, allocation);
 }
 
 void perform_operation(BrokerState &state, Session &session, const Message &message,

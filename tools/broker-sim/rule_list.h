@@ -6,6 +6,19 @@
 
 namespace broker_sim {
 
+/// What rules are about: a request, or a connection that has not come to any yet.
+struct Event {
+    std::string_view server;
+    unsigned connection = 0;
+    std::string_view request{};
+
+    bool is_of(const Match &match) const {
+        return (match.server.empty() || match.server == server) &&
+               (match.connection == 0 || match.connection == connection) &&
+               (match.request.empty() || match.request == request);
+    }
+};
+
 /// Faults or overrides, each counting the events that it matches.
 template <class Rule>
 class RuleList {
@@ -20,16 +33,12 @@ public:
 
     /// Counts the event in every rule that `concerns` it. The newest rule that applies to it wins.
     template <class Predicate>
-    Rule find(std::string_view request, unsigned connection, Predicate concerns) {
+    Rule find(const Event &event, Predicate concerns) {
         Rule found;
-        for (auto &[rule, seen] : entries_) {
-            const Match &match = rule.match;
-            const bool matches = concerns(rule) &&
-                                 (match.request.empty() || match.request == request) &&
-                                 (match.connection == 0 || match.connection == connection);
-            if (matches && (++seen == match.nth || match.nth == 0))
+        for (auto &[rule, seen] : entries_)
+            if (concerns(rule) && event.is_of(rule.match) &&
+                (++seen == rule.match.nth || rule.match.nth == 0))
                 found = rule;
-        }
         return found;
     }
 

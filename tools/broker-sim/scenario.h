@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -51,6 +52,28 @@ struct Tls {
     bool automatic_names = true; ///< localhost, the listen address, 127.0.0.1 and ::1
     bool expired = false;
     Issuer issuer = Issuer::ca;
+};
+
+/// A server beside the broker, on the same address.
+struct Listener {
+    std::uint16_t port = 0; ///< 0: a free one
+    Tls tls{};
+};
+
+/// The service that publishes which broker a registration code stands for.
+struct Registration {
+    Listener listener{};
+    /// A JSON object. "${broker}" in it becomes the address of the simulator's own broker.
+    std::string table{"{}"};
+};
+
+/// The server that hands out the targets of allocations that are `provisioned`.
+struct Provisioning {
+    Listener listener{};
+    std::string scheme{"KAVRO"};
+    std::optional<std::string> leaf_certificate{};         ///< announced instead of its own
+    std::string result_id{"SESSION_PROVISION_SUCCESSFUL"}; ///< any other one sends no target
+    std::string result_str{};
 };
 
 struct User {
@@ -135,6 +158,7 @@ struct Allocation {
     Variables agent_variables{};
     std::vector<Target> alternates{};
     GatewayTicket gateway_ticket{};
+    bool provisioned = false; ///< all of the above comes from the provisioning server
 };
 
 struct Icon {
@@ -176,6 +200,10 @@ struct Scenario {
     std::vector<Desktop> desktops{};
     std::vector<Override> overrides{};
     std::vector<Fault> faults{};
+    std::optional<Listener> view_broker{}; ///< these four servers run when they are given
+    std::optional<Listener> direct_host{};
+    std::optional<Registration> registration{};
+    std::optional<Provisioning> provisioning{};
 
     /// Both throw ScenarioError.
     static Scenario parse(std::string_view json);

@@ -165,6 +165,7 @@ void read(const JsonNode &node, Allocation &out) {
         {"agent_variables", into(out.agent_variables)},
         {"alternates", into(out.alternates)},
         {"gateway_ticket", into(out.gateway_ticket)},
+        {"provisioned", into(out.provisioned)},
     });
 }
 
@@ -221,6 +222,34 @@ void read_desktops(const JsonNode &node, const Allocation &shared, std::vector<D
         node.read_object({{"generate", generate, true}});
 }
 
+/// The keys of every server beside the broker. Its TLS states only what differs from the broker's.
+std::vector<JsonNode::Member> listener_members(Listener &out, const Scenario &scenario) {
+    out.tls = scenario.tls;
+    return {{"port", into(out.port)}, {"tls", into(out.tls)}};
+}
+
+void read_registration(const JsonNode &node, const Scenario &scenario, Registration &out) {
+    const auto table = [&](const JsonNode &object) { out.table = object.object_as_text(); };
+    node.read_object({{"table", table}}, listener_members(out.listener, scenario));
+}
+
+void read_provisioning(const JsonNode &node, const Scenario &scenario, Provisioning &out) {
+    node.read_object({{"scheme", into(out.scheme)},
+                      {"leaf_certificate", into(out.leaf_certificate)},
+                      {"result_id", into(out.result_id)},
+                      {"result_str", into(out.result_str)}},
+                     listener_members(out.listener, scenario));
+}
+
+void check_provisioning(const JsonNode &node, const Scenario &scenario) {
+    const auto is_provisioned = [](const Desktop &desktop) {
+        return desktop.allocation && desktop.allocation->provisioned;
+    };
+    if (!scenario.provisioning &&
+        (scenario.allocation.provisioned || std::ranges::any_of(scenario.desktops, is_provisioned)))
+        node.fail("an allocation is provisioned, but there is no provisioning server");
+}
+
 } // namespace
 
 void read(const JsonNode &node, Scenario &out) {
@@ -240,6 +269,17 @@ void read(const JsonNode &node, Scenario &out) {
     const auto desktops = [&](const JsonNode &child) {
         read_desktops(child, out.allocation, out.desktops);
     };
+    const auto server = [&out](std::optional<Listener> &listener) {
+        return [&](const JsonNode &child) {
+            child.read_object(listener_members(listener.emplace(), out));
+        };
+    };
+    const auto registration = [&](const JsonNode &child) {
+        read_registration(child, out, out.registration.emplace());
+    };
+    const auto provisioning = [&](const JsonNode &child) {
+        read_provisioning(child, out, out.provisioning.emplace());
+    };
     node.read_object({
         {"listen", listen},
         {"broker", into(out.broker)},
@@ -253,7 +293,12 @@ void read(const JsonNode &node, Scenario &out) {
         {"desktops", desktops},
         {"overrides", into(out.overrides)},
         {"faults", into(out.faults)},
+        {server_name::view_broker, server(out.view_broker)},
+        {server_name::direct_host, server(out.direct_host)},
+        {server_name::registration, registration},
+        {server_name::provisioning, provisioning},
     });
+    check_provisioning(node, out);
 }
 
 Scenario Scenario::parse(std::string_view json) {

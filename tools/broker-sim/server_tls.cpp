@@ -1,14 +1,18 @@
 #include "server_tls.h"
 
 namespace broker_sim {
-namespace {
 
-Identity server_identity(const Scenario &scenario) {
-    const Tls &tls = scenario.tls;
+const Identity &process_ca() {
+    static const KeyPtr first = shared_key("ec-p256"); // OpenSSL outlives what is made after this
+    static const Identity ca = mint_authority("Broker Simulator CA");
+    return ca;
+}
+
+Identity server_identity(const Tls &tls, const std::string &address) {
     Subject subject{.common_name = "Broker Simulator", .names = tls.names};
     if (tls.automatic_names)
-        for (const std::string &name : {std::string("localhost"), scenario.address,
-                                        std::string("127.0.0.1"), std::string("::1")})
+        for (const std::string &name :
+             {std::string("localhost"), address, std::string("127.0.0.1"), std::string("::1")})
             subject.names.push_back(name);
     if (tls.expired) {
         subject.valid_from_days = -30;
@@ -26,26 +30,17 @@ Identity server_identity(const Scenario &scenario) {
     return mint_certificate(subject, key, process_ca());
 }
 
-} // namespace
-
-const Identity &process_ca() {
-    static const KeyPtr first = shared_key("ec-p256"); // OpenSSL outlives what is made after this
-    static const Identity ca = mint_authority("Broker Simulator CA");
-    return ca;
-}
-
-boost::asio::ssl::context server_tls(const Scenario &scenario) {
+boost::asio::ssl::context server_tls(const Tls &tls, const Identity &identity) {
     using boost::asio::ssl::context;
-    const Identity identity = server_identity(scenario);
-    context tls(context::tls_server);
-    SSL_CTX *const handle = tls.native_handle();
+    context server(context::tls_server);
+    SSL_CTX *const handle = server.native_handle();
     SSL_CTX_set_security_level(handle, 0); // weak keys are for the client to refuse
     SSL_CTX_set_min_proto_version(handle, TLS1_2_VERSION);
-    SSL_CTX_set_max_proto_version(handle, scenario.tls.max_version == "1.2" ? TLS1_2_VERSION
-                                                                            : TLS1_3_VERSION);
+    SSL_CTX_set_max_proto_version(handle,
+                                  tls.max_version == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION);
     SSL_CTX_use_certificate(handle, identity.certificate.get());
     SSL_CTX_use_PrivateKey(handle, identity.key.get());
-    return tls;
+    return server;
 }
 
 } // namespace broker_sim

@@ -9,7 +9,9 @@ namespace broker_sim {
 /// The CA that all simulators of this process share.
 const Identity &process_ca();
 
-/// The TLS side of a scenario, its server certificate freshly issued.
-boost::asio::ssl::context server_tls(const Scenario &scenario);
+/// A freshly issued certificate for a server on this address.
+Identity server_identity(const Tls &tls, const std::string &address);
+
+boost::asio::ssl::context server_tls(const Tls &tls, const Identity &identity);
 
 } // namespace broker_sim

@@ -1,8 +1,9 @@
-#include "broker.h"
 #include "broker_sim.h"
 #include "https_server.h"
+#include "pages.h"
 #include "rule_list.h"
 #include "server_tls.h"
+#include "table_cache.h"
 
 #include <condition_variable>
 #include <fstream>
@@ -11,17 +12,6 @@
 
 namespace broker_sim {
 namespace {
-
-constexpr std::string_view broker_target = "/kavro-broker/xml";
-
-/// The HTTP side of a refusal that never reaches the broker; 0 when there is none.
-unsigned http_refusal(const HttpRequest &request) {
-    if (!request.well_formed)
-        return 400;
-    if (request.target != broker_target)
-        return 404;
-    return request.method == "POST" ? 0 : 405;
-}
 
 bool replaces_the_answer(const Override &scripted) {
     return scripted.raw || scripted.body || !scripted.result_id.empty() ||
@@ -40,92 +30,133 @@ std::string scripted_body(const Override &scripted, const std::string &kind,
                           scripted.detected_by);
 }
 
+/// An address as a URL has it.
+std::string url_of(const boost::asio::ip::tcp::endpoint &endpoint) {
+    std::ostringstream url;
+    url << "https://" << endpoint;
+    return url.str();
+}
+
+void write_file(const std::filesystem::path &path, std::string_view content) {
+    std::ofstream file(path, std::ios::binary);
+    if (!(file << content << std::flush))
+        throw std::runtime_error("cannot write " + path.string());
+}
+
+std::string replaced(std::string text, std::string_view mark, const std::string &by) {
+    for (std::size_t at = text.find(mark); at != text.npos; at = text.find(mark, at + by.size()))
+        text.replace(at, mark.size(), by);
+    return text;
+}
+
 } // namespace
 
-/// What the server's thread and the callers share, under one lock.
-class Simulator::Impl final : public Service {
+/// What the servers' threads and the callers share, under one lock.
+class Simulator::Impl {
 public:
     explicit Impl(Scenario scenario)
         : broker(std::move(scenario)),
           faults(broker.scenario().faults),
-          overrides(broker.scenario().overrides),
-          server(broker.scenario().address, broker.scenario().port, server_tls(broker.scenario()),
-                 *this) {}
-
-    bool refuses_to_accept() override {
-        const std::lock_guard lock(mutex);
-        return fault_at(Stage::accept, "", connections + 1).ending == Ending::stall;
+          overrides(broker.scenario().overrides) {
+        open_servers();
+        tell_where_they_are();
+        for (auto &[name, desk] : desks)
+            desk.server.start();
     }
 
-    Connection accept() override {
-        const std::lock_guard lock(mutex);
-        ++connections;
-        changed.notify_all();
-        return {connections, fault_at(Stage::handshake, "", connections)};
-    }
+    /// One of the servers: it counts, records and spoils what goes over its connections.
+    struct Desk final : Service {
+        Desk(Impl &shared, std::string_view server_name, const Listener &listener)
+            : impl(shared),
+              name(server_name),
+              identity(server_identity(listener.tls, impl.broker.scenario().address)),
+              server(impl.broker.scenario().address, listener.port,
+                     server_tls(listener.tls, identity), *this) {}
 
-    Reply answer(unsigned connection, const HttpRequest &request) override {
-        const std::lock_guard lock(mutex);
-        const Reading reading = read(request.body);
-        const std::string &kind = reading.message.kind;
-        requests.push_back({connection, kind, request.head, request.body});
-        changed.notify_all();
+        bool refuses_to_accept() override {
+            const std::lock_guard lock(impl.mutex);
+            return impl.fault_at(Stage::accept, {name, connections + 1}).ending == Ending::stall;
+        }
 
-        const Override scripted =
-            overrides.find(kind, connection, [](const Override &) { return true; });
-        HttpAnswer answer = replaces_the_answer(scripted) ? scripted_answer(scripted, kind)
-                                                          : own_answer(request, reading);
-        if (scripted.status)
-            answer.status = scripted.status;
-        answer.headers.insert(answer.headers.end(), scripted.headers.begin(),
-                              scripted.headers.end());
-        return {std::move(answer), fault_at(Stage::response, kind, connection)};
-    }
+        Connection accept() override {
+            const std::lock_guard lock(impl.mutex);
+            ++connections;
+            impl.changed.notify_all();
+            return {connections, impl.fault_at(Stage::handshake, {name, connections})};
+        }
+
+        Reply answer(unsigned connection, const HttpRequest &request) override {
+            const std::lock_guard lock(impl.mutex);
+            const Visit visit = receive(name, request);
+            impl.requests.push_back(
+                {connection, visit.kind, request.head, request.body, std::string(name)});
+            impl.changed.notify_all();
+            if (name == server_name::direct_host)
+                return {.fault = {.ending = Ending::stall}};
+            const Event event{name, connection, visit.kind};
+            return {impl.answer_to(visit, event), impl.fault_at(Stage::response, event)};
+        }
+
+        Impl &impl;
+        std::string_view name;
+        Identity identity;
+        unsigned connections = 0;
+        HttpsServer server; ///< the last, because its thread uses all of the above
+    };
 
     mutable std::mutex mutex;
     mutable std::condition_variable changed;
     Broker broker;
     RuleList<Fault> faults;
     RuleList<Override> overrides;
-    unsigned connections = 0;
     std::vector<RecordedRequest> requests;
-    HttpsServer server; ///< the last, because its thread uses all of the above
+    std::map<std::string_view, Desk> desks; ///< by their names; the last for the same reason
 
 private:
-    /// What a request body is: a message, or the reason why it is none.
-    struct Reading {
-        Message message{};
-        std::optional<ProtocolError> error{};
-    };
+    void open_servers() {
+        const Scenario &scenario = broker.scenario();
+        const auto open = [&](std::string_view name, const Listener &listener) {
+            desks.try_emplace(name, *this, name, listener);
+        };
+        open(server_name::broker, {scenario.port, scenario.tls});
+        if (scenario.view_broker)
+            open(server_name::view_broker, *scenario.view_broker);
+        if (scenario.direct_host)
+            open(server_name::direct_host, *scenario.direct_host);
+        if (scenario.registration)
+            open(server_name::registration, scenario.registration->listener);
+        if (scenario.provisioning)
+            open(server_name::provisioning, scenario.provisioning->listener);
+    }
 
-    static Reading read(const std::string &body) {
-        try {
-            return {read_message(body)};
-        } catch (const ProtocolError &error) {
-            return {{}, error};
+    /// Some answers name other servers, whose ports are known only now.
+    void tell_where_they_are() {
+        BrokerState &state = broker.state();
+        if (auto &registration = state.scenario.registration)
+            registration->table = replaced(std::move(registration->table), "${broker}",
+                                           url_of(desks.at(server_name::broker).server.endpoint()));
+        if (state.scenario.provisioning) {
+            const Desk &desk = desks.at(server_name::provisioning);
+            const auto endpoint = desk.server.endpoint();
+            state.provisioner = {endpoint.address().to_string(), std::to_string(endpoint.port()),
+                                 desk.identity.certificate_pem()};
         }
     }
 
-    Fault fault_at(Stage stage, std::string_view kind, unsigned connection) {
-        return faults.find(kind, connection,
-                           [=](const Fault &fault) { return fault.stage == stage; });
+    Fault fault_at(Stage stage, const Event &event) {
+        return faults.find(event, [=](const Fault &fault) { return fault.stage == stage; });
     }
 
-    HttpAnswer scripted_answer(const Override &scripted, const std::string &kind) const {
-        return {.body = scripted_body(scripted, kind, broker.scenario().broker.version),
-                .raw = scripted.raw};
-    }
-
-    HttpAnswer own_answer(const HttpRequest &request, const Reading &reading) {
-        if (const unsigned status = http_refusal(request))
-            return {.status = status};
-        if (reading.error)
-            return {.body = broker.refusal(*reading.error)};
-        BrokerAnswer answer =
-            broker.answer(reading.message, request.cookie(broker.scenario().session_cookie));
-        HttpAnswer http{.body = std::move(answer.body)};
-        if (!answer.set_cookie.empty())
-            http.headers.emplace_back("Set-Cookie", answer.set_cookie);
+    HttpAnswer answer_to(const Visit &visit, const Event &event) {
+        const Override scripted = overrides.find(event, [](const Override &) { return true; });
+        HttpAnswer http = replaces_the_answer(scripted)
+                              ? HttpAnswer{.body = scripted_body(scripted, visit.kind,
+                                                                 broker.scenario().broker.version),
+                                           .raw = scripted.raw}
+                              : broker_sim::answer(broker, visit);
+        if (scripted.status)
+            http.status = scripted.status;
+        http.headers.insert(http.headers.end(), scripted.headers.begin(), scripted.headers.end());
         return http;
     }
 };
@@ -134,11 +165,18 @@ Simulator::Simulator(Scenario scenario) : impl_(std::make_unique<Impl>(std::move
 Simulator::~Simulator() = default;
 
 std::string Simulator::address() const {
-    return impl_->server.endpoint().address().to_string();
+    return impl_->desks.at(server_name::broker).server.endpoint().address().to_string();
 }
 
-std::uint16_t Simulator::port() const {
-    return impl_->server.endpoint().port();
+std::uint16_t Simulator::port(std::string_view server) const {
+    return impl_->desks.at(server).server.endpoint().port();
+}
+
+std::map<std::string, std::uint16_t> Simulator::ports() const {
+    std::map<std::string, std::uint16_t> ports;
+    for (const auto &[name, desk] : impl_->desks)
+        ports.emplace(name, port(name));
+    return ports;
 }
 
 const std::string &Simulator::ca_pem() const {
@@ -147,14 +185,19 @@ const std::string &Simulator::ca_pem() const {
 }
 
 void Simulator::write_ca(const std::filesystem::path &path) const {
-    std::ofstream file(path, std::ios::binary);
-    if (!(file << ca_pem() << std::flush))
-        throw std::runtime_error("cannot write " + path.string());
+    write_file(path, ca_pem());
 }
 
-unsigned Simulator::connections() const {
+void Simulator::write_table_cache(const std::filesystem::path &folder) const {
+    const auto &registration = impl_->broker.scenario().registration;
+    if (!registration)
+        throw std::runtime_error("the scenario has no registration table");
+    write_file(folder / "conversion_table.dat", table_cache(registration->table));
+}
+
+unsigned Simulator::connections(std::string_view server) const {
     const std::lock_guard lock(impl_->mutex);
-    return impl_->connections;
+    return impl_->desks.at(server).connections;
 }
 
 std::vector<RecordedRequest> Simulator::requests() const {
@@ -186,7 +229,8 @@ bool Simulator::wait_for_requests(std::size_t count, std::chrono::milliseconds l
 
 bool Simulator::wait_for_connections(unsigned count, std::chrono::milliseconds limit) const {
     std::unique_lock lock(impl_->mutex);
-    return impl_->changed.wait_for(lock, limit, [&] { return impl_->connections >= count; });
+    const auto &broker = impl_->desks.at(server_name::broker);
+    return impl_->changed.wait_for(lock, limit, [&] { return broker.connections >= count; });
 }
 
 void Simulator::inject(Fault fault) {
@@ -196,7 +240,8 @@ void Simulator::inject(Fault fault) {
         impl_->faults.add(std::move(fault));
     }
     if (at_accept)
-        impl_->server.reconsider_accepting();
+        for (auto &[name, desk] : impl_->desks)
+            desk.server.reconsider_accepting();
 }
 
 void Simulator::set_override(Override answer) {

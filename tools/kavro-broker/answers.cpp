@@ -36,6 +36,8 @@ Answers::Answers(const LoginOptions &options, Prompts *prompts_or_null,
         password = read_secret(*options.password_descriptor, interruption);
     if (options.new_password_descriptor)
         new_password = read_secret(*options.new_password_descriptor, interruption);
+    if (options.oauth_code_descriptor)
+        oauth_code = read_secret(*options.oauth_code_descriptor, interruption);
     for (const auto &[field, descriptor] : options.answer_descriptors)
         secret_fields.insert_or_assign(field, read_secret(descriptor, interruption));
     for (const auto &[field, value] : options.answers)

@@ -17,8 +17,8 @@ Secret read_secret(int descriptor, const Interruption &interruption);
 /// Where answers for the broker come from: those given beforehand, each of which is used once, and
 /// the user, where there is one.
 struct Answers {
-    /// Reads the secrets from their descriptors, a line each: the password, the new password, then
-    /// dialog fields in the order of the command line. `prompts` may be null.
+    /// Reads the secrets from their descriptors, a line each: the password, the new password, the
+    /// OAuth code, then dialog fields in the order of the command line. `prompts` may be null.
     Answers(const LoginOptions &options, Prompts *prompts_or_null,
             const Interruption &interruption);
 
@@ -26,7 +26,7 @@ struct Answers {
     Prompts &ask(const std::string &what, const std::string &option) const;
 
     std::optional<std::string> user, domain, button;
-    std::optional<Secret> password, new_password;
+    std::optional<Secret> password, new_password, oauth_code;
     std::map<std::string, Secret> plain_fields, secret_fields; ///< by field name or label
     bool accept_disclaimer;
     Prompts *prompts;

@@ -2,6 +2,7 @@
 
 #include "client_certificate.h"
 #include "command.h"
+#include "log_sink.h"
 #include "login.h"
 #include "report.h"
 
@@ -40,9 +41,15 @@ const Command *parse(std::vector<std::string> arguments, Options &options, CLI::
     for (const auto *command : commands) {
         auto &page = *app.add_subcommand(command->name, command->summary)->group("Commands");
         command->add_options(page, options);
-        add_common_options(page, options);
+        if (!command->run_alone)
+            add_session_options(page, options);
+        add_output_options(page, options);
         page.footer(fmt::format("{}\n\n{}", command->description, exit_statuses));
-        page.callback([&chosen, command] { chosen = command; });
+        page.callback([&chosen, &options, command] {
+            if (options.broker_host.empty() && options.registration_code.empty())
+                throw CLI::RequiredError("The broker's address or --registration-code");
+            chosen = command;
+        });
     }
     std::ranges::reverse(arguments);
     app.parse(std::move(arguments));
@@ -54,7 +61,17 @@ bool still_there(ExitStatus status) {
     return status != ExitStatus::unreachable && status != ExitStatus::timed_out;
 }
 
+void require_written(std::ostream &out) {
+    if (!out.flush())
+        throw Failure(ExitStatus::usage, "OUTPUT_FAILED", "The result could not be written.");
+}
+
 void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
+    install_log_sink(options.log_level);
+    if (command.run_alone) {
+        command.run_alone(options, surroundings);
+        return require_written(surroundings.out);
+    }
     const bool ask = surroundings.console != nullptr && !options.login.non_interactive;
     std::optional<Prompts> prompts;
     if (ask)
@@ -77,8 +94,7 @@ void carry_out(const Command &command, const Options &options, const Surrounding
             session.log_out();
         throw;
     }
-    if (!surroundings.out.flush())
-        throw Failure(ExitStatus::usage, "OUTPUT_FAILED", "The result could not be written.");
+    require_written(surroundings.out);
     if (command.logs_out)
         session.log_out();
 }
@@ -100,7 +116,10 @@ int run_application(std::vector<std::string> arguments, const Surroundings &surr
         if (options.insecure)
             warn("the broker's certificate is not checked; whoever answers gets your password.",
                  surroundings);
-        carry_out(*command, options, surroundings);
+        Surroundings quiet = surroundings;
+        quiet.spinner =
+            surroundings.spinner && options.log_level == 0; // not between lines of a log
+        carry_out(*command, options, quiet);
         return 0;
     } catch (const CLI::ParseError &error) {
         const int status = app.exit(error, surroundings.out, surroundings.err);

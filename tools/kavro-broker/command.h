@@ -10,8 +10,8 @@
 
 namespace kavro_cli {
 
-/// One of the things that this program does: how it is asked for, and what it does once the user
-/// is logged in.
+/// One of the things that this program does: how it is asked for, and what it does, with a session
+/// at a broker or without any.
 struct Command {
     const char *name;
     const char *summary;
@@ -20,12 +20,14 @@ struct Command {
     bool logs_out; ///< after success; after a failure every command is logged out
     void (*add_options)(CLI::App &app, Options &options);
     void (*run)(Session &session, const Options &options, const Surroundings &surroundings);
+    void (*run_alone)(const Options &options, const Surroundings &surroundings) = nullptr;
 };
 
 extern const Command list_command, connect_command, power_command, certificates_command,
-    logout_command;
+    logout_command, probe_command;
 
-inline constexpr std::array<const Command *, 5> commands{
-    &list_command, &connect_command, &power_command, &certificates_command, &logout_command};
+inline constexpr std::array<const Command *, 6> commands{&list_command,   &connect_command,
+                                                         &power_command,  &certificates_command,
+                                                         &logout_command, &probe_command};
 
 } // namespace kavro_cli

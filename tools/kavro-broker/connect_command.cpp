@@ -3,6 +3,8 @@
 #include "report.h"
 #include "table.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <ostream>
 
@@ -41,6 +43,16 @@ Json to_json(const Variables &variables) {
     return list;
 }
 
+Json to_json(const std::vector<AlternateTarget> &alternates) {
+    auto list = Json::array();
+    for (const auto &alternate : alternates)
+        list.push_back({{"address", alternate.address},
+                        {"port", alternate.port},
+                        {"host_name", alternate.host_name},
+                        {"server_name", alternate.server_name}});
+    return list;
+}
+
 Json to_json(const Desktop &desktop, const Target &target) {
     Json ticket;
     if (target.gateway_ticket)
@@ -57,7 +69,17 @@ Json to_json(const Desktop &desktop, const Target &target) {
               {"use_broker_address", target.use_broker_address},
               {"connect_tag", target.connect_tag},
               {"gateway_ticket", ticket},
-              {"agent_variables", to_json(target.agent_variables)}}}};
+              {"agent_variables", to_json(target.agent_variables)},
+              {"alternates", to_json(target.alternates)}}}};
+}
+
+std::string in_words(const AlternateTarget &alternate) {
+    auto words = fmt::format("{}, port {}", alternate.address, alternate.port);
+    if (!alternate.host_name.empty())
+        words += ", host name " + alternate.host_name;
+    if (!alternate.server_name.empty())
+        words += ", server name " + alternate.server_name;
+    return words;
 }
 
 void print_table(const Desktop &desktop, const Target &target, bool show_secrets,
@@ -81,6 +103,8 @@ void print_table(const Desktop &desktop, const Target &target, bool show_secrets
     }
     for (const auto &[name, value] : target.agent_variables)
         table.add({"Agent variable", name + " = " + value});
+    for (const auto &alternate : target.alternates)
+        table.add({"Alternate", in_words(alternate)});
     table.print(out);
 }
 

@@ -2,6 +2,8 @@
 
 #include "failure.h"
 
+#include <utility>
+
 namespace kavro_cli {
 
 void Interruption::raise(int signal) {
@@ -13,7 +15,8 @@ void Interruption::raise(int signal) {
 
 void Interruption::cancel_request() {
     const std::lock_guard lock(mutex_);
-    kavro_broker_cancel(handle_);
+    if (cancel_)
+        cancel_();
 }
 
 int Interruption::signal() const {
@@ -34,9 +37,18 @@ void Interruption::pause(std::chrono::milliseconds duration) const {
     check();
 }
 
-void Interruption::watch(kavro_broker_handle handle) {
+Interruption::Watch::Watch(Interruption &interruption, std::function<void()> cancel)
+    : interruption_(interruption) {
+    interruption_.set_cancel(std::move(cancel));
+}
+
+Interruption::Watch::~Watch() {
+    interruption_.set_cancel(nullptr);
+}
+
+void Interruption::set_cancel(std::function<void()> cancel) {
     const std::lock_guard lock(mutex_);
-    handle_ = handle;
+    cancel_ = std::move(cancel);
 }
 
 } // namespace kavro_cli

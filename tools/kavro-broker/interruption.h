@@ -1,9 +1,8 @@
 #pragma once
 
-#include <kavro_broker.h>
-
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 
 namespace kavro_cli {
@@ -30,14 +29,25 @@ public:
     /// Throws the same as soon as it is raised.
     void pause(std::chrono::milliseconds duration) const;
 
-    /// Names the handle whose requests are to be cancelled; null before it is freed.
-    void watch(kavro_broker_handle handle);
+    /// Knows for as long as it lives how to end the requests of a handle.
+    class Watch {
+    public:
+        Watch(Interruption &interruption, std::function<void()> cancel);
+        ~Watch();
+        Watch(const Watch &) = delete;
+        Watch &operator=(const Watch &) = delete;
+
+    private:
+        Interruption &interruption_;
+    };
 
 private:
+    void set_cancel(std::function<void()> cancel);
+
     mutable std::mutex mutex_;
     mutable std::condition_variable woken_;
     int signal_ = 0;
-    kavro_broker_handle handle_ = nullptr;
+    std::function<void()> cancel_;
 };
 
 } // namespace kavro_cli

@@ -1,6 +1,7 @@
 #include "log_sink.h"
 
 #include "display_text.h"
+#include "spinner.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -28,6 +29,19 @@ std::string formatted(const char *format, va_list arguments) {
     return text;
 }
 
+/// Sentences after which the library tells a ticket in the clear.
+constexpr std::string_view sentences_with_tickets[] = {
+    "Session provisioner info",
+    "Handling <allocate-resource-resp>: Gateway Ticket",
+};
+
+std::string without_tickets(std::string text) {
+    for (const auto sentence : sentences_with_tickets)
+        if (text.starts_with(sentence))
+            return fmt::format("{} (not shown: it holds a ticket)", sentence);
+    return text;
+}
+
 /// Continuation lines are marked, so that no text from outside can pass for a message of its own.
 std::string marked_lines(std::string_view text) {
     auto shown = visible(text, Lines::many);
@@ -48,6 +62,8 @@ std::string time_stamp() {
 void write_message(int32_t category, int32_t severity, int32_t error, const char *format,
                    va_list arguments) {
     static constexpr const char *severities[] = {"banner", "error", "info", "debug", "verbose"};
+    if (std::string_view(format).starts_with(sentences_with_tickets[0]))
+        Spinner::say("Provisioning the session");
     const bool last_words = severity == KAVRO_BROKER_LOG_BANNER && error != 0;
     const auto most = shown_severity.load();
     if (!last_words && (most == 0 || severity > most))
@@ -56,7 +72,7 @@ void write_message(int32_t category, int32_t severity, int32_t error, const char
         "{} {} {}: {}", time_stamp(),
         severity >= 0 && severity < int32_t{std::size(severities)} ? severities[severity] : "other",
         category == KAVRO_BROKER_LOG_CATEGORY_DISCOVERY ? "discovery" : "general",
-        marked_lines(formatted(format, arguments)));
+        marked_lines(without_tickets(formatted(format, arguments))));
     if (error != 0)
         line += fmt::format(" [{}]", error);
     line += '\n';

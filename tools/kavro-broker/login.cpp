@@ -18,6 +18,7 @@ constexpr int most_steps = 32;
 bool may_be_tried_again(kavro_broker_result result) {
     return result == KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD ||
            result == KAVRO_BROKER_ERR_AUTH_WEAK_PASSWORD ||
+           result == KAVRO_BROKER_ERR_AUTH_OAUTH_CODE_INVALID ||
            result == KAVRO_BROKER_ERR_AUTH_DIALOG_INVALID_USER_ENTRY ||
            result == KAVRO_BROKER_ERR_AUTH_INVALID_FIELD_BUTTON_ID;
 }
@@ -52,6 +53,8 @@ kavro_broker_result Login::answer(uint32_t method) {
         return answer_expired_password();
     case KAVRO_BROKER_AUTH_METHOD_DISCLAIMER:
         return answer_disclaimer();
+    case KAVRO_BROKER_AUTH_METHOD_OAUTH:
+        return answer_oauth();
     case KAVRO_BROKER_AUTH_METHOD_DIALOG:
         return answer_dialog(session_, answers_);
     default:
@@ -95,6 +98,13 @@ kavro_broker_result Login::answer_disclaimer() {
     auto &prompts = answers_.ask("a disclaimer to be accepted", "--accept-disclaimer");
     prompts.say(session_.disclaimer());
     return session_.send_disclaimer(prompts.agree("Do you accept this?"));
+}
+
+kavro_broker_result Login::answer_oauth() {
+    if (answers_.oauth_code)
+        return session_.send_oauth_code(*std::exchange(answers_.oauth_code, std::nullopt));
+    return session_.send_oauth_code(
+        answers_.ask("an OAuth code", "--oauth-code-fd").secret("Code"));
 }
 
 void Login::find_user() {

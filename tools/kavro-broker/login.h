@@ -21,6 +21,7 @@ private:
     kavro_broker_result answer_password();
     kavro_broker_result answer_expired_password();
     kavro_broker_result answer_disclaimer();
+    kavro_broker_result answer_oauth();
 
     void find_user();
     void find_domain();

@@ -12,6 +12,22 @@ std::string environment(const char *name) {
     return value != nullptr ? value : "";
 }
 
+/// The first of these variables that is set to something.
+std::string first_of(std::initializer_list<const char *> names) {
+    std::string value;
+    for (auto name = names.begin(); name != names.end() && value.empty(); ++name)
+        value = environment(*name);
+    return value;
+}
+
+/// Where programs keep what they can fetch again; the second variable is the one of Windows.
+std::string cache_folder() {
+    if (const auto folder = first_of({"XDG_CACHE_HOME", "LOCALAPPDATA"}); !folder.empty())
+        return folder + "/kavro-broker";
+    const auto home = environment("HOME");
+    return home.empty() ? home : home + "/.cache/kavro-broker";
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -26,6 +42,7 @@ int main(int argc, char **argv) {
                                     .interruption = interruption,
                                     .spinner = on_terminal,
                                     .colour = on_terminal && environment("NO_COLOR").empty(),
-                                    .login_name = environment("USER")};
+                                    .login_name = first_of({"USER", "USERNAME"}),
+                                    .cache_folder = cache_folder()};
     return run_application({argv + 1, argv + argc}, surroundings);
 }

@@ -53,15 +53,6 @@ CLI::Option *add_descriptor(CLI::App &app, const std::string &option, std::optio
 
 void add_broker_options(CLI::App &app, Options &options) {
     app.option_defaults()->group("Broker");
-    const auto take_address = [&options](const std::string &text) {
-        if (!split_broker_address(text, options.broker_host, options.broker_port))
-            throw CLI::ValidationError("--broker", "takes HOST[:PORT], e.g. [2001:db8::1]:443");
-    };
-    app.add_option_function<std::string>(
-           "--broker", take_address,
-           "Where the broker is; without a port 443, then 60443 when nobody answers there")
-        ->type_name("HOST[:PORT]")
-        ->required();
     add_each(app, "--trust-anchor", "FILE",
              "Trust the certificates in this file, PEM or DER, as well; may be repeated",
              [&options](const std::string &file) { options.trust_anchor_files.push_back(file); });
@@ -93,6 +84,8 @@ void add_login_options(CLI::App &app, LoginOptions &login) {
                    "Read the password from this descriptor, one line");
     add_descriptor(app, "--new-password-fd", login.new_password_descriptor,
                    "The same for a new password, when the old one has expired");
+    add_descriptor(app, "--oauth-code-fd", login.oauth_code_descriptor,
+                   "The same for the code of an OAuth log-in");
     app.add_flag("--accept-disclaimer", login.accept_disclaimer,
                  "Accept the broker's disclaimer unseen");
     add_assignments(app, "--answer", login.answers,
@@ -123,23 +116,6 @@ void add_client_certificate_options(CLI::App &app, ClientCertificateOptions &cer
     add_descriptor(app, "--token-pin-fd", certificate.pin_descriptor,
                    "Read the token's PIN from this descriptor, one line")
         ->needs(uri);
-}
-
-void add_output_options(CLI::App &app, Options &options) {
-    app.option_defaults()->group("Output");
-    Words levels{{"off", 0},
-                 {"error", KAVRO_BROKER_LOG_ERROR},
-                 {"info", KAVRO_BROKER_LOG_INFO},
-                 {"debug", KAVRO_BROKER_LOG_DEBUG},
-                 {"verbose", KAVRO_BROKER_LOG_VERBOSE}};
-    for (uint32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
-        levels.emplace_back(std::to_string(level), level);
-    app.add_flag("--json", options.json, "Print one JSON object, also on failure");
-    auto *level = app.add_option("--log-level", options.log_level,
-                                 "Log to standard error: off, error, info, debug or verbose, or "
-                                 "0 to 4");
-    level->type_name("LEVEL");
-    take_words(*level, levels);
 }
 
 } // namespace
@@ -192,11 +168,49 @@ void add_desktop(CLI::App &app, Options &options) {
         ->required();
 }
 
-void add_common_options(CLI::App &app, Options &options) {
+void add_output_options(CLI::App &app, Options &options) {
+    app.option_defaults()->group("Output");
+    Words levels{{"off", 0},
+                 {"error", KAVRO_BROKER_LOG_ERROR},
+                 {"info", KAVRO_BROKER_LOG_INFO},
+                 {"debug", KAVRO_BROKER_LOG_DEBUG},
+                 {"verbose", KAVRO_BROKER_LOG_VERBOSE}};
+    for (uint32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
+        levels.emplace_back(std::to_string(level), level);
+    app.add_flag("--json", options.json, "Print one JSON object, also on failure");
+    auto *level = app.add_option("--log-level", options.log_level,
+                                 "Log to standard error: off, error, info, debug or verbose, or "
+                                 "0 to 4");
+    level->type_name("LEVEL");
+    take_words(*level, levels);
+}
+
+CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,
+                                 Options &options) {
+    app.option_defaults()->group("Broker");
+    const auto take_address = [name, &options](const std::string &text) {
+        if (!split_broker_address(text, options.broker_host, options.broker_port))
+            throw CLI::ValidationError(name, "takes HOST[:PORT], e.g. [2001:db8::1]:443");
+    };
+    auto *address = app.add_option_function<std::string>(name, take_address, description)
+                        ->type_name("HOST[:PORT]");
+    app.add_option("--registration-code", options.registration_code,
+                   "Code that stands for the broker's address, in its place")
+        ->type_name("CODE")
+        ->excludes(address);
+    app.add_option("--cache", options.cache_folder,
+                   "Folder for the table of registration codes, instead of the user's own")
+        ->type_name("FOLDER");
+    return address;
+}
+
+void add_session_options(CLI::App &app, Options &options) {
+    add_address_options(
+        app, "--broker",
+        "Where the broker is; without a port 443, then 60443 when nobody answers there", options);
     add_broker_options(app, options);
     add_login_options(app, options.login);
     add_client_certificate_options(app, options.client_certificate);
-    add_output_options(app, options);
 }
 
 } // namespace kavro_cli

@@ -19,7 +19,7 @@ namespace kavro_cli {
 /// descriptors, because everybody can read the command line of a process.
 struct LoginOptions {
     std::optional<std::string> user, domain, button;
-    std::optional<int> password_descriptor, new_password_descriptor;
+    std::optional<int> password_descriptor, new_password_descriptor, oauth_code_descriptor;
     std::vector<std::pair<std::string, std::string>> answers;
     std::vector<std::pair<std::string, int>> answer_descriptors;
     bool accept_disclaimer = false;
@@ -34,6 +34,8 @@ struct ClientCertificateOptions {
 
 struct Options {
     std::string broker_host, broker_port; ///< an empty port means the library's usual ones
+    std::string registration_code;        ///< in the place of both, unless it is empty
+    std::optional<std::string> cache_folder;
     LoginOptions login;
     ClientCertificateOptions client_certificate;
     std::optional<std::string> locale, timezone;
@@ -56,8 +58,15 @@ struct Options {
 /// is none of these.
 bool split_broker_address(const std::string &text, std::string &host, std::string &port);
 
-/// The options that every command has.
-void add_common_options(CLI::App &app, Options &options);
+/// Where the broker is: the option or operand `name`, or a registration code in its place.
+CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,
+                                 Options &options);
+
+/// The options of every command that talks to a broker.
+void add_session_options(CLI::App &app, Options &options);
+
+/// The options of every command.
+void add_output_options(CLI::App &app, Options &options);
 
 /// A repeatable option whose values are "NAME=VALUE".
 CLI::Option *add_assignments(CLI::App &app, const std::string &option, Variables &variables,

@@ -44,6 +44,21 @@ Variables read_agent_variables(kavro_broker_desktop_connection_info info) {
     return variables;
 }
 
+std::vector<AlternateTarget> read_alternates(kavro_broker_desktop_connection_info info) {
+    std::vector<AlternateTarget> alternates;
+    const auto count = read_count(kavro_broker_get_num_desktop_connection_alternate_targets, info);
+    for (uint32_t index = 0; index < count; ++index) {
+        auto texts = read_texts<4>([&](auto &text, auto &length) {
+            return kavro_broker_get_desktop_connection_alternate_target(
+                info, index, text[0], &length[0], text[1], &length[1], text[2], &length[2], text[3],
+                &length[3]);
+        });
+        alternates.push_back(
+            {std::move(texts[0]), std::move(texts[1]), std::move(texts[2]), std::move(texts[3])});
+    }
+    return alternates;
+}
+
 std::optional<GatewayTicket> read_gateway_ticket(kavro_broker_desktop_connection_info info) {
     std::size_t length = 0;
     if (kavro_broker_get_desktop_connection_property(info, KAVRO_BROKER_CONNECTION_GATEWAY_TICKET,
@@ -103,6 +118,7 @@ Target read_target(kavro_broker_desktop_connection_info info) {
 
     target.gateway_ticket = read_gateway_ticket(info);
     target.agent_variables = read_agent_variables(info);
+    target.alternates = read_alternates(info);
     return target;
 }
 

@@ -37,12 +37,18 @@ struct GatewayTicket {
     std::string ticket, created, expires;
 };
 
+/// Another place where the same desktop can be reached.
+struct AlternateTarget {
+    std::string address, host_name, server_name, port;
+};
+
 /// Where a display client goes next.
 struct Target {
     std::string address, port, session_id, host_name, server_name, connect_tag;
     bool use_broker_address = false;
     std::optional<GatewayTicket> gateway_ticket;
     Variables agent_variables;
+    std::vector<AlternateTarget> alternates;
 };
 
 struct DialogField {

@@ -1,21 +1,26 @@
 #include "session.h"
 
-#include "log_sink.h"
-#include "spinner.h"
-#include "xml_escape.h"
+#include "display_text.h"
+#include "registration_table.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <optional>
-#include <ostream>
+#include <utility>
 
 namespace kavro_cli {
 namespace {
 
 std::string escaped(const std::string &text) {
-    return xml_escaped<std::string>(text);
+    return read_text(kavro_broker_escape_text, text.c_str());
 }
+
 Secret escaped(const Secret &text) {
-    return xml_escaped<Secret>(text.view());
+    std::size_t length = 0;
+    require(kavro_broker_escape_text(text.c_str(), nullptr, &length));
+    std::vector<char, WipingAllocator<char>> buffer(length);
+    require(kavro_broker_escape_text(text.c_str(), buffer.data(), &length));
+    return Secret({buffer.data(), length - 1});
 }
 
 VariableList escaped(const Variables &variables) {
@@ -29,6 +34,16 @@ void trust(kavro_broker_handle handle, const Der &certificate) {
     require(kavro_broker_add_trust_anchor(handle, certificate.data(), certificate.size()));
 }
 
+void set_address(kavro_broker_handle handle, const Options &options,
+                 const Surroundings &surroundings) {
+    if (options.registration_code.empty())
+        return require(kavro_broker_set_broker_address(handle, options.broker_host.c_str(),
+                                                       options.broker_port.c_str()));
+    update_registration_table(options, surroundings);
+    require(kavro_broker_set_broker_address(handle, options.registration_code.c_str(), nullptr));
+    require(kavro_broker_set_broker_variant(handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE));
+}
+
 Handle make_handle() {
     kavro_broker_handle handle = nullptr;
     require(kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle));
@@ -39,13 +54,12 @@ Handle make_handle() {
 
 Session::Session(const Options &options, const Surroundings &surroundings)
     : surroundings_(surroundings),
-      spins_(surroundings.spinner && options.log_level == 0),
-      pin_(options.pin) {
-    install_log_sink(options.log_level);
-    handle_ = make_handle();
+      pin_(options.pin),
+      registration_code_(options.registration_code),
+      handle_(make_handle()),
+      watch_(surroundings.interruption, [handle = handle_.get()] { kavro_broker_cancel(handle); }) {
     auto *handle = handle_.get();
-    require(kavro_broker_set_broker_address(handle, options.broker_host.c_str(),
-                                            options.broker_port.c_str()));
+    set_address(handle, options, surroundings);
     require(kavro_broker_set_client_info(handle, "kavro-broker", KAVRO_CLI_VERSION,
                                          KAVRO_CLI_PLATFORM));
     if (options.locale)
@@ -55,29 +69,15 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     require(
         kavro_broker_set_hello_client_variables(handle, escaped(options.hello_variables).get()));
     require(kavro_broker_fail_if_unverified(handle, !options.insecure));
+    require(kavro_broker_enable_oauth(handle, true));
     for (const auto &file : options.trust_anchor_files)
         for (const auto &certificate : load_certificates(file))
             trust(handle, certificate);
-    surroundings.interruption.watch(handle);
 }
 
 void Session::show(ClientCertificate &certificate) {
     certificate.install(handle_.get());
     client_certificate_ = &certificate;
-}
-
-Session::~Session() {
-    surroundings_.interruption.watch(nullptr);
-}
-
-template <class Call>
-kavro_broker_result Session::request(const char *label, Call call) {
-    surroundings_.interruption.check();
-    std::optional<Spinner> spinner;
-    if (spins_)
-        spinner.emplace(label,
-                        [this](std::string_view text) { surroundings_.err << text << std::flush; });
-    return call();
 }
 
 uint32_t Session::auth_method() {
@@ -94,7 +94,15 @@ uint32_t Session::auth_method() {
     }
     check(result);
     check_pin();
+    tell_what_the_code_stands_for();
     return method;
+}
+
+void Session::tell_what_the_code_stands_for() {
+    if (const auto code = std::exchange(registration_code_, {}); !code.empty())
+        surroundings_.err << visible(fmt::format("The registration code {} stands for {}.", code,
+                                                 resolved_address()))
+                          << std::endl;
 }
 
 bool Session::shows_pinned_certificate() const {
@@ -153,6 +161,16 @@ kavro_broker_result Session::send_disclaimer(bool accept) {
     });
 }
 
+kavro_broker_result Session::send_oauth_code(const Secret &code) {
+    return request("Logging in", [&] {
+        return kavro_broker_send_oauth_code(handle_.get(), escaped(code).c_str());
+    });
+}
+
+std::string Session::resolved_address() const {
+    return read_text(kavro_broker_get_resolved_broker_address, handle_.get());
+}
+
 std::string Session::disclaimer() const {
     return read_text(kavro_broker_get_disclaimer_text, handle_.get());
 }
@@ -196,6 +214,9 @@ Failure Session::failure(kavro_broker_result result) const {
     Failure failure(result, read_text(kavro_broker_get_broker_error_message, handle_.get()));
     if (result == KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED && client_certificate_ != nullptr)
         failure.detail = client_certificate_->problem();
+    if (result == KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED && !registration_code_.empty() &&
+        resolved_address().empty())
+        failure.detail = "The registration code is not in the table of codes.";
     if (failure.status != ExitStatus::untrusted)
         return failure;
     uint32_t verdict = 0;

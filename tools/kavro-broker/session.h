@@ -18,7 +18,6 @@ namespace kavro_cli {
 class Session {
 public:
     Session(const Options &options, const Surroundings &surroundings);
-    ~Session();
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 
@@ -36,6 +35,7 @@ public:
     kavro_broker_result send_dialog(const std::string &button_id,
                                     const std::vector<std::pair<std::string, Secret>> &fields);
     kavro_broker_result send_disclaimer(bool accept);
+    kavro_broker_result send_oauth_code(const Secret &code);
 
     /// The chain of the last connection.
     std::vector<Certificate> certificates() const { return read_certificates(handle_.get()); }
@@ -65,14 +65,20 @@ private:
     bool shows_pinned_certificate() const;
     void check_pin() const;
 
+    std::string resolved_address() const;
+    void tell_what_the_code_stands_for();
+
     template <class Call>
-    kavro_broker_result request(const char *label, Call call);
+    kavro_broker_result request(const char *label, Call call) const {
+        return wait_for(label, surroundings_, call);
+    }
 
     const Surroundings &surroundings_;
-    bool spins_; ///< not between the lines of a log
     std::string pin_;
+    std::string registration_code_; ///< of which the user has not been told what it stands for
     const ClientCertificate *client_certificate_ = nullptr;
     Handle handle_;
+    Interruption::Watch watch_;
 };
 
 } // namespace kavro_cli

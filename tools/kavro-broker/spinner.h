@@ -22,8 +22,12 @@ public:
     Spinner(const Spinner &) = delete;
     Spinner &operator=(const Spinner &) = delete;
 
+    /// Changes what the spinner of this process says, if there is one just now.
+    static void say(const std::string &label);
+
 private:
     void run(std::chrono::milliseconds delay);
+    std::string label();
 
     /// False when the spinner is to end.
     bool wait(std::chrono::milliseconds duration);

@@ -2,9 +2,11 @@
 
 #include "console.h"
 #include "interruption.h"
+#include "spinner.h"
 
 #include <chrono>
-#include <iosfwd>
+#include <optional>
+#include <ostream>
 #include <string>
 
 namespace kavro_cli {
@@ -17,10 +19,23 @@ struct Surroundings {
     Interruption &interruption;
     bool spinner = false;
     bool colour = false;
-    std::string login_name = {}; ///< offered as the user name
+    std::string login_name = {};   ///< offered as the user name
+    std::string cache_folder = {}; ///< for the table of registration codes; empty for none
 
     /// Between two questions for a desktop that is being prepared.
     std::chrono::milliseconds retry_pause = std::chrono::seconds(3);
 };
+
+/// Calls into the library with the user told that it takes a while. Throws instead when the user
+/// has interrupted before.
+template <class Call>
+auto wait_for(const char *label, const Surroundings &surroundings, Call call) {
+    surroundings.interruption.check();
+    std::optional<Spinner> spinner;
+    if (surroundings.spinner)
+        spinner.emplace(label,
+                        [&](std::string_view text) { surroundings.err << text << std::flush; });
+    return call();
+}
 
 } // namespace kavro_cli

@@ -20,6 +20,8 @@ struct broker_client_impl {
     /// Takes over the protocol client; once only.
     void create(std::uint32_t type, kavro::BrokerClientHandle client);
 
+    void add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate);
+
     // A cancel counts from the start of a request to its end, wherever in it it lands.
     void begin_request();
     void end_request() noexcept;
@@ -40,7 +42,8 @@ struct broker_client_impl {
     bool port_fallback = false; ///< the caller gave no port
     bool fail_if_unverified = true;
     kavro::Variables hello_client_variables;
-    kavro::Security::cX509_CERT_CHAIN trust_anchors; ///< besides the system's
+    /// The system's, where OpenSSL does not find them by itself, and then the caller's.
+    kavro::Security::cX509_CERT_CHAIN trust_anchors;
     std::chrono::seconds connect_to_desktop_timeout{180};
 
     bool hello_completed = false;
@@ -51,10 +54,13 @@ struct broker_client_impl {
     kavro::HelloResult hello;
     kavro::cAUTH_RESULT auth;
     kavro::CertResult certificates;
-    std::vector<kavro::cDESKTOP_LIST_RESULT> desktops;
+    kavro::DesktopListHandle desktops;
     kavro::cDESKTOP_CONNECTION_RESULT connection;
 
 private:
+    void hand_over_trust_anchors();
+
+    std::size_t system_anchor_count_ = 0;
     std::mutex request_mutex_; ///< guards request_running_; nothing is logged while it is held
     bool request_running_ = false;
     std::atomic<bool> cancelled_ = false;

@@ -9,9 +9,10 @@ namespace kavro {
 /// Makes and destroys broker clients of either kind.
 class cBROKER_FACTORY {
 public:
-    enum Variant { own_protocol = 0 };
+    enum Variant { own_protocol = 0, view = 1 };
 
-    /// Null when there is no client of that kind.
+    /// Null when there is no client of that kind. The first call of the process looks for the
+    /// plug-in; what it finds then holds until the process ends.
     static iBROKER_CLIENT *create(int variant);
     /// Destroys the client the way its kind asks for; one of an unknown kind is a programming
     /// error.

@@ -1,6 +1,8 @@
 #include "export_guard.h"
+#include "kavro_broker_extras.h"
 #include "kavro_broker_version.h"
 #include "records.h"
+#include "regcode/registration_code.h"
 #include "request_frame.h"
 #include "utils/src/broker_log.h"
 
@@ -15,9 +17,14 @@ namespace {
 constexpr int api_version = 9;
 
 BrokerClientHandle client_for(std::uint32_t type_code) {
-    if (type_code != KAVRO_BROKER_TYPE_KAVRO)
+    switch (type_code) {
+    case KAVRO_BROKER_TYPE_KAVRO:
+        return BrokerClientHandle(cBROKER_FACTORY::create(cBROKER_FACTORY::own_protocol));
+    case KAVRO_BROKER_TYPE_VIEW:
+        return BrokerClientHandle(cBROKER_FACTORY::create(cBROKER_FACTORY::view));
+    default:
         return nullptr;
-    return BrokerClientHandle(cBROKER_FACTORY::create(cBROKER_FACTORY::own_protocol));
+    }
 }
 
 /// A text setting that the broker is told with the hello: it must be told again.
@@ -65,6 +72,10 @@ const char *kavro_broker_get_version(void) {
 
 void kavro_broker_set_log_function(kavro_broker_log_function function) {
     set_log_function(function);
+}
+
+void kavro_broker_set_log_level(int32_t highest_severity) {
+    set_log_level(highest_severity);
 }
 
 void kavro_broker_set_session_log_id_function(kavro_broker_session_log_id_function function) {
@@ -145,6 +156,14 @@ void kavro_broker_enable_ipv6(kavro_broker_handle handle, bool enable) {
     });
 }
 
+kavro_broker_result kavro_broker_enable_oauth(kavro_broker_handle handle, bool enable) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        client.protocol->enable_oauth(enable);
+        client.hello_still_valid = false;
+        return KAVRO_BROKER_OK;
+    });
+}
+
 kavro_broker_result kavro_broker_set_client_certificate(kavro_broker_handle handle,
                                                         const uint8_t *certificate,
                                                         size_t certificate_length,
@@ -156,8 +175,13 @@ kavro_broker_result kavro_broker_set_client_certificate(kavro_broker_handle hand
     });
 }
 
-void kavro_broker_set_cache_file_location(const char *) {
-    // No registration service is known to this build, so there is no table to fetch or to keep.
+void kavro_broker_set_cache_file_location(const char *path) {
+    guard_void([path] {
+        if (path == nullptr)
+            return;
+        set_cache_location(path);
+        update_lookup_table(RegistrationService::of_this_build());
+    });
 }
 
 void kavro_broker_cancel(kavro_broker_handle handle) {

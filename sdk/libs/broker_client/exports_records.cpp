@@ -1,4 +1,5 @@
 #include "export_guard.h"
+#include "kavro_broker_extras.h"
 #include "records.h"
 
 #include <iterator>
@@ -12,10 +13,10 @@ namespace {
 
 /// One text of one desktop.
 kavro_broker_result get_desktop_text(kavro_broker_desktop_list list, std::uint32_t index,
-                                     std::string cDESKTOP_LIST_RESULT::*member, char *buffer,
+                                     std::string_view cDESKTOP_LIST_RESULT::*member, char *buffer,
                                      std::size_t *length) {
     return with_handle(list, {}, [&](auto &record) {
-        return with_item(record.desktops, index, [&](const cDESKTOP_LIST_RESULT &desktop) {
+        return with_item(*record.desktops, index, [&](const cDESKTOP_LIST_RESULT &desktop) {
             return put_text({desktop.*member, buffer, length});
         });
     });
@@ -59,7 +60,7 @@ kavro_broker_result put_property(const cDESKTOP_CONNECTION_RESULT &connection,
 
 kavro_broker_result kavro_broker_get_num_desktops(kavro_broker_desktop_list list, uint32_t *count) {
     return with_handle(list, {count},
-                       [count](auto &record) { return put_count(record.desktops, count); });
+                       [count](auto &record) { return put_count(*record.desktops, count); });
 }
 
 kavro_broker_result kavro_broker_get_desktop_name(kavro_broker_desktop_list list, uint32_t index,
@@ -91,7 +92,7 @@ kavro_broker_result kavro_broker_get_desktop_operation_allowed(kavro_broker_desk
                                                                uint32_t index, uint32_t operation,
                                                                uint8_t *allowed) {
     return with_handle(list, {allowed}, [&](auto &record) {
-        return with_item(record.desktops, index, [&](const cDESKTOP_LIST_RESULT &desktop) {
+        return with_item(*record.desktops, index, [&](const cDESKTOP_LIST_RESULT &desktop) {
             return with_item(desktop.allowed, operation, [allowed](bool flag) {
                 *allowed = flag;
                 return KAVRO_BROKER_OK;
@@ -127,6 +128,29 @@ kavro_broker_get_desktop_connection_agent_variable(kavro_broker_desktop_connecti
     return with_handle(info, {}, [&](auto &record) {
         return put_variable(record.connection.agent_variables, index, name, name_length, value,
                             value_length);
+    });
+}
+
+kavro_broker_result
+kavro_broker_get_num_desktop_connection_alternate_targets(kavro_broker_desktop_connection_info info,
+                                                          uint32_t *count) {
+    return with_handle(info, {count}, [count](auto &record) {
+        return put_count(record.connection.alternate_targets, count);
+    });
+}
+
+kavro_broker_result kavro_broker_get_desktop_connection_alternate_target(
+    kavro_broker_desktop_connection_info info, uint32_t index, char *address,
+    size_t *address_length, char *host_name, size_t *host_name_length, char *server_name,
+    size_t *server_name_length, char *port, size_t *port_length) {
+    return with_handle(info, {}, [&](auto &record) {
+        return with_item(
+            record.connection.alternate_targets, index, [&](const AlternateTarget &target) {
+                return put_texts({{target.address, address, address_length},
+                                  {target.host_name, host_name, host_name_length},
+                                  {target.server_name, server_name, server_name_length},
+                                  {target.port, port, port_length}});
+            });
     });
 }
 

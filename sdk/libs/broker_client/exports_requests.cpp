@@ -1,7 +1,9 @@
 #include "error_codes.h"
 #include "export_guard.h"
+#include "kavro_broker_extras.h"
 #include "records.h"
 #include "request_frame.h"
+#include "utils/src/broker_utils.h"
 
 #include <algorithm>
 #include <memory>
@@ -9,7 +11,7 @@
 #include <span>
 
 // The requests. Each checks its arguments and names the operation that answers it; the rest is the
-// request frame.
+// request frame. And the escaping of what users typed into them.
 
 using namespace kavro;
 
@@ -75,6 +77,12 @@ kavro_broker_result kavro_broker_send_auth_dialog(kavro_broker_handle handle, co
     });
 }
 
+kavro_broker_result kavro_broker_send_oauth_code(kavro_broker_handle handle, const char *code) {
+    return authenticate(handle, {code}, [&](iBROKER_CLIENT &protocol, auto done) {
+        protocol.authenticate_oauth(code, done);
+    });
+}
+
 kavro_broker_result kavro_broker_send_accept_disclaimer(kavro_broker_handle handle,
                                                         uint8_t accept) {
     if (accept > 1)
@@ -135,7 +143,8 @@ kavro_broker_result kavro_broker_request_desktop_list(kavro_broker_handle handle
                 completion(&client, "vm_list_callback", &broker_client_impl::desktops));
         });
         if (code == KAVRO_BROKER_OK)
-            *list = new (std::nothrow) kavro_broker_desktop_list_record{client.desktops};
+            *list = new (std::nothrow) kavro_broker_desktop_list_record{
+                client.desktops ? client.desktops : std::make_shared<DesktopList>()};
         return code;
     });
 }
@@ -175,5 +184,17 @@ kavro_broker_result kavro_broker_send_certificate_confirmation(kavro_broker_hand
                                                                const void *second) {
     return with_handle(handle, {first, second}, [flag](broker_client_impl &) {
         return flag <= 1 ? KAVRO_BROKER_OK : KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    });
+}
+
+kavro_broker_result kavro_broker_escape_text(const char *text, char *buffer, size_t *length) {
+    if (!all_given({text, length}))
+        return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    return guard([&] {
+        const std::string_view plain = text;
+        SecureText escaped;
+        escaped.reserve(plain.size() + sizeof escaped); // in memory that will be wiped
+        append_escaped_xml(escaped, plain);
+        return put_text({escaped, buffer, length});
     });
 }

@@ -1,30 +1,11 @@
 #include "export_guard.h"
 #include "kavro_broker_extras.h"
 
-#include <algorithm>
-#include <span>
 #include <utility>
 
 // Whom the client trusts, and how it shows who it is.
 
 using namespace kavro;
-
-namespace {
-
-/// Hands the anchors of a chain record to whoever asks for them by index.
-CertificateExtractor extractor_of(const Security::cX509_CERT_CHAIN &anchors) {
-    const auto entry = [&anchors](int index) -> const Security::cX509_CERT_CHAIN::Der & {
-        return anchors.entries()[static_cast<std::size_t>(index)];
-    };
-    return {[&anchors] { return static_cast<int>(anchors.size()); },
-            [entry](int index) { return static_cast<int>(entry(index).size()); },
-            [entry](int index, std::uint8_t *der) {
-                std::ranges::copy(entry(index), der);
-                return true;
-            }};
-}
-
-} // namespace
 
 kavro_broker_result kavro_broker_use_signing_certificate(kavro_broker_handle handle,
                                                          const uint8_t *certificate, size_t length,
@@ -50,8 +31,7 @@ kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle handle,
     return with_handle(handle, {certificate}, [&](broker_client_impl &client) {
         if (!Security::decode_certificate({certificate, length}))
             return KAVRO_BROKER_ERR_INVALID_PARAMETER;
-        client.trust_anchors.append_der({certificate, certificate + length});
-        client.protocol->set_certificate_extractor(extractor_of(client.trust_anchors));
+        client.add_trust_anchor({certificate, certificate + length});
         return KAVRO_BROKER_OK;
     });
 }

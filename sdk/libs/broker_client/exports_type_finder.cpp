@@ -3,34 +3,53 @@
 
 #include <new>
 
-// The type finder. No probe is known to this build: nothing is ever recognised.
-
 using namespace kavro;
+
+namespace {
+
+/// A text that does not fit leaves the buffer empty.
+void put_bounded(char *buffer, std::size_t size, const std::string &text) {
+    if (buffer != nullptr)
+        kavro_strcpy_s(buffer, size, text.c_str());
+}
+
+} // namespace
 
 kavro_broker_result kavro_broker_create_type_finder(kavro_broker_type_finder *finder) {
     if (finder == nullptr)
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
-    *finder = new (std::nothrow) broker_query_impl;
+    *finder = nullptr;
+    guard_void([finder] { *finder = new broker_query_impl; });
     return KAVRO_BROKER_OK;
 }
 
 kavro_broker_result kavro_broker_find_type(kavro_broker_type_finder finder, const char *address,
                                            const char *port, uint32_t *type_code) {
-    char answering_port[10];
-    return kavro_broker_find_type_extended(finder, address, port, type_code, nullptr, 0,
-                                           answering_port, sizeof answering_port);
+    return kavro_broker_find_type_extended(finder, address, port, type_code, nullptr, 0, nullptr,
+                                           0);
 }
 
 kavro_broker_result kavro_broker_find_type_extended(kavro_broker_type_finder finder,
-                                                    const char *address, const char *,
-                                                    uint32_t *type_code, char *, size_t, char *,
-                                                    size_t) {
-    return with_handle(finder, {address, type_code},
-                       [](broker_query_impl &) { return KAVRO_BROKER_ERR_NO_BROKER_FOUND; });
+                                                    const char *address, const char *port,
+                                                    uint32_t *type_code, char *address_buffer,
+                                                    size_t address_size, char *port_buffer,
+                                                    size_t port_size) {
+    return with_handle(finder, {address, type_code}, [&](broker_query_impl &query) {
+        const auto result = query.find(address, port != nullptr ? port : "");
+        if (result == KAVRO_BROKER_OK) {
+            *type_code = query.type_code;
+            put_bounded(address_buffer, address_size, query.resolved_address);
+            put_bounded(port_buffer, port_size, query.port);
+        }
+        return result;
+    });
 }
 
-void kavro_broker_cancel_find_type(kavro_broker_type_finder) {
-    // Searches end at once.
+void kavro_broker_cancel_find_type(kavro_broker_type_finder finder) {
+    with_handle(finder, {}, [](broker_query_impl &query) {
+        query.cancel();
+        return KAVRO_BROKER_OK;
+    });
 }
 
 kavro_broker_result kavro_broker_get_type(kavro_broker_type_finder finder, uint32_t *finished) {

@@ -25,7 +25,8 @@
  * - The process-wide hooks (log function, session log id function, cache file location) are set
  *   before other threads use the library.
  * - Texts that a caller passes into a request are placed into the broker's XML exactly as given. A
- *   caller who lets users type them replaces the five XML special characters first.
+ *   caller who lets users type them replaces the five XML special characters first
+ *   (kavro_broker_escape_text() in kavro_broker_extras.h).
  */
 #ifndef KAVRO_BROKER_H
 #define KAVRO_BROKER_H
@@ -35,9 +36,12 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* KAVRO_BROKER_STATIC: the functions come with the caller's own program, not from the library. */
 #if defined(_WIN32)
 #if defined(KAVRO_BROKER_BUILDING)
 #define KAVRO_BROKER_API __declspec(dllexport)
+#elif defined(KAVRO_BROKER_STATIC)
+#define KAVRO_BROKER_API
 #else
 #define KAVRO_BROKER_API __declspec(dllimport)
 #endif
@@ -370,8 +374,14 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
     kavro_broker_sign_function sign, void *context);
 
 /**
- * Sets the folder in which the table of registration codes is cached, for the whole process, and
- * brings the table up to date. Null is ignored.
+ * Sets the folder in which the table of registration codes is kept (the file
+ * "conversion_table.dat"), for the whole process, and brings the table up to date: the call blocks
+ * while the table is downloaded, for 20 seconds at most. What fails is logged and leaves the table
+ * in the folder as it was. Call it before the requests that need the table, from any thread. The
+ * folder must exist. Empty text: there is no table. Null is ignored.
+ *
+ * A library that was built without a registration service (KAVRO_REGISTRATION_HOST) downloads
+ * nothing and uses the table that it finds.
  */
 KAVRO_BROKER_API void kavro_broker_set_cache_file_location(const char *path);
 
@@ -458,7 +468,8 @@ KAVRO_BROKER_API kavro_broker_result
 kavro_broker_request_desktop_list(kavro_broker_handle handle, kavro_broker_desktop_list *list);
 
 /**
- * Allocates a desktop.
+ * Allocates a desktop. A broker may send the client on to a provisioning server for it, which then
+ * has 180 seconds of its own (else 708).
  *
  * @param desktop_id its id from the desktop list.
  * @param variables sent on to the desktop's agent; may be null.
@@ -668,7 +679,8 @@ KAVRO_BROKER_API void kavro_broker_free_variable_list(kavro_broker_variable_list
  * Type finder: what answers at an address?
  * ------------------------------------------------------------------------------------------- */
 
-/** Makes a type finder, freed with kavro_broker_free_type_finder(). */
+/** Makes a type finder, freed with kavro_broker_free_type_finder(). It is null (and the result 0)
+ * when memory is short. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_create_type_finder(kavro_broker_type_finder *finder);
 
@@ -678,22 +690,38 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type(kavro_broker_type_fi
                                                             uint32_t *type_code);
 
 /**
- * Finds out what answers at an address.
+ * Finds out what answers at an address. The protocols are tried in turn, first with half a second
+ * for each step of an attempt, then with three; an address where everything is silent takes about
+ * 15 seconds.
  *
- * @param address host or registration code. @param port decimal text; null tries the usual ones.
+ * Nobody's certificate is judged on the way: what is found here is a hint for
+ * kavro_broker_create(), never a proof of who answers. Whoever does answer learns this computer's
+ * host name and the MAC address of its network adapter. Nothing else about the user or the machine
+ * is sent, and no cookie.
+ *
+ * @param address host or registration code. A registration code is looked up in the cached table
+ * (see kavro_broker_set_cache_file_location()); when it is there, nobody is contacted.
+ * @param port decimal text, for all protocols; null or empty tries the usual ones: 443 and 60443
+ * for a broker, 4172 for a direct host.
  * @param type_code receives a `KAVRO_BROKER_TYPE_...` value.
- * @param address_buffer receives the address that a registration code stands for; may be null.
+ * @param address_buffer receives the address that a registration code stands for, empty for
+ * everything else; may be null.
+ * @param address_size size of that buffer; a text that does not fit leaves it empty.
  * @param port_buffer receives the port that answered; may be null.
- * @return 0; 5 when cancelled; 9, with all outputs left alone, when nothing was recognised.
+ * @param port_size size of that buffer, as above.
+ * @return 0; 2 for an address or a port that cannot be one; 5 when cancelled; 9 when nothing was
+ * recognised. All outputs are left alone unless it is 0.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type_extended(
     kavro_broker_type_finder finder, const char *address, const char *port, uint32_t *type_code,
     char *address_buffer, size_t address_size, char *port_buffer, size_t port_size);
 
-/** Ends the search that another thread is inside of: it returns 5. */
+/** Ends the search that another thread is inside of: it returns 5. With none running nothing
+ * happens, and the next search is not affected. */
 KAVRO_BROKER_API void kavro_broker_cancel_find_type(kavro_broker_type_finder finder);
 
-/** Whether a search has finished: 1 after one, 0 before. The type itself is the find's output. */
+/** Whether a search has run to its end: 1 after one, 0 before, during, and after a cancelled one.
+ * The type itself is the find's output. */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_type(kavro_broker_type_finder finder,
                                                            uint32_t *finished);
 

@@ -1,6 +1,7 @@
 /**
  * @file kavro_broker_extras.h
- * @brief More of broker_client: trust, signing with keys that live elsewhere, results in words.
+ * @brief More of broker_client: trust, signing with keys that live elsewhere, OAuth, alternate
+ * targets, texts that users typed, results in words.
  *
  * The conventions are those of kavro_broker.h.
  */
@@ -50,6 +51,48 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_
 /** Why the broker's certificate was not accepted, after 300 or 301; else empty. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_certificate_error_text(kavro_broker_handle handle, char *buffer, size_t *length);
+
+/**
+ * Offers the broker to authenticate the user by OAuth. Off until it is switched on; the broker is
+ * told with the next request, in a new hello.
+ *
+ * Without it a broker that asks for nothing but OAuth is refused with
+ * #KAVRO_BROKER_ERR_AUTH_NOT_SUPPORTED.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_enable_oauth(kavro_broker_handle handle,
+                                                               bool enable);
+
+/** Answers #KAVRO_BROKER_AUTH_METHOD_OAUTH with the code that the user was given. */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_send_oauth_code(kavro_broker_handle handle,
+                                                                  const char *code);
+
+/** How many other targets the broker names for the desktop, in its order. */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_get_num_desktop_connection_alternate_targets(
+    kavro_broker_desktop_connection_info info, uint32_t *count);
+
+/** One of the other targets. What the broker did not say of it is empty. */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_connection_alternate_target(
+    kavro_broker_desktop_connection_info info, uint32_t index, char *address,
+    size_t *address_length, char *host_name, size_t *host_name_length, char *server_name,
+    size_t *server_name_length, char *port, size_t *port_length);
+
+/**
+ * Replaces the five XML special characters of a text that a user typed, so that it can be passed
+ * into a request.
+ *
+ * @param text may be a secret: the library keeps nothing of it.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_escape_text(const char *text, char *buffer,
+                                                              size_t *length);
+
+/**
+ * Drops log messages of a higher severity from now on, for all handles. Everything is logged until
+ * then. The messages exchanged with a broker are written for the log at #KAVRO_BROKER_LOG_INFO:
+ * below that their texts are not even made, which halves the cost of a long desktop list.
+ *
+ * @param highest_severity the highest that is wanted. Banners cannot be dropped.
+ */
+KAVRO_BROKER_API void kavro_broker_set_log_level(int32_t highest_severity);
 
 /** The name of a result code, as "KAVRO_BROKER_ERR_TIMEOUT"; "UNKNOWN" for a number that is none.
  * The text is constant and never freed. */

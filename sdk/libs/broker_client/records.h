@@ -2,12 +2,10 @@
 
 #include "kavro/src/results.h"
 
-#include <vector>
-
 // What the library hands to its callers, each freed with its own export.
 
 struct kavro_broker_desktop_list_record {
-    std::vector<kavro::cDESKTOP_LIST_RESULT> desktops;
+    kavro::DesktopListHandle desktops;
 };
 
 struct kavro_broker_desktop_connection_record {

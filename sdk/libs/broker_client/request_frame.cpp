@@ -40,12 +40,14 @@ void abandon_operation(iBROKER_CLIENT &protocol) {
 ConnectionRequest connection_request(const broker_client_impl &handle) {
     ConnectionRequest request;
     request.is_registration_code = handle.variant == KAVRO_BROKER_VARIANT_REGISTRATION_CODE;
-    if (request.is_registration_code)
+    if (request.is_registration_code) {
         request.address = handle.address;
-    else if (is_ipv6_address(handle.address))
+        request.port = handle.port;
+    } else if (is_ipv6_address(handle.address)) {
         request.address = "https://[" + handle.address + "]:" + handle.port;
-    else
+    } else {
         request.address = "https://" + handle.address + ":" + handle.port;
+    }
     request.product_name = handle.product_name;
     request.product_version = handle.product_version;
     request.platform = handle.platform;

@@ -51,10 +51,11 @@ std::string_view take_line(std::string_view &text) {
 }
 
 /// RFC 9112 section 4: the status code is three digits; the reason phrase may be missing.
-std::optional<int> status_code(std::string_view status_line) {
+std::optional<int> status_code(std::string_view status_line, bool http_1_0) {
     constexpr std::string_view version = "HTTP/1.1 ";
     constexpr std::size_t digits = 3;
-    if (!starts_ignoring_case(status_line, version))
+    if (!starts_ignoring_case(status_line, version) &&
+        !(http_1_0 && starts_ignoring_case(status_line, "HTTP/1.0 ")))
         return std::nullopt;
     status_line.remove_prefix(version.size());
     const auto code = to_number(status_line.substr(0, digits), 10);
@@ -115,12 +116,6 @@ SecureText http_post_request(std::string_view path, std::string_view host,
 }
 
 HttpResponseParser::Space HttpResponseParser::space() {
-    if (step_ == Step::sized_body) {
-        // Growing with what really came keeps a false length from costing memory.
-        if (body_filled_ == body_.size())
-            body_.resize(std::min(expected_, std::max(2 * body_.size(), 4 * read_bytes)));
-        return {body_.data() + body_filled_, body_.size() - body_filled_};
-    }
     if (consumed_ != 0) {
         input_.erase(0, consumed_);
         filled_ -= consumed_;
@@ -131,8 +126,12 @@ HttpResponseParser::Space HttpResponseParser::space() {
 }
 
 HttpResponseParser::State HttpResponseParser::received(std::size_t bytes) {
-    (step_ == Step::sized_body ? body_filled_ : filled_) += bytes;
+    filled_ += bytes;
     return advance();
+}
+
+HttpResponseParser::State HttpResponseParser::end_of_stream() {
+    return step_ == Step::open_body ? State::complete : State::mangled;
 }
 
 HttpResponseParser::State HttpResponseParser::advance() {
@@ -145,7 +144,11 @@ HttpResponseParser::State HttpResponseParser::advance() {
             state = read_head();
             break;
         case Step::sized_body:
-            return body_filled_ == expected_ ? State::complete : State::need_more;
+            take_body_bytes();
+            return expected_ == 0 ? State::complete : State::need_more;
+        case Step::open_body:
+            take_body_bytes();
+            return expected_ == 0 ? State::mangled : State::need_more;
         case Step::chunk_size:
             state = read_chunk_size();
             break;
@@ -163,7 +166,13 @@ HttpResponseParser::State HttpResponseParser::advance() {
 }
 
 HttpResponseParser::State HttpResponseParser::read_head() {
+    constexpr std::string_view protocol = "HTTP/";
     const std::string_view received(input_.data(), filled_);
+    if (rules_.unstated_length == UnstatedLength::to_end_of_stream &&
+        !starts_ignoring_case(protocol, received.substr(0, protocol.size()))) {
+        begin_body(Step::open_body, rules_.body_bytes + 1);
+        return State::need_more;
+    }
     std::size_t end = 0;
     const State found = find_end(received, blank_line, HttpLimits::head_bytes, end);
     if (found != State::complete)
@@ -171,7 +180,7 @@ HttpResponseParser::State HttpResponseParser::read_head() {
     consumed_ = end + blank_line.size();
 
     std::string_view lines = received.substr(0, end);
-    const auto status = status_code(take_line(lines));
+    const auto status = status_code(take_line(lines), rules_.http_1_0);
     if (!status)
         return State::mangled;
     if (*status != 200)
@@ -205,15 +214,40 @@ HttpResponseParser::State HttpResponseParser::read_header_lines(std::string_view
         step_ = Step::chunk_size;
         return State::need_more;
     }
-    if (!length || *length > HttpLimits::body_bytes)
+    if (length) {
+        if (*length > rules_.body_bytes)
+            return State::mangled;
+        begin_body(Step::sized_body, *length);
+        return State::need_more;
+    }
+    switch (rules_.unstated_length) {
+    case UnstatedLength::mangled:
         return State::mangled;
-
-    step_ = Step::sized_body;
-    expected_ = *length;
-    body_filled_ = std::min(expected_, filled_ - consumed_);
-    body_.assign(input_, consumed_, body_filled_);
-    consumed_ += body_filled_;
+    case UnstatedLength::no_body:
+        return State::complete;
+    case UnstatedLength::to_end_of_stream:
+        begin_body(Step::open_body, rules_.body_bytes + 1);
+    }
     return State::need_more;
+}
+
+void HttpResponseParser::begin_body(Step step, std::size_t most) {
+    step_ = step;
+    expected_ = most;
+}
+
+/// Moves what came to the body. Room for a stated length is made in few steps, because to move a
+/// long body costs time and for a moment twice the memory; but only as a multiple of what really
+/// came, so that a false length costs its sender something.
+void HttpResponseParser::take_body_bytes() {
+    constexpr std::size_t growth = 16;
+    const std::size_t bytes = std::min(expected_, filled_ - consumed_);
+    const std::size_t needed = body_.size() + bytes;
+    if (step_ == Step::sized_body && needed > body_.capacity())
+        body_.reserve(std::min(body_.size() + expected_, growth * needed));
+    body_.append(input_, consumed_, bytes);
+    consumed_ += bytes;
+    expected_ -= bytes;
 }
 
 /// False when the response sets more than the client is willing to hold.
@@ -244,7 +278,7 @@ HttpResponseParser::State HttpResponseParser::read_chunk_size() {
 
     const std::string_view line = rest.substr(0, end);
     const auto size = to_number(line.substr(0, line.find(';')), 16);
-    if (!size || *size > HttpLimits::body_bytes - body_.size())
+    if (!size || *size > rules_.body_bytes - body_.size())
         return State::mangled;
     consumed_ += end + crlf.size();
     if (*size == 0)
@@ -255,10 +289,7 @@ HttpResponseParser::State HttpResponseParser::read_chunk_size() {
 }
 
 HttpResponseParser::State HttpResponseParser::read_chunk_data() {
-    const std::size_t bytes = std::min(expected_, filled_ - consumed_);
-    body_.append(input_, consumed_, bytes);
-    consumed_ += bytes;
-    expected_ -= bytes;
+    take_body_bytes();
     if (expected_ == 0)
         step_ = Step::chunk_end;
     return State::need_more;

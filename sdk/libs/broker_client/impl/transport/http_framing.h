@@ -27,6 +27,21 @@ SecureText http_post_request(std::string_view path, std::string_view host,
                              std::string_view client_log_id, const CookieTable &cookies,
                              std::string_view xml);
 
+/// What a response is read as when it does not say how long its body is.
+enum class UnstatedLength {
+    mangled,
+    no_body,
+    /// A body to the end of the stream; so is a response without any head.
+    to_end_of_stream
+};
+
+/// What is taken from a server. Brokers are held to the defaults.
+struct HttpRules {
+    std::size_t body_bytes = HttpLimits::body_bytes;
+    UnstatedLength unstated_length = UnstatedLength::mangled;
+    bool http_1_0 = false; ///< is taken as well
+};
+
 /// Reads one HTTP/1.1 response as its bytes come in; knows no socket.
 ///
 /// The owner reads into space() and says with received() how much came. Bytes after the end of the
@@ -46,34 +61,40 @@ public:
     };
 
     /// Cookies that the response sets go into `cookies`, which must outlive the parser.
-    explicit HttpResponseParser(CookieTable &cookies) : cookies_(cookies) {}
+    explicit HttpResponseParser(CookieTable &cookies, const HttpRules &rules = {})
+        : cookies_(cookies), rules_(rules) {}
 
     Space space();
     State received(std::size_t bytes);
+    /// Nothing more will come: complete or mangled.
+    State end_of_stream();
+    bool in_head() const { return step_ == Step::head; }
     /// The body of a complete response; afterwards the parser holds none.
     SecureText take_body() { return std::move(body_); }
 
 private:
-    enum class Step { head, sized_body, chunk_size, chunk_data, chunk_end };
+    enum class Step { head, sized_body, open_body, chunk_size, chunk_data, chunk_end };
 
     State advance();
     State read_head();
     State read_header_lines(std::string_view lines);
+    void begin_body(Step step, std::size_t most);
+    void take_body_bytes();
     State read_chunk_size();
     State read_chunk_data();
     State read_chunk_end();
     bool store_cookie(std::string_view line);
 
     CookieTable &cookies_;
+    const HttpRules rules_;
     Step step_ = Step::head;
     /// What came in and is not yet understood: input_[consumed_ .. filled_).
     SecureText input_;
     std::size_t consumed_ = 0;
     std::size_t filled_ = 0;
-    /// The body so far is body_[0 .. body_filled_); a sized body is received in place.
     SecureText body_;
-    std::size_t body_filled_ = 0;
-    std::size_t expected_ = 0; ///< length of the sized body, or what is left of the chunk
+    /// What is left of the body, of one byte more than the longest open one, or of the chunk.
+    std::size_t expected_ = 0;
 };
 
 } // namespace kavro

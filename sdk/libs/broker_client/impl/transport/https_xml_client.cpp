@@ -1,5 +1,6 @@
 #include "transport/https_xml_client.h"
 
+#include "transport/tls_settings.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"
 
@@ -9,25 +10,11 @@ namespace kavro {
 
 namespace asio = boost::asio;
 
-namespace {
-
-void configure(SSL_CTX *context) {
-    // Stated, not inherited: a distribution's defaults shall not change who is trusted.
-    SSL_CTX_set_security_level(context, 1);
-    SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
-    // A certificate that comes after the verdict would go unjudged, and so would one that a resumed
-    // session does not show at all.
-    SSL_CTX_set_options(context, SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_TICKET);
-    SSL_CTX_set_session_cache_mode(context, SSL_SESS_CACHE_OFF);
-}
-
-} // namespace
-
 HttpsXmlClient::HttpsXmlClient(NameResolver::BlockingLookup lookup)
     : tls_(asio::ssl::context::tls_client),
       timer_(context_, [this] { abort_operation(); }),
       resolver_(context_, std::move(lookup)) {
-    configure(tls_.native_handle());
+    configure_verified_tls(tls_.native_handle());
 }
 
 HttpsXmlClient::~HttpsXmlClient() = default;
@@ -80,6 +67,13 @@ void HttpsXmlClient::resolve_name(const std::string &host, ResolveHandler on_res
         });
 }
 
+std::string_view HttpsXmlClient::first_cookie() const {
+    const auto known = memories_.find(peer_);
+    if (known == memories_.end() || known->second.cookies.empty())
+        return {};
+    return known->second.cookies.begin()->second;
+}
+
 void HttpsXmlClient::disconnect() {
     cancelled_ = true;
     abort_operation();
@@ -103,7 +97,7 @@ void HttpsXmlClient::abort_operation() {
 void HttpsXmlClient::close_socket() {
     if (stream_) {
         error_code ignored; // a socket that does not close cleanly is closed all the same
-        stream_->lowest_layer().close(ignored);
+        stream_->socket().close(ignored);
     }
 }
 

@@ -5,12 +5,12 @@
 #include "transport/http_framing.h"
 #include "transport/name_resolution.h"
 #include "transport/server_verification.h"
+#include "transport/tls_stream.h"
 #include "transport/trust_store.h"
 #include "transport/xml_document.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <boost/asio/ssl/stream.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -129,6 +129,9 @@ public:
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
     const std::string &client_log_id() const { return client_log_id_; }
 
+    /// The value of the first cookie, by name, that the broker has set; empty when there is none.
+    std::string_view first_cookie() const;
+
     /// Of the connection that was made last.
     const std::string &host() const { return peer_.host; }
     const std::string &local_address() const { return local_address_; }
@@ -136,7 +139,6 @@ public:
     const std::string &remote_address() const { return remote_address_; }
 
 private:
-    using Stream = boost::asio::ssl::stream<boost::asio::ip::tcp::socket>;
     using Endpoint = boost::asio::ip::tcp::endpoint;
     using error_code = boost::system::error_code;
 
@@ -165,7 +167,7 @@ private:
 
     void handle_write(const error_code &error);
     void read_more();
-    void handle_read(const error_code &error, std::size_t bytes);
+    void handle_readable(const error_code &error);
     void post_failed(const error_code &error);
     void finish_post(PostResult result);
 
@@ -179,7 +181,7 @@ private:
     boost::asio::ssl::context tls_;
     DeadlineTimer timer_;
     NameResolver resolver_;
-    std::optional<Stream> stream_;
+    std::optional<TlsStream> stream_;
     bool cancelled_ = false; ///< the operation under way was ended by cancel() or disconnect()
 
     Peer peer_;

@@ -8,7 +8,6 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/error.hpp>
 
-#include <algorithm>
 #include <charconv>
 #include <stdexcept>
 
@@ -21,15 +20,6 @@ namespace asio = boost::asio;
 namespace ssl = boost::asio::ssl;
 
 namespace {
-
-/// A host stands in the request's head and in the TLS handshake: nothing that could end or split
-/// either is let in. Brackets are what is left of an IPv6 address that does not parse.
-bool is_usable_host(std::string_view host) {
-    constexpr std::string_view refused = "/?#@[]";
-    return !host.empty() && std::ranges::none_of(host, [refused](unsigned char c) {
-        return c <= 0x20 || c == 0x7F || refused.find(static_cast<char>(c)) != refused.npos;
-    });
-}
 
 /// Strict: a literal address is connected to as it stands, and nobody else will look at its port.
 std::uint16_t literal_port(const std::string &port) {
@@ -85,16 +75,13 @@ bool HttpsXmlClient::set_peer(const std::string &address, const std::string &por
 }
 
 void HttpsXmlClient::prepare_tls(bool use_view_verifier) {
-    stream_.emplace(context_, tls_);
+    stream_.emplace(context_, tls_.native_handle());
     verification_.begin(peer_.host, connect_securely_);
     signing_.install(stream_->native_handle());
-    if (!connect_securely_) {
-        stream_->set_verify_mode(ssl::verify_none);
+    if (!connect_securely_)
         return;
-    }
     TrustStore &trust = own_trust_ ? *own_trust_ : TrustStore::of_process();
     SSL_CTX_set1_cert_store(tls_.native_handle(), trust.current().get());
-    stream_->set_verify_mode(ssl::verify_peer | ssl::verify_fail_if_no_peer_cert);
     const auto verify = use_view_verifier ? &ServerVerification::verify_server_view
                                           : &ServerVerification::verify_server_pbp;
     stream_->set_verify_callback(
@@ -147,8 +134,10 @@ void HttpsXmlClient::connect_next() {
     const Endpoint endpoint = endpoints_[next_endpoint_++];
     memory().endpoint = endpoint;
     set_deadline();
-    stream_->lowest_layer().async_connect(
-        endpoint, [this](const error_code &error) { handle_connect(error); });
+    error_code failure; // is met again, and reported, by what comes next
+    stream_->open(endpoint.protocol(), failure);
+    stream_->socket().async_connect(endpoint,
+                                    [this](const error_code &error) { handle_connect(error); });
 }
 
 void HttpsXmlClient::handle_connect(const error_code &error) {
@@ -172,10 +161,9 @@ void HttpsXmlClient::handle_connect(const error_code &error) {
         return finish_connect(ConnectCode::connect_failed, error.message());
     }
     error_code ignored; // both options are wishes
-    stream_->lowest_layer().set_option(asio::ip::tcp::no_delay(true), ignored);
-    stream_->lowest_layer().set_option(asio::socket_base::linger(false, 0), ignored);
-    stream_->async_handshake(ssl::stream_base::client,
-                             [this](const error_code &failure) { handle_handshake(failure); });
+    stream_->socket().set_option(asio::ip::tcp::no_delay(true), ignored);
+    stream_->socket().set_option(asio::socket_base::linger(false, 0), ignored);
+    stream_->async_handshake([this](const error_code &failure) { handle_handshake(failure); });
 }
 
 void HttpsXmlClient::handle_handshake(const error_code &error) {
@@ -220,7 +208,7 @@ void HttpsXmlClient::handshake_failed(const error_code &error) {
 
 void HttpsXmlClient::record_addresses() {
     error_code error;
-    const auto &socket = stream_->lowest_layer();
+    const auto &socket = stream_->socket();
     const auto local = socket.local_endpoint(error);
     local_address_ = error ? "127.0.0.1" : local.address().to_string();
     if (error)

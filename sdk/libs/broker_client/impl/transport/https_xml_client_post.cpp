@@ -5,7 +5,6 @@
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/error.hpp>
-#include <boost/asio/write.hpp>
 
 // How a document is posted and its answer read. The handlers stand in the order in which they run;
 // each leaves through finish_post().
@@ -17,9 +16,12 @@ namespace asio = boost::asio;
 namespace {
 
 constexpr std::size_t shown_parse_error = 20;
+constexpr int max_records_in_a_row = 256; // 4 MiB
 
 /// The document is parsed once more for the log, in a copy that is wiped with the parsed document.
 void log_outgoing(std::string_view xml) {
+    if (!messages_are_logged())
+        return;
     std::string unreadable;
     const auto document = XmlDocument::parse(SecureText(xml), unreadable);
     log_message(document ? document->root() : XmlNode(), MessageDirection::sending);
@@ -56,8 +58,7 @@ void HttpsXmlClient::http_post_with_xml_path(std::string_view path, std::string_
         asio::post(context_, [this] { post_failed(asio::error::not_connected); });
         return;
     }
-    asio::async_write(*stream_, asio::buffer(request_),
-                      [this](const error_code &error, std::size_t) { handle_write(error); });
+    stream_->async_write(request_, [this](const error_code &error) { handle_write(error); });
 }
 
 void HttpsXmlClient::answer_locally(SecureText xml, PostHandler on_posted) {
@@ -73,26 +74,35 @@ void HttpsXmlClient::handle_write(const error_code &error) {
     read_more();
 }
 
+/// Takes all that is there, but lets the deadline and a cancel have their turn in between.
 void HttpsXmlClient::read_more() {
-    const auto space = response_->space();
-    stream_->async_read_some(
-        asio::buffer(space.data, space.size),
-        [this](const error_code &error, std::size_t bytes) { handle_read(error, bytes); });
+    for (int records = 0; records < max_records_in_a_row; ++records) {
+        const auto space = response_->space();
+        error_code error;
+        const std::size_t bytes = stream_->read_some(space.data, space.size, error);
+        if (error == asio::error::would_block)
+            return stream_->async_wait(
+                [this](const error_code &failure) { handle_readable(failure); });
+        if (error)
+            return post_failed(error);
+        switch (response_->received(bytes)) {
+        case HttpResponseParser::State::need_more:
+            break;
+        case HttpResponseParser::State::complete:
+            return finish_post(read_answer(response_->take_body()));
+        case HttpResponseParser::State::mangled:
+            return finish_post(failed(POST_RESULT_MANGLED_RESPONSE));
+        case HttpResponseParser::State::not_ok:
+            return finish_post(failed(POST_RESULT_NOT_HTTP_OK));
+        }
+    }
+    asio::post(context_, [this] { handle_readable({}); });
 }
 
-void HttpsXmlClient::handle_read(const error_code &error, std::size_t bytes) {
-    if (error || cancelled_)
+void HttpsXmlClient::handle_readable(const error_code &error) {
+    if (error || cancelled_ || timer_.expired())
         return post_failed(error);
-    switch (response_->received(bytes)) {
-    case HttpResponseParser::State::need_more:
-        return read_more();
-    case HttpResponseParser::State::complete:
-        return finish_post(read_answer(response_->take_body()));
-    case HttpResponseParser::State::mangled:
-        return finish_post(failed(POST_RESULT_MANGLED_RESPONSE));
-    case HttpResponseParser::State::not_ok:
-        return finish_post(failed(POST_RESULT_NOT_HTTP_OK));
-    }
+    read_more();
 }
 
 void HttpsXmlClient::post_failed(const error_code &error) {

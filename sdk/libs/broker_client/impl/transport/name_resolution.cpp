@@ -1,12 +1,13 @@
 #include "transport/name_resolution.h"
 
+#include "utils/src/broker_utils.h"
+
 #include <boost/asio/error.hpp>
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -21,13 +22,6 @@ using boost::system::error_code;
 namespace {
 
 std::atomic<int> abandoned_lookups{0};
-
-bool is_port_number(const std::string &text) {
-    std::uint16_t number = 0;
-    const char *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && rest == end;
-}
 
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "transport/trust_store.h"
 
+#include "transport/anchor_bundle.h"
 #include "utils/src/broker_log.h"
 
 #include <algorithm>
@@ -15,23 +16,52 @@ namespace {
 namespace fs = std::filesystem;
 
 /// Tells one state of a file or folder from another without reading it.
-struct FileStamp {
+struct Stamp {
     fs::path path;
     fs::file_time_type changed{};
+
+    explicit Stamp(fs::path place) : path(std::move(place)) {
+        std::error_code missing; // then it is a time that no file has
+        changed = fs::last_write_time(path, missing);
+    }
+    bool operator==(const Stamp &) const = default;
+};
+
+/// A file may be written twice in what the clock takes for one moment.
+struct FileStamp : Stamp {
     std::uintmax_t size = 0;
 
-    explicit FileStamp(fs::path file) : path(std::move(file)) {
+    explicit FileStamp(fs::path file) : Stamp(std::move(file)) {
         std::error_code missing;
-        changed = fs::last_write_time(path, missing);
-        size = fs::is_regular_file(path, missing) ? fs::file_size(path, missing) : 0;
+        size = fs::file_size(path, missing);
     }
     bool operator==(const FileStamp &) const = default;
 };
 
-X509StoreHandle load_default_paths() {
+fs::path from_environment(const char *variable, const char *fallback) {
+    // As OpenSSL does: whoever starts a program with more rights than his own does not set its
+    // trust.
+    const char *value = OPENSSL_issetugid() == 0 ? std::getenv(variable) : nullptr;
+    return value != nullptr ? value : fallback;
+}
+
+/// OpenSSL looks for an anchor in a file of all of them first, then in a folder of one file each by
+/// the name's hash. It would build all of the file's at once; anything but a plain list of
+/// certificates is left to it.
+X509StoreHandle load_default_paths(const fs::path &file) {
     drain_openssl_errors();
     X509StoreHandle store(X509_STORE_new());
-    if (!store || X509_STORE_set_default_paths(store.get()) != 1)
+    auto bundle = AnchorBundle::read(file.string());
+    bool loaded = store != nullptr;
+    if (loaded && bundle) {
+        add_bundle(store.get(), std::move(*bundle));
+        X509_LOOKUP *const folder = X509_STORE_add_lookup(store.get(), X509_LOOKUP_hash_dir());
+        loaded =
+            folder != nullptr && X509_LOOKUP_add_dir(folder, nullptr, X509_FILETYPE_DEFAULT) == 1;
+    } else {
+        loaded = loaded && X509_STORE_set_default_paths(store.get()) == 1;
+    }
+    if (!loaded)
         throw_openssl_error("set_default_verify_paths");
     drain_openssl_errors(); // a missing bundle is reported there, but is no failure
     return store;
@@ -82,42 +112,50 @@ bool add_anchor(X509_STORE *store, X509 *certificate) {
     return added;
 }
 
+void add_anchors(X509_STORE *store, const TrustAnchors &anchors) {
+    // With the flag that lets a caller's anchor count as it is, every certificate in the store
+    // does.
+    if (!anchors.own.empty())
+        X509_STORE_set_flags(store, X509_V_FLAG_PARTIAL_CHAIN);
+    for (const auto &anchor : anchors.own)
+        X509_STORE_add_cert(store, anchor.get());
+    for (const auto &anchor : anchors.of_system) {
+        const bool is_root = X509_check_issued(anchor.get(), anchor.get()) == X509_V_OK;
+        if (anchors.own.empty() || is_root)
+            X509_STORE_add_cert(store, anchor.get());
+    }
+}
+
 } // namespace
 
-std::vector<X509Handle> extract_certificates(const CertificateExtractor &extractor) {
-    std::vector<X509Handle> certificates;
+TrustAnchors extract_certificates(const CertificateExtractor &extractor) {
+    TrustAnchors anchors;
     if (!extractor)
-        return certificates;
+        return anchors;
     const int count = extractor.count();
     const X509StoreHandle distinct(X509_STORE_new());
     for (int index = 0; index < std::min(count, max_anchors); ++index) {
         X509Handle certificate = extract_certificate(extractor, index);
+        auto &kind = index < extractor.of_system ? anchors.of_system : anchors.own;
         if (certificate && add_anchor(distinct.get(), certificate.get()))
-            certificates.push_back(std::move(certificate));
+            kind.push_back(std::move(certificate));
     }
     log_debug(
         "HttpsXmlClient::setCertificateExtractor(): %d of %d certificates added successfully.",
-        static_cast<int>(certificates.size()), count);
-    return certificates;
+        static_cast<int>(anchors.of_system.size() + anchors.own.size()), count);
+    return anchors;
 }
 
 /// Where the system's anchors come from, and in which state that was.
 struct TrustStore::Source {
     FileStamp file{
         from_environment(X509_get_default_cert_file_env(), X509_get_default_cert_file())};
-    FileStamp folder{
-        from_environment(X509_get_default_cert_dir_env(), X509_get_default_cert_dir())};
+    Stamp folder{from_environment(X509_get_default_cert_dir_env(), X509_get_default_cert_dir())};
 
     bool operator==(const Source &) const = default;
-
-    static fs::path from_environment(const char *variable, const char *fallback) {
-        const char *value = std::getenv(variable);
-        return value != nullptr ? value : fallback;
-    }
 };
 
-TrustStore::TrustStore(std::vector<X509Handle> own_anchors)
-    : own_anchors_(std::move(own_anchors)) {}
+TrustStore::TrustStore(TrustAnchors anchors) : anchors_(std::move(anchors)) {}
 
 TrustStore::~TrustStore() = default;
 
@@ -130,13 +168,8 @@ X509StoreHandle TrustStore::current() {
     const Source now;
     const std::lock_guard lock(mutex_);
     if (!store_ || !(*loaded_from_ == now)) {
-        X509StoreHandle loaded = load_default_paths();
-        for (const auto &anchor : own_anchors_)
-            X509_STORE_add_cert(loaded.get(), anchor.get());
-        // An anchor of the caller's counts as it is, be it an issuer or the broker's own
-        // certificate.
-        if (!own_anchors_.empty())
-            X509_STORE_set_flags(loaded.get(), X509_V_FLAG_PARTIAL_CHAIN);
+        X509StoreHandle loaded = load_default_paths(now.file.path);
+        add_anchors(loaded.get(), anchors_);
         drain_openssl_errors();
         loaded_from_ = std::make_unique<Source>(now);
         store_ = std::move(loaded);

@@ -18,19 +18,30 @@ struct CertificateExtractor {
     std::function<int(int index)> size;
     /// Writes that many bytes; false when it cannot.
     std::function<bool(int index, std::uint8_t *der)> copy;
+    /// So many of them, from the first, are the system's.
+    int of_system = 0;
 
     explicit operator bool() const { return count && size && copy; }
 };
 
+/// Trust anchors besides those in OpenSSL's default paths. A caller's own counts as it is, be it an
+/// issuer or the broker's own certificate. Those that the system keeps elsewhere may be mere links
+/// of chains: they count only where they lead to a root.
+struct TrustAnchors {
+    std::vector<X509Handle> of_system;
+    std::vector<X509Handle> own;
+};
+
 /// Reads all certificates of an extractor. What is no certificate is left out and logged.
-std::vector<X509Handle> extract_certificates(const CertificateExtractor &extractor);
+TrustAnchors extract_certificates(const CertificateExtractor &extractor);
 
 /// The system's trust anchors, from OpenSSL's default paths (SSL_CERT_FILE and SSL_CERT_DIR are
-/// honoured), and a caller's own. They are loaded once and again only when the system's files have
-/// changed, because loading a system's bundle costs more than a whole request.
+/// honoured), and others. They are read once and again only when the system's files have changed,
+/// and built when they are asked for, because to build those of a whole system costs more than many
+/// requests.
 class TrustStore {
 public:
-    explicit TrustStore(std::vector<X509Handle> own_anchors = {});
+    explicit TrustStore(TrustAnchors anchors = {});
     ~TrustStore();
 
     /// The store as of now.
@@ -44,7 +55,7 @@ private:
     struct Source;
 
     std::mutex mutex_;
-    std::vector<X509Handle> own_anchors_;
+    TrustAnchors anchors_;
     X509StoreHandle store_;
     std::unique_ptr<Source> loaded_from_;
 };

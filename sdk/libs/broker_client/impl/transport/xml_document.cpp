@@ -1,131 +1,207 @@
 #include "transport/xml_document.h"
 
-#include "transport/xml_nesting.h"
 #include "utils/src/broker_utils.h"
 
-#include <boost/property_tree/detail/rapidxml.hpp>
+#include <algorithm>
 
 namespace kavro {
 
-namespace rapidxml = boost::property_tree::detail::rapidxml;
+using xml::RawAttribute;
 
 namespace {
 
-using Node = XmlNode::Node;
-
-/// The first element from `node` on, among its siblings.
-XmlNode element_from(const Node *node) {
-    while (node != nullptr && node->type() != rapidxml::node_element)
-        node = node->next_sibling();
-    return XmlNode(node);
-}
-
-bool is_text(const Node &node) {
-    return node.type() == rapidxml::node_data || node.type() == rapidxml::node_cdata;
-}
-
-std::string_view value_of(const rapidxml::xml_base<char> &item) {
-    return {item.value(), item.value_size()};
-}
-
-std::string_view name_of(const rapidxml::xml_base<char> &item) {
-    return {item.name(), item.name_size()};
+/// What is between two marks, and moves past the second.
+std::string_view take_between(std::string_view &text, std::string_view opening,
+                              std::string_view closing) {
+    text.remove_prefix(opening.size());
+    const std::string_view inside = text.substr(0, text.find(closing));
+    text.remove_prefix(inside.size() + closing.size());
+    return inside;
 }
 
 } // namespace
 
+XmlNode::XmlNode(const XmlDocument *document, std::size_t index, std::size_t siblings_end)
+    : document_(index < siblings_end ? document : nullptr),
+      index_(static_cast<std::uint32_t>(index)),
+      siblings_end_(static_cast<std::uint32_t>(siblings_end)) {}
+
+const xml::IndexedElement &XmlNode::place() const {
+    return document_->elements_[index_];
+}
+
+const char *XmlNode::at(std::uint32_t offset) const {
+    return document_->text_.data() + offset;
+}
+
+const char *XmlNode::name_end() const {
+    return xml::find(at(place().start) + 1, xml::ends_name);
+}
+
 std::string_view XmlNode::name() const {
-    return name_of(*node_);
+    return {at(place().start) + 1, name_end()};
 }
 
-std::string XmlNode::text() const {
-    std::string text;
-    for (const Node *child = node_->first_node(); child != nullptr; child = child->next_sibling()) {
-        if (is_text(*child))
-            text += value_of(*child);
+std::size_t XmlNode::size() const {
+    return place().close - place().start;
+}
+
+std::shared_ptr<const XmlDocument> XmlNode::document() const {
+    return document_->shared_from_this();
+}
+
+bool XmlNode::next_attribute(const char *&at, RawAttribute &attribute) {
+    at = xml::skip_white(at);
+    return *at != '>' && *at != '/' && xml::read_attribute(at, attribute) == nullptr;
+}
+
+std::optional<std::string> XmlNode::attribute(std::string_view name) const {
+    const char *at = name_end();
+    for (RawAttribute attribute; next_attribute(at, attribute);) {
+        if (attribute.name != name)
+            continue;
+        std::string value;
+        xml::append_decoded(value, attribute.value);
+        return value;
     }
-    return text;
-}
-
-std::optional<std::string_view> XmlNode::attribute(std::string_view name) const {
-    const auto *attribute = node_->first_attribute(name.data(), name.size());
-    if (attribute == nullptr)
-        return std::nullopt;
-    return value_of(*attribute);
-}
-
-std::vector<XmlAttribute> XmlNode::attributes() const {
-    std::vector<XmlAttribute> attributes;
-    for (const auto *attribute = node_->first_attribute(); attribute != nullptr;
-         attribute = attribute->next_attribute())
-        attributes.push_back({name_of(*attribute), value_of(*attribute)});
-    return attributes;
+    return std::nullopt;
 }
 
 XmlNode XmlNode::child() const {
-    return element_from(node_->first_node());
+    return {document_, index_ + std::size_t{1}, place().next};
 }
 
 XmlNode XmlNode::child(std::string_view name) const {
-    return XmlNode(node_->first_node(name.data(), name.size()));
+    return child().first_named(name);
 }
 
 XmlNode XmlNode::next() const {
-    return element_from(node_->next_sibling());
+    return {document_, place().next, siblings_end_};
 }
 
 XmlNode XmlNode::next(std::string_view name) const {
-    return XmlNode(node_->next_sibling(name.data(), name.size()));
+    return next().first_named(name);
+}
+
+/// Most other names have another length, which is told at once; but not beyond the document's end.
+bool XmlDocument::is_named(const xml::IndexedElement &element, std::string_view name) const {
+    const char *const start = text_.data() + element.start + 1;
+    return name.size() < element.close - element.start &&
+           xml::is(start[name.size()], xml::ends_name) &&
+           std::string_view(start, name.size()) == name;
+}
+
+/// This one or the first of those behind it.
+XmlNode XmlNode::first_named(std::string_view name) const {
+    if (document_ == nullptr)
+        return {};
+    const auto &elements = document_->elements_;
+    std::uint32_t index = index_;
+    while (index < siblings_end_ && !document_->is_named(elements[index], name))
+        index = elements[index].next;
+    return {document_, index, siblings_end_};
+}
+
+std::string_view XmlNode::content() const {
+    const char *tag_end = name_end();
+    for (RawAttribute attribute; next_attribute(tag_end, attribute);) {
+    }
+    if (*tag_end == '/')
+        return {};
+    return {tag_end + 1, at(place().close)};
+}
+
+const char *XmlNode::end() const {
+    const char *close = at(place().close);
+    while (*close != '>')
+        ++close;
+    return close + 1;
+}
+
+bool XmlNode::has_mixed_content() const {
+    const std::string_view whole = content();
+    const char *at_text = whole.data();
+    for (XmlNode element = child(); element; element = element.next()) {
+        if (xml::skip_white(at_text) != at(element.place().start))
+            return true;
+        at_text = element.end();
+    }
+    return xml::skip_white(at_text) != whole.data() + whole.size();
+}
+
+/// Calls `on_text` with every piece of text, as it is spelt and whether it is CDATA, and `on_child`
+/// with every child, in the order in which they stand.
+template <class OnText, class OnChild>
+void XmlNode::visit_content(OnText on_text, OnChild on_child) const {
+    XmlNode element = child();
+    for (std::string_view rest = content(); !rest.empty();) {
+        const auto plain = std::min(rest.find('<'), rest.size());
+        if (plain != 0)
+            on_text(rest.substr(0, plain), false);
+        rest.remove_prefix(plain);
+        if (element && rest.data() == at(element.place().start)) {
+            on_child(element);
+            rest.remove_prefix(static_cast<std::size_t>(element.end() - rest.data()));
+            element = element.next();
+        } else if (rest.starts_with("<?")) {
+            take_between(rest, "<?", "?>");
+        } else if (rest.starts_with("<!--")) {
+            take_between(rest, "<!--", "-->");
+        } else if (!rest.empty()) {
+            on_text(take_between(rest, "<![CDATA[", "]]>"), true);
+        }
+    }
+}
+
+std::string_view XmlNode::text(std::string &buffer) const {
+    const std::string_view whole = content();
+    if (whole.empty() || xml::find(whole.data(), xml::ends_text) == whole.data() + whole.size())
+        return whole;
+    buffer.clear();
+    visit_content(
+        [&buffer](std::string_view piece, bool cdata) {
+            if (cdata)
+                buffer += piece;
+            else
+                xml::append_decoded(buffer, piece);
+        },
+        [](XmlNode) {});
+    return buffer;
+}
+
+std::string XmlNode::text() const {
+    std::string buffer;
+    const std::string_view whole = text(buffer);
+    return whole.data() == buffer.data() ? std::move(buffer) : std::string(whole);
 }
 
 void append_xml(std::string &out, XmlNode element) {
-    const Node &node = *element.get();
+    std::string value;
+    const auto append_value = [&](std::string_view raw, bool cdata) {
+        value.clear();
+        if (!cdata)
+            xml::append_decoded(value, raw);
+        append_escaped_xml(out, cdata ? raw : value);
+    };
     (out += '<') += element.name();
-    for (const auto &[name, value] : element.attributes()) {
-        ((out += ' ') += name) += "=\"";
-        append_escaped_xml(out, value);
+    element.for_each_attribute([&](const RawAttribute &attribute) {
+        ((out += ' ') += attribute.name) += "=\"";
+        append_value(attribute.value, false);
         out += '"';
-    }
+    });
     out += '>';
-    for (const Node *child = node.first_node(); child != nullptr; child = child->next_sibling()) {
-        if (is_text(*child))
-            append_escaped_xml(out, value_of(*child));
-        else
-            append_xml(out, XmlNode(child));
-    }
+    element.visit_content(append_value, [&out](XmlNode child) { append_xml(out, child); });
     ((out += "</") += element.name()) += '>';
 }
 
-struct XmlDocument::Tree {
-    rapidxml::xml_document<char> document;
-};
-
-XmlDocument::XmlDocument(SecureText text)
-    : text_(std::move(text)), tree_(std::make_unique<Tree>()) {}
-
-XmlDocument::~XmlDocument() = default;
-
 std::shared_ptr<const XmlDocument> XmlDocument::parse(SecureText text, std::string &error) {
-    if (text.find('\0') != SecureText::npos) {
-        error = "zero byte in text";
-        return nullptr;
-    }
-    if (const char *reason = check_xml_nesting(text, max_nesting)) {
-        error = reason;
-        return nullptr;
-    }
-    std::shared_ptr<XmlDocument> parsed(new XmlDocument(std::move(text)));
-    try {
-        parsed->tree_->document.parse<rapidxml::parse_validate_closing_tags>(parsed->text_.data());
-    } catch (const rapidxml::parse_error &failure) {
-        error = failure.what();
-        return nullptr;
-    }
-    return parsed;
-}
-
-XmlNode XmlDocument::root() const {
-    return element_from(tree_->document.first_node());
+    std::shared_ptr<XmlDocument> document(new XmlDocument(std::move(text)));
+    const char *const reason =
+        xml::index_elements(document->text_, max_nesting, document->elements_);
+    if (reason == nullptr)
+        return document;
+    error = reason;
+    return nullptr;
 }
 
 } // namespace kavro

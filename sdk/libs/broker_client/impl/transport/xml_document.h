@@ -1,40 +1,32 @@
 #pragma once
 
+#include "transport/xml_index.h"
+#include "transport/xml_scan.h"
 #include "utils/src/secure_text.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
-
-namespace boost::property_tree::detail::rapidxml {
-template <class Ch>
-class xml_node;
-}
 
 namespace kavro {
 
-struct XmlAttribute {
-    std::string_view name;
-    std::string_view value;
-};
+class XmlDocument;
 
 /// One element of a document, or none. A view: it and the texts it hands out as string_view live as
 /// long as the document.
 class XmlNode {
 public:
-    using Node = boost::property_tree::detail::rapidxml::xml_node<char>;
-
     XmlNode() = default;
-    explicit XmlNode(const Node *node) : node_(node) {}
 
-    explicit operator bool() const { return node_ != nullptr; }
+    explicit operator bool() const { return document_ != nullptr; }
     std::string_view name() const;
     /// The element's own text, CDATA included, without that of its children; white space is kept.
     std::string text() const;
-    std::optional<std::string_view> attribute(std::string_view name) const;
-    std::vector<XmlAttribute> attributes() const;
+    /// The same without a copy, when the document has it in one piece; else it is put together in
+    /// `buffer`.
+    std::string_view text(std::string &buffer) const;
+    std::optional<std::string> attribute(std::string_view name) const;
 
     /// The first child element (of that name), or none. Comments are no elements.
     XmlNode child() const;
@@ -43,10 +35,44 @@ public:
     XmlNode next() const;
     XmlNode next(std::string_view name) const;
 
-    const Node *get() const { return node_; }
+    /// What stands between the tags, as it is spelt.
+    std::string_view content() const;
+    /// Whether there is more than white space beside the children, comments included.
+    bool has_mixed_content() const;
+
+    /// How much of the document the element takes up.
+    std::size_t size() const;
+    /// The document, for who keeps texts that are views of it.
+    std::shared_ptr<const XmlDocument> document() const;
+
+    /// Calls `visit` with every attribute as it is spelt.
+    template <class Visit>
+    void for_each_attribute(Visit visit) const {
+        const char *at = name_end();
+        for (xml::RawAttribute attribute; next_attribute(at, attribute);)
+            visit(attribute);
+    }
 
 private:
-    const Node *node_ = nullptr;
+    friend class XmlDocument;
+    friend void append_xml(std::string &out, XmlNode element);
+
+    XmlNode(const XmlDocument *document, std::size_t index, std::size_t siblings_end);
+
+    XmlNode first_named(std::string_view name) const;
+    const xml::IndexedElement &place() const;
+    const char *at(std::uint32_t offset) const;
+    const char *name_end() const;
+    /// Reads on from the name's end, or from where the last attribute ended, up to the tag's end.
+    static bool next_attribute(const char *&at, xml::RawAttribute &attribute);
+    /// Behind the end tag.
+    const char *end() const;
+    template <class OnText, class OnChild>
+    void visit_content(OnText on_text, OnChild on_child) const;
+
+    const XmlDocument *document_ = nullptr;
+    std::uint32_t index_ = 0;
+    std::uint32_t siblings_end_ = 0;
 };
 
 /// Calls `visit` with every child element of that name, in document order.
@@ -59,28 +85,30 @@ void for_each_child(XmlNode parent, std::string_view name, Visit visit) {
 /// Appends the element as XML text that reads back as the same element.
 void append_xml(std::string &out, XmlNode element);
 
-/// A parsed document together with the text that its names and values live in.
-class XmlDocument {
+/// A text and where its elements are. Nothing is copied out of the text before somebody asks for
+/// it, so that even a list of a hundred thousand desktops costs little more than its bytes.
+class XmlDocument : public std::enable_shared_from_this<XmlDocument> {
 public:
     static constexpr int max_nesting = 64; ///< the root counts
 
-    /// Reads a document in place. Null on malformed text, with the reason in `error`.
+    /// Null on malformed text, with the reason in `error`.
     static std::shared_ptr<const XmlDocument> parse(SecureText text, std::string &error);
 
     XmlDocument(const XmlDocument &) = delete;
     XmlDocument &operator=(const XmlDocument &) = delete;
-    ~XmlDocument();
 
     /// The first top-level element, or none in an empty document.
-    XmlNode root() const;
+    XmlNode root() const { return {this, 0, elements_.size()}; }
 
 private:
-    struct Tree;
+    friend class XmlNode;
 
-    explicit XmlDocument(SecureText text);
+    explicit XmlDocument(SecureText text) : text_(std::move(text)) {}
+
+    bool is_named(const xml::IndexedElement &element, std::string_view name) const;
 
     SecureText text_;
-    std::unique_ptr<Tree> tree_;
+    xml::ElementIndex elements_;
 };
 
 } // namespace kavro

@@ -9,7 +9,6 @@
 #include <array>
 #include <bitset>
 #include <iterator>
-#include <optional>
 
 namespace kavro {
 
@@ -20,13 +19,27 @@ constexpr std::string_view protected_message = "Protected Info *****";
 constexpr std::string_view connect_tag_error = "Error parsing the connect-tag - ";
 constexpr std::size_t connect_tag_shown = 12;
 
-/// Elements whose presence hides the whole message.
-constexpr std::array<std::string_view, 4> sensitive_names = {"username", "password", "new-password",
-                                                             "old-password"};
+/// How much of an element may be seen.
+enum class Secrecy {
+    none,
+    token,       ///< nothing of its content, marked do-not-log or not
+    connect_tag, ///< in what is received, its end
+    sensitive    ///< its presence hides the whole message
+};
 
-/// Elements that carry a token, marked do-not-log or not.
-constexpr std::array<std::string_view, 3> token_names = {"oauth-code", "gateway-ticket",
-                                                         "jsessionid"};
+struct SecretName {
+    std::string_view name;
+    Secrecy secrecy;
+};
+
+constexpr std::array<SecretName, 8> secret_names = {{{"username", Secrecy::sensitive},
+                                                     {"password", Secrecy::sensitive},
+                                                     {"new-password", Secrecy::sensitive},
+                                                     {"old-password", Secrecy::sensitive},
+                                                     {"oauth-code", Secrecy::token},
+                                                     {"gateway-ticket", Secrecy::token},
+                                                     {"jsessionid", Secrecy::token},
+                                                     {"connect-tag", Secrecy::connect_tag}}};
 
 /// A message without any of these is none of the broker protocol and is never shown.
 constexpr std::array<std::string_view, 54> known_names = {"kavro-client",
@@ -97,39 +110,42 @@ bool same_local_name(std::string_view name, std::string_view known) {
     });
 }
 
-template <std::size_t N>
-std::optional<std::size_t> find_local_name(const std::array<std::string_view, N> &names,
-                                           std::string_view name) {
-    const auto found = std::ranges::find_if(
-        names, [name](std::string_view known) { return same_local_name(name, known); });
-    if (found == names.end())
-        return std::nullopt;
-    return static_cast<std::size_t>(found - names.begin());
-}
-
 /// Anything but a plain "false" counts as the wish to hide, also beside one.
-bool is_marked_secret(XmlNode element) {
-    return std::ranges::any_of(element.attributes(), [](const XmlAttribute &attribute) {
-        return same_local_name(attribute.name, "do-not-log") && attribute.value != "false";
-    });
+bool asks_to_hide(const xml::RawAttribute &attribute) {
+    return same_local_name(attribute.name, "do-not-log") && attribute.value != "false";
 }
 
-bool is_control(char c) {
+constexpr bool is_control(char c) {
     const auto byte = static_cast<unsigned char>(c);
     return byte < 0x20 || byte == 0x7F;
 }
 
+/// What does not stand in the log as it is.
+constexpr auto needs_care = [] {
+    std::array<bool, 256> table{};
+    for (std::size_t byte = 0; byte < table.size(); ++byte)
+        table[byte] = is_control(static_cast<char>(byte));
+    for (const char special : {'<', '>', '&', '"', '\''})
+        table[static_cast<unsigned char>(special)] = true;
+    return table;
+}();
+
+bool is_special(char c) {
+    return needs_care[static_cast<unsigned char>(c)];
+}
+
 /// Text as it stands in XML, with control characters made visible: no broker can forge a log line.
 void append_shown(std::string &out, std::string_view text) {
-    while (!text.empty()) {
-        const auto control = std::ranges::find_if(text, is_control);
-        const auto plain = static_cast<std::size_t>(control - text.begin());
-        append_escaped_xml(out, text.substr(0, plain));
-        text.remove_prefix(plain);
-        if (!text.empty()) {
-            fmt::format_to(std::back_inserter(out), "\\x{:02X}", text.front());
-            text.remove_prefix(1);
-        }
+    for (;;) {
+        const auto special = std::ranges::find_if(text, is_special);
+        out.append(text.begin(), special);
+        if (special == text.end())
+            return;
+        if (is_control(*special))
+            fmt::format_to(std::back_inserter(out), "\\x{:02X}", *special);
+        else
+            append_escaped_xml(out, {special, special + 1});
+        text = {special + 1, text.end()};
     }
 }
 
@@ -143,10 +159,12 @@ public:
     explicit MaskedWriter(MessageDirection direction) : direction_(direction) {}
 
     std::string write(XmlNode root) {
-        if (root)
+        if (root) {
+            text_.reserve(root.size() + root.size() / 4); // the usual room for the indentation
             write_element(root, 0);
-        if (found_sensitive_.any())
-            return sensitive_elements();
+        }
+        if (std::string lines = sensitive_elements(); !lines.empty())
+            return lines;
         if (!found_known_)
             return std::string(protected_message);
         if (connect_tag_unreadable_)
@@ -157,49 +175,70 @@ public:
 private:
     void write_element(XmlNode element, std::size_t depth) {
         const std::string_view name = element.name();
-        note_name(name);
+        found_known_ = found_known_ || std::ranges::find(known_names, name) != known_names.end();
+        Secrecy secrecy = note_secrecy(name);
         text_.append(2 * depth, ' ');
-        write_start_tag(element);
-        if (is_marked_secret(element) || find_local_name(token_names, name))
+        text_ += '<';
+        const std::size_t name_begin = text_.size();
+        append_shown(text_, name);
+        const std::size_t name_size = text_.size() - name_begin;
+        element.for_each_attribute([&](const xml::RawAttribute &attribute) {
+            write_attribute(attribute);
+            if (asks_to_hide(attribute))
+                secrecy = Secrecy::token;
+        });
+        text_ += '>';
+        if (secrecy == Secrecy::token)
             text_ += mask;
-        else if (direction_ == MessageDirection::received && same_local_name(name, "connect-tag"))
-            write_connect_tag(element.text());
+        else if (secrecy == Secrecy::connect_tag && direction_ == MessageDirection::received)
+            write_connect_tag(element.text(buffer_));
         else
             write_content(element, depth);
         text_ += "</";
-        append_shown(text_, name);
+        text_.append(text_, name_begin, name_size);
         text_ += ">\n";
     }
 
-    void note_name(std::string_view name) {
-        if (const auto sensitive = find_local_name(sensitive_names, name))
-            found_sensitive_.set(*sensitive);
-        found_known_ = found_known_ || std::ranges::find(known_names, name) != known_names.end();
+    Secrecy note_secrecy(std::string_view name) {
+        for (std::size_t i = 0; i < secret_names.size(); ++i) {
+            if (same_local_name(name, secret_names[i].name)) {
+                found_.set(i);
+                return secret_names[i].secrecy;
+            }
+        }
+        return Secrecy::none;
     }
 
-    void write_start_tag(XmlNode element) {
-        text_ += '<';
-        append_shown(text_, element.name());
-        for (const auto &[name, value] : element.attributes()) {
-            text_ += ' ';
-            append_shown(text_, name);
-            text_ += "=\"";
-            append_shown(text_, value);
-            text_ += '"';
-        }
-        text_ += '>';
+    void write_attribute(const xml::RawAttribute &attribute) {
+        text_ += ' ';
+        append_shown(text_, attribute.name);
+        text_ += "=\"";
+        buffer_.clear();
+        xml::append_decoded(buffer_, attribute.value);
+        append_shown(text_, buffer_);
+        text_ += '"';
     }
 
     void write_content(XmlNode element, std::size_t depth) {
         XmlNode child = element.child();
-        if (const std::string text = element.text(); !child || !is_blank(text))
-            append_shown(text_, text);
         if (!child)
-            return;
+            return write_text(element);
+        // Behind a comment or the like there may still be nothing to see.
+        if (element.has_mixed_content() && !is_blank(element.text(buffer_)))
+            write_text(element);
         text_ += '\n';
         for (; child; child = child.next())
             write_element(child, depth + 1);
         text_.append(2 * depth, ' ');
+    }
+
+    /// A text that needs no care needs no decoding either.
+    void write_text(XmlNode element) {
+        const std::string_view spelt = element.content();
+        if (std::ranges::none_of(spelt, is_special))
+            text_ += spelt;
+        else
+            append_shown(text_, element.text(buffer_));
     }
 
     void write_connect_tag(std::string_view tag) {
@@ -212,16 +251,17 @@ private:
 
     std::string sensitive_elements() const {
         std::string lines;
-        for (std::size_t i = 0; i < sensitive_names.size(); ++i) {
-            if (found_sensitive_[i])
-                lines += fmt::format("    <{0}> *****</{0}>\n", sensitive_names[i]);
+        for (std::size_t i = 0; i < secret_names.size(); ++i) {
+            if (found_[i] && secret_names[i].secrecy == Secrecy::sensitive)
+                lines += fmt::format("    <{0}> *****</{0}>\n", secret_names[i].name);
         }
         return lines;
     }
 
     std::string text_;
+    std::string buffer_; ///< for what the document does not have in one piece
     MessageDirection direction_;
-    std::bitset<sensitive_names.size()> found_sensitive_;
+    std::bitset<secret_names.size()> found_;
     bool found_known_ = false;
     bool connect_tag_unreadable_ = false;
 };
@@ -232,7 +272,13 @@ std::string masked_message(XmlNode root, MessageDirection direction) {
     return MaskedWriter(direction).write(root);
 }
 
+bool messages_are_logged() {
+    return is_logged(log_info.severity);
+}
+
 void log_message(XmlNode root, MessageDirection direction) {
+    if (!messages_are_logged())
+        return;
     log_info("%s", direction == MessageDirection::sending
                        ? "Sending XML: -------------------------"
                        : "Received XML: ------------------------");

@@ -16,6 +16,9 @@ enum class MessageDirection { sending = 0, received = 1 };
 /// - A message without a single known element, or none at all, shows "Protected Info *****".
 std::string masked_message(XmlNode root, MessageDirection direction);
 
+/// Whether anybody will see messages; else nothing needs to be read or written for log_message().
+bool messages_are_logged();
+
 /// Logs a message under its direction's banner. `root` is none for a text that could not be read.
 void log_message(XmlNode root, MessageDirection direction);
 

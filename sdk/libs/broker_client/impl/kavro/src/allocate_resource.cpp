@@ -8,7 +8,6 @@ namespace kavro {
 
 namespace {
 
-constexpr const char *handler = "Desktop connection handler";
 constexpr const char *source_path = "sdk/libs/broker_client/impl/kavro/src/kavro_broker_client";
 constexpr std::string_view alternates_since_version = "2.1";
 constexpr const char *no_license_sentence =
@@ -96,15 +95,17 @@ SecureText allocate_resource_request(std::string_view protocol_version,
 }
 
 BrokerResult read_allocation(XmlNode message, std::string_view protocol_version,
-                             cDESKTOP_CONNECTION_RESULT &connection) {
+                             const Provision &provision, cDESKTOP_CONNECTION_RESULT &connection) {
     log_info("Handling <allocate-resource-resp> message ...");
     const ResultElement result = read_result(message);
     if (result.missing != nullptr)
-        return missing_tag(handler, result.missing);
+        return missing_tag(allocation_handler, result.missing);
     const eERROR_CODE code = code_of(allocation_table, result.id);
     if (code == ERROR_CODE_NONE) {
         log_info("Handling <allocate-resource-resp>: result-id = ALLOC_SUCCESS");
-        return read_target(message, protocol_version, connection);
+        const XmlNode provision_info = message.child("provision-info");
+        return provision_info ? provision(provision_info)
+                              : read_target(message, protocol_version, connection);
     }
     std::string text = result.text();
     if (code == ERROR_CODE_CONNECT_DESKTOP_NO_LICENSE)
@@ -116,9 +117,9 @@ BrokerResult read_target(XmlNode message, std::string_view protocol_version,
                          cDESKTOP_CONNECTION_RESULT &connection) {
     const XmlNode target = message.child("target");
     if (!target)
-        return missing_tag(handler, "target");
+        return missing_tag(allocation_handler, "target");
     if (const MissingTag missing = read_fields(target, target_fields, connection))
-        return missing_tag(handler, missing);
+        return missing_tag(allocation_handler, missing);
     if (connection.connect_tag.empty()) {
         log_error("%s:%d Broker's connect-tag string is empty", source_path, __LINE__);
         return {ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, {}, {}, {}};
@@ -126,7 +127,7 @@ BrokerResult read_target(XmlNode message, std::string_view protocol_version,
     connection.use_broker_address = static_cast<bool>(target.child("use-broker-address-as-target"));
     if (const MissingTag missing =
             read_variables(target.child("agent-to-client-variables"), connection.agent_variables))
-        return missing_tag(handler, missing);
+        return missing_tag(allocation_handler, missing);
     log_info("Handling <allocate-resource-resp>: Target ip-addr=%s port=%s session-id=%s",
              printable(connection.target_address).c_str(), printable(connection.port).c_str(),
              printable(connection.session_id).c_str());

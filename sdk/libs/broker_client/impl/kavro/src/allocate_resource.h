@@ -5,6 +5,7 @@
 #include "transport/xml_document.h"
 #include "utils/src/secure_text.h"
 
+#include <functional>
 #include <string_view>
 
 namespace kavro {
@@ -13,9 +14,16 @@ SecureText allocate_resource_request(std::string_view protocol_version,
                                      const ClientIdentity &identity, std::string_view resource_id,
                                      const Variables &agent_variables);
 
-/// Reads the target out of an allocation answer. Its address may be a host name still.
+/// Who reads the answer, for the log.
+inline constexpr const char *allocation_handler = "Desktop connection handler";
+
+/// Asks the provisioning server that the broker names in place of a target.
+using Provision = std::function<BrokerResult(XmlNode provision_info)>;
+
+/// Reads an allocation answer and the target in it, whose address may be a host name still. Where
+/// the answer names a provisioning server, the result is that of `provision`.
 BrokerResult read_allocation(XmlNode message, std::string_view protocol_version,
-                             cDESKTOP_CONNECTION_RESULT &connection);
+                             const Provision &provision, cDESKTOP_CONNECTION_RESULT &connection);
 
 /// Reads the target out of an element that is known to hold one.
 BrokerResult read_target(XmlNode message, std::string_view protocol_version,

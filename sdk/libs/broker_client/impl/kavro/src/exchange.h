@@ -79,24 +79,30 @@ const Row *look_up(const ResultTable<Row> &table, std::string_view id) {
 eERROR_CODE code_of(const ResultTable<ResultRow> &table, std::string_view id);
 
 /// Where the text of one element goes.
-template <class Record>
+template <class Record, class Text = std::string>
 struct TextField {
     const char *element;
-    std::string Record::*member;
+    Text Record::*member;
     bool required = true;
 };
 
 /// Fills a record from the children of an element, in the table's order, up to the first required
-/// one that is missing.
-template <class Record, std::size_t N>
-MissingTag read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
+/// one that is missing. `text_of` gives a child's text as the record keeps it.
+template <class Record, class Text, std::size_t N, class TextOf>
+MissingTag read_fields(XmlNode parent, const TextField<Record, Text> (&fields)[N], Record &record,
+                       TextOf text_of) {
     for (const auto &field : fields) {
         if (const XmlNode child = parent.child(field.element))
-            record.*field.member = child.text();
+            record.*field.member = text_of(child);
         else if (field.required)
             return field.element;
     }
     return nullptr;
+}
+
+template <class Record, std::size_t N>
+MissingTag read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
+    return read_fields(parent, fields, record, [](XmlNode child) { return child.text(); });
 }
 
 /// The texts of all children of that name, in document order.

@@ -18,6 +18,7 @@ inline constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
 /// Where a connection goes and who makes it.
 struct ConnectionRequest {
     std::string address; ///< a URL, or a registration code
+    std::string port;    ///< where the code's address names none
     std::string product_name;
     std::string product_version;
     std::string platform;
@@ -41,7 +42,9 @@ struct DialogAnswer {
 /// that no copy of a secret is kept. One operation at a time; only cancel() may come from another
 /// thread.
 ///
-/// The order of the operations is part of the contract with plug-ins.
+/// The order of the operations is part of the contract with plug-ins. A plug-in exports, without
+/// C++ decoration, `iBROKER_CLIENT *CreateViewBrokerClient()`, which may throw or return null, and
+/// `void DeleteViewBrokerClient(iBROKER_CLIENT *)`, through which all that it made goes back to it.
 class iBROKER_CLIENT {
 public:
     virtual ~iBROKER_CLIENT() = default;
@@ -93,6 +96,8 @@ public:
     /// The address that the last connection was asked to go to, after any registration code was
     /// resolved.
     virtual std::string get_resolved_address() const = 0;
+    /// Whether the next hello offers OAuth; not until it is switched on.
+    virtual void enable_oauth(bool enable) = 0;
 };
 
 } // namespace kavro

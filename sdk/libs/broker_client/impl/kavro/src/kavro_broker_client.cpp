@@ -3,6 +3,7 @@
 #include "kavro/src/allocate_resource.h"
 #include "kavro/src/exchange.h"
 #include "kavro/src/power_operation.h"
+#include "regcode/registration_code.h"
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/client_identity.h"
@@ -77,6 +78,16 @@ cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT(Timeouts timeouts) : timeouts_(timeou
 bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
                                              ConnectionHandler handler) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
+    resolved_address_ = request.address;
+    if (request.is_registration_code) {
+        const std::string url = "https://" + request.address;
+        resolved_address_ = convert_registration_code(url);
+        if (resolved_address_.empty()) {
+            discovery_log_info("Unable to convert registration code:%s to an URL",
+                               printable(url).c_str());
+            return false;
+        }
+    }
     if (request.product_name.empty() || request.product_version.empty() ||
         request.platform.empty()) {
         handler({ERROR_CODE_INVALID_STATE, {}, {}, {}}, {});
@@ -86,15 +97,14 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     identity_.product_version = without_leading_zeros(request.product_version);
     identity_.platform = request.platform;
     identity_.locale = request.locale;
-    identity_.time_zone = request.time_zone.empty() ? get_timezone_windows() : request.time_zone;
-    resolved_address_ = request.address;
+    identity_.time_zone = request.time_zone;
     try {
         transport_.connect(
             resolved_address_, request.fail_if_unverified,
             [this, handler](const ConnectResult &result) {
                 handle_connect_to_broker(result, handler);
             },
-            timeouts_.usual);
+            timeouts_.usual, request.port);
         return true;
     } catch (const std::logic_error &unusable_address) {
         const std::string reason = unusable_address.what();
@@ -273,16 +283,12 @@ void cKAVRO_BROKER_CLIENT::confirm_certificate(bool, AuthHandler handler) {
 
 void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_get_resource_list_resp");
-    known_desktops_.clear();
-    exchange<std::vector<cDESKTOP_LIST_RESULT>>(
+    known_desktops_.reset();
+    exchange<DesktopListHandle>(
         resource_list_request(protocol_version_), timeouts_.usual,
-        [this](XmlNode message, std::vector<cDESKTOP_LIST_RESULT> &list) {
-            BrokerResult result = read_resource_list(message, known_desktops_);
-            if (result.code == ERROR_CODE_NONE) {
-                list.reserve(known_desktops_.size());
-                for (const auto &[id, desktop] : known_desktops_)
-                    list.push_back(desktop);
-            }
+        [this](XmlNode message, DesktopListHandle &list) {
+            BrokerResult result = read_resource_list(message, list);
+            known_desktops_ = list;
             return result;
         },
         std::move(handler));
@@ -292,11 +298,17 @@ void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
                                              const Variables &agent_variables,
                                              AllocationHandler handler, milliseconds timeout) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resp");
+    provisioning_cancel_.reset();
+    if (identity_.time_zone.empty()) // looked up only here, where it is told
+        identity_.time_zone = get_timezone_windows();
     exchange<cDESKTOP_CONNECTION_RESULT>(
         allocate_resource_request(protocol_version_, identity_, resource_id, agent_variables),
         timeout,
         [this](XmlNode message, cDESKTOP_CONNECTION_RESULT &connection) {
-            return read_allocation(message, protocol_version_, connection);
+            return read_allocation(
+                message, protocol_version_,
+                [&](XmlNode provision_info) { return provision(provision_info, connection); },
+                connection);
         },
         [this, handler = std::move(handler), deadline = Clock::now() + timeout](
             const BrokerResult &result, cDESKTOP_CONNECTION_RESULT connection) {
@@ -305,6 +317,21 @@ void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
             resolve_target(std::move(connection), std::max(left, 1ms), handler);
         });
+}
+
+BrokerResult cKAVRO_BROKER_CLIENT::provision(XmlNode provision_info,
+                                             cDESKTOP_CONNECTION_RESULT &connection) {
+    Provisioner provisioner;
+    if (const MissingTag missing = read_provisioner(provision_info, provisioner))
+        return missing_tag(allocation_handler, missing);
+    SessionProvisioning provisioning(std::move(provisioner), provisioning_cancel_,
+                                     timeouts_.provisioning);
+    return provisioning.run(
+        {.jsessionid = transport_.first_cookie(),
+         .request_id = transport_.client_log_id(),
+         .time_zone = identity_.time_zone,
+         .locale = identity_.locale},
+        [&](XmlNode message) { return read_target(message, protocol_version_, connection); });
 }
 
 /// A target given by name is looked up; a name that cannot be looked up stays as it is, because the

@@ -6,6 +6,7 @@
 #include "kavro/src/hello.h"
 #include "kavro/src/ibroker_client.h"
 #include "kavro/src/resource_list.h"
+#include "kavro/src/session_provisioning.h"
 #include "transport/https_xml_client.h"
 
 #include <string>
@@ -20,6 +21,7 @@ public:
     struct Timeouts {
         std::chrono::milliseconds usual{30000};
         std::chrono::milliseconds authentication{40000};
+        std::chrono::milliseconds provisioning{180000};
     };
 
     cKAVRO_BROKER_CLIENT() : cKAVRO_BROKER_CLIENT(Timeouts()) {}
@@ -65,10 +67,14 @@ public:
     std::string get_protocol_name() const override { return "Kavro"; }
     void enable_ipv6(bool) override {} // the transport takes either kind of address as it comes
     void run_io(bool block) override { transport_.run_io(block); }
-    void cancel() override { transport_.cancel(); }
+    void cancel() override {
+        transport_.cancel();
+        provisioning_cancel_.cancel();
+    }
     void set_client_log_id(std::string id) override { transport_.set_client_log_id(std::move(id)); }
     std::string get_client_log_id() const override { return transport_.client_log_id(); }
     std::string get_resolved_address() const override { return resolved_address_; }
+    void enable_oauth(bool enable) override { oauth_enabled_ = enable; }
 
 private:
     /// Posts a request. `read(message, record)` reads a good answer; whatever happens, `handler`
@@ -82,6 +88,7 @@ private:
     void handle_connect_to_broker(const ConnectResult &result, const ConnectionHandler &handler);
     void learn_identity();
     void keep(const AuthAnswer &answer);
+    BrokerResult provision(XmlNode provision_info, cDESKTOP_CONNECTION_RESULT &connection);
     void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
                         const AllocationHandler &handler);
 
@@ -90,9 +97,10 @@ private:
     ClientIdentity identity_;
     std::string protocol_version_{initial_protocol_version};
     bool oauth_enabled_ = false;
-    std::string next_authentication_; ///< what the broker asked for last, as XML text
-    KnownDesktops known_desktops_;
+    std::string next_authentication_;  ///< what the broker asked for last, as XML text
+    DesktopListHandle known_desktops_; ///< of the last list
     std::string resolved_address_;
+    ProvisioningCancel provisioning_cancel_;
 };
 
 } // namespace kavro

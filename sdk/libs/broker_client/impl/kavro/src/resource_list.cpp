@@ -3,6 +3,8 @@
 #include "kavro/src/envelope.h"
 #include "kavro/src/exchange.h"
 
+#include <vector>
+
 namespace kavro {
 
 namespace {
@@ -18,7 +20,7 @@ constexpr ResultRow list_rows[] = {
 constexpr ResultTable<ResultRow> list_table = {"Desktop list handler",
                                                ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, list_rows};
 
-constexpr TextField<cDESKTOP_LIST_RESULT> desktop_fields[] = {
+constexpr TextField<cDESKTOP_LIST_RESULT, std::string_view> desktop_fields[] = {
     {"resource-name", &cDESKTOP_LIST_RESULT::resource_name},
     {"resource-id", &cDESKTOP_LIST_RESULT::resource_id},
     {"resource-type", &cDESKTOP_LIST_RESULT::resource_type},
@@ -26,51 +28,89 @@ constexpr TextField<cDESKTOP_LIST_RESULT> desktop_fields[] = {
     {"health-state", &cDESKTOP_LIST_RESULT::health_state, false},
 };
 
-MissingTag read_protocols(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-    const XmlNode protocols = resource.child("protocols");
-    if (!protocols)
-        return "protocols";
-    desktop.protocols = child_texts(protocols, "protocol");
-    return desktop.protocols.empty() ? "protocol" : nullptr;
-}
+/// Reads desktops into a list, as views of the message wherever that has a text in one piece.
+class DesktopReader {
+public:
+    explicit DesktopReader(DesktopList &list) : list_(list) {}
 
-/// Icons without a size are of no use and left out.
-MissingTag read_icons(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-    const XmlNode icons = resource.child("icons");
-    if (!icons)
+    MissingTag read(XmlNode resource) {
+        cDESKTOP_LIST_RESULT desktop;
+        const auto as_kept = [this](XmlNode element) { return text_of(element); };
+        if (const MissingTag missing = read_fields(resource, desktop_fields, desktop, as_kept))
+            return missing;
+        if (const MissingTag missing = read_protocols(resource, desktop))
+            return missing;
+        const auto session_type = resource.child("resource-type").attribute("session-type");
+        desktop.session_type = !session_type || *session_type == default_session_type
+                                   ? default_session_type
+                                   : list_.keep(*session_type);
+        read_operations(resource, desktop);
+        if (const MissingTag missing = read_icons(resource, desktop))
+            return missing;
+        list_.add(desktop);
         return nullptr;
-    if (!icons.child("icon"))
-        return "icon";
-    for_each_child(icons, "icon", [&desktop](XmlNode icon) {
-        if (const auto size = icon.attribute("size")) {
-            desktop.icon_sizes.emplace_back(*size);
-            desktop.icons.push_back(icon.text());
-        }
-    });
-    return nullptr;
-}
-
-void read_operations(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-    const XmlNode operations = resource.child("supported-operations");
-    if (!operations)
-        return;
-    for (const std::string &name : child_texts(operations, "supported-operation")) {
-        for (std::size_t command = 0; command < desktop_command_names.size(); ++command) {
-            if (name == desktop_command_names[command])
-                desktop.allowed[command] = true;
-        }
     }
-}
 
-MissingTag read_desktop(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-    if (const MissingTag missing = read_fields(resource, desktop_fields, desktop))
-        return missing;
-    if (const MissingTag missing = read_protocols(resource, desktop))
-        return missing;
-    desktop.session_type =
-        resource.child("resource-type").attribute("session-type").value_or(default_session_type);
-    read_operations(resource, desktop);
-    return read_icons(resource, desktop);
+private:
+    std::string_view text_of(XmlNode element) {
+        const std::string_view text = element.text(buffer_);
+        return text.data() == buffer_.data() ? list_.keep(text) : text;
+    }
+
+    MissingTag read_protocols(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
+        const XmlNode protocols = resource.child("protocols");
+        if (!protocols)
+            return "protocols";
+        texts_.clear();
+        for_each_child(protocols, "protocol",
+                       [this](XmlNode protocol) { texts_.push_back(text_of(protocol)); });
+        desktop.protocols = list_.keep(texts_);
+        return texts_.empty() ? "protocol" : nullptr;
+    }
+
+    /// Icons without a size are of no use and left out.
+    MissingTag read_icons(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
+        const XmlNode icons = resource.child("icons");
+        if (!icons)
+            return nullptr;
+        if (!icons.child("icon"))
+            return "icon";
+        std::vector<std::string_view> sizes;
+        texts_.clear();
+        for_each_child(icons, "icon", [&](XmlNode icon) {
+            if (const auto size = icon.attribute("size")) {
+                sizes.push_back(list_.keep(*size));
+                texts_.push_back(text_of(icon));
+            }
+        });
+        desktop.icon_sizes = list_.keep(sizes);
+        desktop.icons = list_.keep(texts_);
+        return nullptr;
+    }
+
+    void read_operations(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
+        const XmlNode operations = resource.child("supported-operations");
+        if (!operations)
+            return;
+        for_each_child(operations, "supported-operation", [&](XmlNode operation) {
+            const std::string_view name = operation.text(buffer_);
+            for (std::size_t command = 0; command < desktop_command_names.size(); ++command) {
+                if (name == desktop_command_names[command])
+                    desktop.allowed[command] = true;
+            }
+        });
+    }
+
+    DesktopList &list_;
+    std::string buffer_;
+    std::vector<std::string_view> texts_;
+};
+
+std::size_t count_of(XmlNode resource) {
+    std::size_t count = 0;
+    for (; resource; resource = resource.next("resource"))
+        ++count;
+    return count;
 }
 
 } // namespace
@@ -88,7 +128,7 @@ SecureText resource_list_request(std::string_view protocol_version) {
     return std::move(request).finish();
 }
 
-BrokerResult read_resource_list(XmlNode message, KnownDesktops &known) {
+BrokerResult read_resource_list(XmlNode message, DesktopListHandle &list) {
     const ResultElement result = read_result(message);
     if (result.missing != nullptr)
         return missing_tag(handler, result.missing);
@@ -99,13 +139,15 @@ BrokerResult read_resource_list(XmlNode message, KnownDesktops &known) {
     XmlNode resource = message.child("resource");
     if (!resource)
         return missing_tag(handler, "resource");
+    const auto desktops = std::make_shared<DesktopList>(message.document());
+    desktops->reserve(count_of(resource));
+    DesktopReader reader(*desktops);
     for (; resource; resource = resource.next("resource")) {
-        cDESKTOP_LIST_RESULT desktop;
-        if (const MissingTag missing = read_desktop(resource, desktop))
+        if (const MissingTag missing = reader.read(resource))
             return missing_tag(handler, missing);
-        std::string id = desktop.resource_id;
-        known.insert_or_assign(std::move(id), std::move(desktop));
     }
+    desktops->sort();
+    list = desktops;
     return {};
 }
 

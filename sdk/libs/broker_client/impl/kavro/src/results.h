@@ -1,9 +1,9 @@
 #pragma once
 
+#include "kavro/src/desktop_list.h"
 #include "kavro/src/error_code.h"
 #include "utils/src/cert_chain.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -40,6 +40,10 @@ enum class AuthMethod : std::int32_t {
     none = 0,
     password = 1,
     password_expired = 2,
+    securid = 3,
+    securid_next_token = 4,
+    securid_new_pin = 5,
+    securid_wait = 6,
     disclaimer = 7,
     oauth = 10,
     dialog = 11
@@ -82,32 +86,6 @@ struct CertResult {
     bool connected_securely = false;
 };
 
-enum eKAVRO_BROKER_DESKTOP_CMD : std::uint32_t {
-    DESKTOP_CMD_OS_RESTART = 0,
-    DESKTOP_CMD_POWER_DOWN = 1,
-    DESKTOP_CMD_POWER_UP = 2,
-    DESKTOP_CMD_SLEEP = 3,
-    DESKTOP_CMD_RESUME = 4
-};
-
-/// The broker's word for each command, by its value.
-inline constexpr std::array<const char *, 5> desktop_command_names = {
-    "CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP", "CMD_PWR_RESUME"};
-
-/// One desktop of the list.
-struct cDESKTOP_LIST_RESULT {
-    std::string resource_name;
-    std::string resource_id;
-    std::string resource_type;
-    std::string resource_state;
-    std::string health_state;
-    std::vector<std::string> protocols;
-    std::string session_type;
-    std::vector<std::string> icon_sizes;
-    std::vector<std::string> icons;                           ///< pairwise with icon_sizes
-    std::array<bool, desktop_command_names.size()> allowed{}; ///< by eKAVRO_BROKER_DESKTOP_CMD
-};
-
 struct AlternateTarget {
     std::string address;
     std::string host_name;
@@ -136,8 +114,7 @@ using LogoutHandler = std::function<void(const BrokerResult &)>;
 using ConnectionHandler = std::function<void(const BrokerResult &, CertResult)>;
 using HelloHandler = std::function<void(const BrokerResult &, HelloResult, cAUTH_RESULT)>;
 using AuthHandler = std::function<void(const BrokerResult &, cAUTH_RESULT)>;
-using DesktopListHandler =
-    std::function<void(const BrokerResult &, std::vector<cDESKTOP_LIST_RESULT>)>;
+using DesktopListHandler = std::function<void(const BrokerResult &, DesktopListHandle)>;
 using AllocationHandler = std::function<void(const BrokerResult &, cDESKTOP_CONNECTION_RESULT)>;
 using OperationHandler = std::function<void(const BrokerResult &, eKAVRO_BROKER_DESKTOP_CMD)>;
 

@@ -11,6 +11,7 @@ namespace {
 
 std::atomic<kavro_broker_log_function> log_function{nullptr};
 std::atomic<kavro_broker_session_log_id_function> session_log_id_function{nullptr};
+std::atomic<int32_t> highest_wanted{static_cast<int32_t>(LogSeverity::verbose)};
 
 /// Calls a hook of the caller's program, if it is set; what the hook throws does not come back.
 template <class Hook, class... Arguments>
@@ -26,8 +27,9 @@ void call(const std::atomic<Hook> &hook, Arguments... arguments) noexcept {
 }
 
 void deliver(const LogChannel &channel, const char *format, va_list arguments) noexcept {
-    call(log_function, static_cast<int32_t>(channel.category),
-         static_cast<int32_t>(channel.severity), channel.error, format, arguments);
+    if (is_logged(channel.severity))
+        call(log_function, static_cast<int32_t>(channel.category),
+             static_cast<int32_t>(channel.severity), channel.error, format, arguments);
 }
 
 } // namespace
@@ -86,6 +88,16 @@ void set_log_function(kavro_broker_log_function function) noexcept {
 
 bool has_log_function() noexcept {
     return log_function != nullptr;
+}
+
+void set_log_level(int32_t highest_severity) noexcept {
+    highest_wanted = highest_severity;
+}
+
+bool is_logged(LogSeverity severity) noexcept {
+    const bool wanted =
+        severity == LogSeverity::banner || static_cast<int32_t>(severity) <= highest_wanted;
+    return wanted && has_log_function();
 }
 
 void set_session_log_id_function(kavro_broker_session_log_id_function function) noexcept {

@@ -72,6 +72,11 @@ std::string printable(std::string_view text);
 void set_log_function(kavro_broker_log_function function) noexcept;
 bool has_log_function() noexcept;
 
+/// Drops messages of a higher severity from now on; banners are never dropped.
+void set_log_level(int32_t highest_severity) noexcept;
+/// Whether anybody will see a message of this severity; for who would build a long text in vain.
+bool is_logged(LogSeverity severity) noexcept;
+
 /// Replaces the session log id function. Null is ignored.
 void set_session_log_id_function(kavro_broker_session_log_id_function function) noexcept;
 

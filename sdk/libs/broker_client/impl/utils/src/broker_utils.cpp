@@ -108,6 +108,16 @@ const char *xml_entity(char c) {
     }
 }
 
+template <class Text>
+void append_escaped(Text &out, std::string_view text) {
+    for (const char c : text) {
+        if (const char *entity = xml_entity(c))
+            out += entity;
+        else
+            out += c;
+    }
+}
+
 } // namespace
 
 bool parse_uri(std::string_view uri, std::string &hostname, std::string &port,
@@ -145,6 +155,20 @@ bool is_valid_port(std::string_view port) {
     return false;
 }
 
+bool is_port_number(std::string_view text) {
+    uint16_t number = 0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && rest == end;
+}
+
+bool is_usable_host(std::string_view host) {
+    constexpr std::string_view refused = "/?#@[]";
+    return !host.empty() && std::ranges::none_of(host, [refused](unsigned char c) {
+        return c <= 0x20 || c == 0x7F || refused.find(static_cast<char>(c)) != refused.npos;
+    });
+}
+
 std::string escape_xml(std::string_view text) {
     std::string escaped;
     escaped.reserve(text.size());
@@ -153,12 +177,11 @@ std::string escape_xml(std::string_view text) {
 }
 
 void append_escaped_xml(std::string &out, std::string_view text) {
-    for (const char c : text) {
-        if (const char *entity = xml_entity(c))
-            out += entity;
-        else
-            out += c;
-    }
+    append_escaped(out, text);
+}
+
+void append_escaped_xml(SecureText &out, std::string_view text) {
+    append_escaped(out, text);
 }
 
 } // namespace kavro

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "utils/src/secure_text.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -22,8 +24,16 @@ bool is_ipv6_address(std::string_view address);
 /// Whether the text begins with a decimal number below 65536, blanks before it aside.
 bool is_valid_port(std::string_view port);
 
+/// Whether the text is such a number and nothing else.
+bool is_port_number(std::string_view text);
+
+/// Whether a host may stand in a request's head and in a TLS handshake: it holds nothing that could
+/// end or split either, and no brackets, which are left of an IPv6 address that does not parse.
+bool is_usable_host(std::string_view host);
+
 /// Replaces the five XML special characters, so that any text can stand inside a request.
 std::string escape_xml(std::string_view text);
 void append_escaped_xml(std::string &out, std::string_view text);
+void append_escaped_xml(SecureText &out, std::string_view text);
 
 } // namespace kavro

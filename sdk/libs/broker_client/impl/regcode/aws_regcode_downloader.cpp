@@ -1,0 +1,76 @@
+#include "regcode/aws_regcode_downloader.h"
+
+#include "regcode/lookup_table.h"
+#include "transport/tls_exchange.h"
+#include "transport/tls_settings.h"
+#include "transport/trust_store.h"
+#include "utils/src/broker_log.h"
+
+#include <boost/asio/ssl/host_name_verification.hpp>
+
+#include <stdexcept>
+
+namespace kavro {
+
+namespace ssl = boost::asio::ssl;
+
+namespace {
+
+constexpr HttpRules table_rules = {.body_bytes = LookupTable::max_bytes,
+                                   .unstated_length = UnstatedLength::no_body,
+                                   .http_1_0 = true};
+
+ssl::context verified_tls() {
+    ssl::context tls(ssl::context::tls_client);
+    configure_verified_tls(tls.native_handle());
+    SSL_CTX_set1_cert_store(tls.native_handle(), TrustStore::of_process().current().get());
+    tls.set_verify_mode(ssl::verify_peer);
+    return tls;
+}
+
+/// Ends the download when a step went wrong.
+void check(const TlsExchange &exchange, const char *step, const std::string &failure) {
+    if (failure.empty())
+        return;
+    if (exchange.timed_out())
+        throw std::runtime_error("Timeout while downloading the regcode table.");
+    const std::string sentence = std::string(step) + " failed (" + failure + ")";
+    discovery_log_info("%s", sentence.c_str());
+    throw std::runtime_error(sentence);
+}
+
+} // namespace
+
+RegistrationService RegistrationService::of_this_build() {
+    constexpr std::string_view configured = KAVRO_REGISTRATION_HOST; // HOST or HOST:PORT
+    const auto colon = configured.find(':');
+    RegistrationService service;
+    service.host = configured.substr(0, colon);
+    if (colon != configured.npos)
+        service.port = configured.substr(colon + 1);
+    return service;
+}
+
+std::string AwsRegcodeDownloader::download() const {
+    if (service_.host.empty())
+        throw std::runtime_error("This build knows no registration service");
+    ssl::context tls = verified_tls();
+    TlsExchange exchange(tls, service_.timeout);
+    exchange.stream().set_verify_callback(ssl::host_name_verification(service_.host));
+
+    check(exchange, "Connection", exchange.connect(service_.host, service_.port));
+    check(exchange, "Handshake", exchange.handshake());
+    check(exchange, "Send request",
+          exchange.write("GET /cm-lookup.cfg HTTP/1.1\r\nHost: " + service_.host + "\r\n\r\n"));
+
+    CookieTable unused;
+    HttpResponseParser answer(unused, table_rules);
+    const std::string failure = exchange.read(answer);
+    check(exchange, answer.in_head() ? "Read response header" : "Read response body", failure);
+    const SecureText body = answer.take_body();
+    if (body.empty())
+        discovery_log_info("There is no content to read");
+    return std::string(body);
+}
+
+} // namespace kavro

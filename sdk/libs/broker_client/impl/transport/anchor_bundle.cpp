@@ -1,0 +1,237 @@
+#include "transport/anchor_bundle.h"
+
+#include <openssl/asn1.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+namespace kavro {
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+/// Walks over the elements of a DER text.
+class DerReader {
+public:
+    explicit DerReader(Bytes bytes) : rest_(bytes) {}
+
+    struct Element {
+        int tag = 0; ///< V_ASN1_..., or -1 outside the universal class
+        bool constructed = false;
+        Bytes content;
+    };
+
+    bool at_end() const { return rest_.empty(); }
+
+    /// The next element; nothing when there is none or it does not fit.
+    std::optional<Element> next() {
+        const unsigned char *content = rest_.data();
+        long length = 0;
+        int tag = 0;
+        int kind = 0;
+        const int flags =
+            ASN1_get_object(&content, &length, &tag, &kind, static_cast<long>(rest_.size()));
+        constexpr int unreadable = 0x80;
+        constexpr int unknown_length = 1;
+        if ((flags & (unreadable | unknown_length)) != 0)
+            return std::nullopt;
+        const Bytes inside(content, static_cast<std::size_t>(length));
+        rest_ = rest_.subspan(static_cast<std::size_t>(content - rest_.data()) + inside.size());
+        return Element{kind == V_ASN1_UNIVERSAL ? tag : -1, (flags & V_ASN1_CONSTRUCTED) != 0,
+                       inside};
+    }
+
+    /// The same with its header, if it has this tag.
+    std::optional<Bytes> whole(int expected_tag) {
+        const Bytes before = rest_;
+        const auto element = next();
+        if (!element || element->tag != expected_tag)
+            return std::nullopt;
+        return before.first(before.size() - rest_.size());
+    }
+
+    std::optional<DerReader> inside(int expected_tag) {
+        const auto element = next();
+        if (!element || element->tag != expected_tag)
+            return std::nullopt;
+        return DerReader(element->content);
+    }
+
+private:
+    Bytes rest_;
+};
+
+/// RFC 5280 section 4.1: version, serial number, algorithm, issuer and validity come before it.
+std::optional<Bytes> subject_of(Bytes certificate) {
+    auto outer = DerReader(certificate).inside(V_ASN1_SEQUENCE);
+    auto body = outer ? outer->inside(V_ASN1_SEQUENCE) : std::nullopt;
+    if (!body)
+        return std::nullopt;
+    auto element = body->next();
+    if (element && element->tag == -1) // the version, which may be missing
+        element = body->next();
+    for (int skipped = 0; element && skipped < 3; ++skipped)
+        element = body->next();
+    return element ? body->whole(V_ASN1_SEQUENCE) : std::nullopt;
+}
+
+/// FNV-1a over the letters, as small ones, and the digits.
+std::uint32_t value_key(Bytes value) {
+    std::uint32_t key = 2166136261U;
+    for (std::uint8_t c : value) {
+        if (c >= 'A' && c <= 'Z')
+            c = static_cast<std::uint8_t>(c - 'A' + 'a');
+        if ((c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
+            key = (key ^ c) * 16777619U;
+    }
+    return key;
+}
+
+std::optional<std::vector<std::uint8_t>> decoded(std::string_view base64) {
+    const std::unique_ptr<EVP_ENCODE_CTX, OpenSslRelease<EVP_ENCODE_CTX_free>> decoder(
+        EVP_ENCODE_CTX_new());
+    std::vector<std::uint8_t> der(base64.size());
+    int size = 0;
+    int rest = 0;
+    EVP_DecodeInit(decoder.get());
+    const bool readable = EVP_DecodeUpdate(decoder.get(), der.data(), &size,
+                                           reinterpret_cast<const unsigned char *>(base64.data()),
+                                           static_cast<int>(base64.size())) >= 0 &&
+                          EVP_DecodeFinal(decoder.get(), der.data() + size, &rest) == 1;
+    if (!readable)
+        return std::nullopt;
+    der.resize(static_cast<std::size_t>(size + rest));
+    return der;
+}
+
+int find_by_subject(X509_LOOKUP *lookup, X509_LOOKUP_TYPE type, const X509_NAME *subject,
+                    X509_OBJECT *found) {
+    if (type != X509_LU_X509)
+        return 0;
+    try {
+        const auto &bundle =
+            *static_cast<const AnchorBundle *>(X509_LOOKUP_get_method_data(lookup));
+        const auto certificates = bundle.find(subject);
+        // The store keeps all of them, because the caller goes on to choose among those it has.
+        for (const auto &certificate : certificates)
+            X509_STORE_add_cert(X509_LOOKUP_get_store(lookup), certificate.get());
+        return certificates.empty() ? 0 : X509_OBJECT_set1_X509(found, certificates.front().get());
+    } catch (...) {
+        return 0; // no memory; nothing is thrown through OpenSSL
+    }
+}
+
+void free_bundle(X509_LOOKUP *lookup) {
+    delete static_cast<AnchorBundle *>(X509_LOOKUP_get_method_data(lookup));
+}
+
+X509_LOOKUP_METHOD *lookup_method() {
+    // Never freed: a store that lives as long as the process needs it to the very end.
+    static X509_LOOKUP_METHOD *const made = [] {
+        X509_LOOKUP_METHOD *const method = X509_LOOKUP_meth_new("trust anchors by subject");
+        if (method == nullptr ||
+            X509_LOOKUP_meth_set_get_by_subject(method, find_by_subject) != 1 ||
+            X509_LOOKUP_meth_set_free(method, free_bundle) != 1)
+            throw_openssl_error("X509_LOOKUP_meth_new");
+        return method;
+    }();
+    return made;
+}
+
+} // namespace
+
+std::optional<std::uint32_t> name_key(Bytes name) {
+    std::uint32_t key = 0; // a sum, because OpenSSL orders the parts of a set in its own way
+    auto sets = DerReader(name).inside(V_ASN1_SEQUENCE);
+    while (sets && !sets->at_end()) {
+        auto attributes = sets->inside(V_ASN1_SET);
+        if (!attributes)
+            return std::nullopt;
+        while (!attributes->at_end()) {
+            auto attribute = attributes->inside(V_ASN1_SEQUENCE);
+            if (!attribute || !attribute->next())
+                return std::nullopt;
+            const auto value = attribute->next();
+            if (!value || value->constructed || value->tag == V_ASN1_BMPSTRING ||
+                value->tag == V_ASN1_UNIVERSALSTRING)
+                return std::nullopt;
+            key += value_key(value->content);
+        }
+    }
+    return sets ? std::optional(key) : std::nullopt;
+}
+
+std::optional<AnchorBundle> AnchorBundle::read(const std::string &path) {
+    std::error_code missing;
+    if (!std::filesystem::is_regular_file(path, missing))
+        return std::nullopt;
+    std::ifstream file(path, std::ios::binary);
+    AnchorBundle bundle({std::istreambuf_iterator<char>(file), {}});
+    if (!file || !bundle.index())
+        return std::nullopt;
+    return bundle;
+}
+
+bool AnchorBundle::index() {
+    constexpr std::string_view any = "-----BEGIN ";
+    constexpr std::string_view begin = "-----BEGIN CERTIFICATE-----\n";
+    constexpr std::string_view end = "-----END CERTIFICATE-----";
+    std::string_view rest = text_;
+    for (auto at = rest.find(any); at != std::string_view::npos; at = rest.find(any)) {
+        const bool starts_line = at == 0 ? rest.data() == text_.data() : rest[at - 1] == '\n';
+        rest.remove_prefix(at);
+        const auto size = rest.find(end);
+        if (!starts_line || !rest.starts_with(begin) || size == std::string_view::npos)
+            return false;
+        const std::string_view base64 = rest.substr(begin.size(), size - begin.size());
+        const auto certificate = decoded(base64);
+        const auto subject = certificate ? subject_of(*certificate) : std::nullopt;
+        if (!subject)
+            return false;
+        by_subject_.emplace(name_key(*subject), base64);
+        rest.remove_prefix(size + end.size());
+    }
+    return true;
+}
+
+std::vector<X509Handle> AnchorBundle::find(const X509_NAME *subject) const {
+    std::vector<X509Handle> found;
+    const auto look_at = [&](auto first, auto last) {
+        for (; first != last; ++first) {
+            const auto der = decoded(first->second);
+            const unsigned char *bytes = der->data();
+            X509Handle certificate(d2i_X509(nullptr, &bytes, static_cast<long>(der->size())));
+            if (certificate &&
+                X509_NAME_cmp(X509_get_subject_name(certificate.get()), subject) == 0)
+                found.push_back(std::move(certificate));
+        }
+    };
+    const unsigned char *name = nullptr;
+    std::size_t size = 0;
+    const bool readable = X509_NAME_get0_der(subject, &name, &size) == 1;
+    const auto key = readable ? name_key({name, size}) : std::nullopt;
+    ERR_set_mark(); // an anchor that cannot be built is as good as none
+    if (key) {
+        const auto [first, last] = by_subject_.equal_range(key);
+        look_at(first, last);
+        const auto [unkeyed, keyed] = by_subject_.equal_range(std::nullopt);
+        look_at(unkeyed, keyed);
+    } else {
+        look_at(by_subject_.begin(), by_subject_.end());
+    }
+    ERR_pop_to_mark();
+    return found;
+}
+
+void add_bundle(X509_STORE *store, AnchorBundle bundle) {
+    auto kept = std::make_unique<AnchorBundle>(std::move(bundle));
+    X509_LOOKUP *const lookup = X509_STORE_add_lookup(store, lookup_method());
+    if (lookup == nullptr || X509_LOOKUP_set_method_data(lookup, kept.get()) != 1)
+        throw_openssl_error("X509_STORE_add_lookup");
+    kept.release();
+}
+
+} // namespace kavro

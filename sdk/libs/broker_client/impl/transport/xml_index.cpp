@@ -1,0 +1,151 @@
+#include "transport/xml_index.h"
+
+#include "transport/xml_scan.h"
+
+#include <limits>
+
+namespace kavro::xml {
+
+namespace {
+
+constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
+
+/// Walks over a text once. Each step returns null, or why the text is malformed.
+class Indexer {
+public:
+    Indexer(std::string_view text, int max_nesting, ElementIndex &elements)
+        : begin_(text.data()), end_(begin_ + text.size()), at_(begin_), elements_(elements) {
+        open_.reserve(static_cast<std::size_t>(max_nesting));
+    }
+
+    const char *run() {
+        if (std::string_view(begin_, end_).starts_with(byte_order_mark))
+            at_ += byte_order_mark.size();
+        for (;;) {
+            if (const char *error = open_.empty() ? skip_outside() : skip_text())
+                return error;
+            if (at_ == end_)
+                return open_.empty() ? nullptr : "unexpected end of data";
+            if (const char *error = read_markup())
+                return error;
+        }
+    }
+
+private:
+    struct OpenElement {
+        std::uint32_t index;
+        std::string_view name;
+    };
+
+    /// Outside of all elements there is nothing but white space.
+    const char *skip_outside() {
+        at_ = skip_white(at_);
+        return at_ == end_ || *at_ == '<' ? nullptr : "expected <";
+    }
+
+    const char *skip_text() {
+        for (at_ = find(at_, ends_text); *at_ == '&'; at_ = find(at_, ends_text)) {
+            const Reference reference = read_reference(at_);
+            if (reference.error != nullptr)
+                return reference.error;
+            at_ += reference.size;
+        }
+        return nullptr;
+    }
+
+    const char *read_markup() {
+        switch (at_[1]) {
+        case '/':
+            return read_end_tag();
+        case '?':
+            return skip_past("<?", "?>");
+        case '!':
+            if (starts_with("<!--"))
+                return skip_past("<!--", "-->");
+            if (starts_with("<![CDATA["))
+                return skip_past("<![CDATA[", "]]>");
+            return "document type";
+        default:
+            return read_start_tag();
+        }
+    }
+
+    const char *read_start_tag() {
+        if (open_.size() == open_.capacity())
+            return "nested too deep";
+        const char *const start = at_;
+        at_ = find(start + 1, ends_name);
+        const std::string_view name(start + 1, at_);
+        if (name.empty())
+            return "expected element name";
+        for (at_ = skip_white(at_); *at_ != '>' && *at_ != '/'; at_ = skip_white(at_)) {
+            RawAttribute attribute;
+            if (const char *error = read_attribute(at_, attribute))
+                return error;
+        }
+        const auto index = static_cast<std::uint32_t>(elements_.size());
+        elements_.push_back({offset(start), offset(at_), index + 1});
+        if (*at_ == '>') {
+            open_.push_back({index, name});
+        } else if (*++at_ != '>') {
+            return "expected >";
+        }
+        ++at_;
+        return nullptr;
+    }
+
+    const char *read_end_tag() {
+        const char *const start = at_;
+        if (open_.empty())
+            return "invalid closing tag";
+        const auto [index, name] = open_.back();
+        at_ = start + 2;
+        if (!starts_with(name) || !is(at_[name.size()], ends_name))
+            return "invalid closing tag";
+        at_ = skip_white(at_ + name.size());
+        if (*at_ != '>')
+            return "expected >";
+        ++at_;
+        elements_[index].close = offset(start);
+        elements_[index].next = static_cast<std::uint32_t>(elements_.size());
+        open_.pop_back();
+        return nullptr;
+    }
+
+    bool starts_with(std::string_view mark) const {
+        return std::string_view(at_, end_).starts_with(mark);
+    }
+
+    const char *skip_past(std::string_view opening, std::string_view closing) {
+        const std::string_view inside(at_ + opening.size(), end_);
+        const auto end = inside.find(closing);
+        if (end == std::string_view::npos)
+            return "unexpected end of data";
+        at_ = inside.data() + end + closing.size();
+        return nullptr;
+    }
+
+    std::uint32_t offset(const char *position) const {
+        return static_cast<std::uint32_t>(position - begin_);
+    }
+
+    const char *begin_;
+    const char *end_; ///< the text's end
+    const char *at_;
+    ElementIndex &elements_;
+    std::vector<OpenElement> open_; ///< from the outermost; never grows
+};
+
+} // namespace
+
+const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements) {
+    if (text.size() > std::numeric_limits<std::uint32_t>::max())
+        return "text too long";
+    if (text.find('\0') != std::string_view::npos)
+        return "zero byte in text";
+    // Room for more elements than a message usually has; what of it is not used costs no memory.
+    elements.reserve(text.size() / 32);
+    return Indexer(text, max_nesting, elements).run();
+}
+
+} // namespace kavro::xml

@@ -1,0 +1,135 @@
+#include "utils/src/safe_file.h"
+
+#include "utils/src/wide_text_win.h"
+
+#include <windows.h>
+
+#include <sddl.h>
+
+#include <cstdint>
+#include <memory>
+#include <random>
+
+namespace kavro {
+
+namespace {
+
+struct CloseFile {
+    using pointer = HANDLE;
+    void operator()(HANDLE file) const { CloseHandle(file); }
+};
+using Handle = std::unique_ptr<HANDLE, CloseFile>;
+
+struct FreeLocal {
+    void operator()(void *memory) const { LocalFree(memory); }
+};
+template <class T>
+using LocalMemory = std::unique_ptr<T, FreeLocal>;
+
+Handle open_file(const std::wstring &path, DWORD access, DWORD disposition, DWORD flags,
+                 SECURITY_ATTRIBUTES *security = nullptr) {
+    constexpr DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file =
+        CreateFileW(path.c_str(), access, share_all, security, disposition, flags, nullptr);
+    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
+}
+
+bool is_plain_file(HANDLE file) {
+    BY_HANDLE_FILE_INFORMATION information{};
+    return GetFileType(file) == FILE_TYPE_DISK &&
+           GetFileInformationByHandle(file, &information) != 0 &&
+           (information.dwFileAttributes &
+            (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE)) == 0;
+}
+
+/// The user that this process acts for, in the form that descriptors are written in.
+LocalMemory<wchar_t> current_user() {
+    HANDLE token = nullptr;
+    if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == 0)
+        return nullptr;
+    const Handle owner(token);
+    alignas(TOKEN_USER) unsigned char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+    DWORD length = sizeof user;
+    wchar_t *text = nullptr;
+    if (GetTokenInformation(token, TokenUser, user, length, &length) != 0)
+        ConvertSidToStringSidW(reinterpret_cast<const TOKEN_USER *>(user)->User.Sid, &text);
+    return LocalMemory<wchar_t>(text);
+}
+
+/// Lets nobody but the present user in, whatever the folder would grant.
+LocalMemory<void> owner_only() {
+    const auto user = current_user();
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (user != nullptr) {
+        const std::wstring text = L"D:P(A;;FA;;;" + std::wstring(user.get()) + L")";
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(text.c_str(), SDDL_REVISION_1,
+                                                             &descriptor, nullptr);
+    }
+    return LocalMemory<void>(descriptor);
+}
+
+bool write_new_file(const std::wstring &path, const std::string &content) {
+    const auto descriptor = owner_only();
+    if (descriptor == nullptr)
+        return false;
+    SECURITY_ATTRIBUTES security{sizeof security, descriptor.get(), FALSE};
+    const Handle file =
+        open_file(path, GENERIC_WRITE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, &security);
+    DWORD written = 0;
+    // On disk before it gets its name, else a power cut could leave the name with nothing behind
+    // it.
+    return file != nullptr &&
+           WriteFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &written,
+                     nullptr) != 0 &&
+           written == content.size() && FlushFileBuffers(file.get()) != 0;
+}
+
+/// A file that somebody reads at this moment cannot be replaced; readers are soon done.
+bool move_over(const std::wstring &from, const std::wstring &to) {
+    constexpr int attempts = 100;
+    constexpr DWORD pause_ms = 5;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        if (MoveFileExW(from.c_str(), to.c_str(),
+                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0)
+            return true;
+        const DWORD error = GetLastError();
+        const DWORD attributes = GetFileAttributesW(to.c_str());
+        const bool is_folder =
+            attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+        if (is_folder || (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION))
+            return false;
+        Sleep(pause_ms);
+    }
+    return false;
+}
+
+} // namespace
+
+std::optional<std::string> read_plain_file(const std::string &path, std::size_t limit) {
+    // A link is opened itself; a pipe's other end learns nothing about us.
+    const Handle file =
+        open_file(to_wide(path), GENERIC_READ, OPEN_EXISTING,
+                  FILE_FLAG_OPEN_REPARSE_POINT | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS);
+    LARGE_INTEGER size{};
+    if (file == nullptr || !is_plain_file(file.get()) || GetFileSizeEx(file.get(), &size) == 0 ||
+        static_cast<std::uint64_t>(size.QuadPart) > limit)
+        return std::nullopt;
+    std::string content(static_cast<std::size_t>(size.QuadPart), '\0');
+    DWORD got = 0;
+    if (ReadFile(file.get(), content.data(), static_cast<DWORD>(content.size()), &got, nullptr) ==
+            0 ||
+        got != content.size())
+        return std::nullopt;
+    return content;
+}
+
+bool replace_file(const std::string &path, const std::string &content) {
+    const std::wstring target = to_wide(path);
+    const std::wstring temporary = target + L"." + std::to_wstring(std::random_device{}());
+    const bool replaced = write_new_file(temporary, content) && move_over(temporary, target);
+    if (!replaced)
+        DeleteFileW(temporary.c_str());
+    return replaced;
+}
+
+} // namespace kavro

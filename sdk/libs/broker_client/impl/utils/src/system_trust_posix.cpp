@@ -1,0 +1,9 @@
+#include "utils/src/system_trust.h"
+
+namespace kavro {
+
+Security::cX509_CERT_CHAIN system_trust_anchors() {
+    return {};
+}
+
+} // namespace kavro

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Probes, registration codes, provisioning and OAuth: finding_the_broker.sh SIMULATOR CLIENT
+set -euo pipefail
+. "$(dirname "$0")/../../tools/simulator.sh"
+
+folder=$(mktemp -d)
+start_simulator "$1" --table-cache "$folder"
+export SSL_CERT_FILE=$folder/ca.pem SSL_CERT_DIR=$folder/none
+client=$2
+
+# expect STATUS PATTERN ARGUMENTS...: the client's exit status, and what it prints must hold
+expect() {
+  local expected=$1 pattern=$2 status=0
+  shift 2
+  output=$("$client" "$@" <<<"${secret:-wonderland}" 2>&1) || status=$?
+  if [ "$status" != "$expected" ] || ! grep -qE "$pattern" <<<"$output"; then
+    printf '%s: exit status %s instead of %s, or not "%s" in:\n%s\n' \
+      "$*" "$status" "$expected" "$pattern" "$output"
+    exit 1
+  fi
+}
+
+expect 0 "A connection broker answers at 127.0.0.1, port $port" probe "127.0.0.1:$port"
+expect 0 'A View broker' probe "127.0.0.1:$(port_of view_broker)"
+expect 0 '"kind": "direct-host"' probe "127.0.0.1:$(port_of direct_host)" --json
+expect 0 "hosted connection broker answers at https://127.0.0.1:$port" \
+  probe --registration-code DEMO+1 --cache "$folder"
+expect 2 'KAVRO_BROKER_ERR_NO_BROKER_FOUND' probe 127.0.0.1:1
+
+log_in=(--user alice --domain EXAMPLE --accept-disclaimer --password-fd 0 --cache "$folder")
+expect 2 'not in the table of codes' list --registration-code NONE "${log_in[@]}"
+expect 0 "stands for https://127.0.0.1:$port" list --registration-code DEMO "${log_in[@]}"
+expect 0 'Alternate +127.0.0.2, port 4172' connect Design --registration-code DEMO "${log_in[@]}" --log-level info
+grep -q 'not shown: it holds a ticket' <<<"$output"
+if grep 'demo-gateway-ticket' <<<"$output"; then exit 1; fi
+kill "$simulator"
+
+start_simulator "$1" --scenario "$(dirname "$0")/../../tools/broker-sim/scenarios/oauth.json"
+log_in=(--broker "127.0.0.1:$port" --oauth-code-fd 0 --non-interactive)
+secret=4711-0815 expect 0 Office list "${log_in[@]}"
+secret=wrong expect 4 KAVRO_BROKER_ERR_AUTH_OAUTH_CODE_INVALID list "${log_in[@]}"
+echo "finding the broker: all as expected"

@@ -1,0 +1,231 @@
+#include "probe_test.h"
+
+#include "regcode/registration_code.h"
+#include "regcode/table_cache.h"
+#include "support/refusing_port.h"
+#include "trust/temporary_home.h"
+
+#include <boost/asio/ip/host_name.hpp>
+
+#include <algorithm>
+
+namespace kavro {
+namespace {
+
+using Timeouts = std::vector<std::chrono::milliseconds>;
+
+struct Probe : testing::Test {
+    /// Forgets the lines without this text.
+    static const std::vector<LogLine> &logged(std::string_view part) {
+        std::erase_if(CapturedLog::lines(), [part](const LogLine &line) {
+            return line.text.find(part) == std::string::npos;
+        });
+        return CapturedLog::lines();
+    }
+    static LogLine discovery(const std::string &text) { return {1, 2, 0, text}; }
+
+    CapturedLog log;
+};
+
+TEST_F(Probe, WhatAnswersAtAGivenPort) {
+    const Script own = answers(R"(<?xml version="1.0"?><kavro-client version="2.1"/>)");
+    const Script view = answers("<broker/>");
+    const Script absent = {handshake(), expect_request(), send("HTTP/1.1 404 Not Found\r\n\r\n")};
+    const Script hangs_up = {handshake(), expect_request(), rst()};
+    const Script mute = {handshake(), stall()};
+    const Script silent = {stall()};
+    const Script slow = {handshake(), expect_request(), drip(http_ok("<kavro-client/>"), 9, 20ms)};
+    const Timeouts ample = {10s, 10s}, first_short = {50ms, 10s}, both_short = {50ms, 100ms};
+    const struct {
+        const char *peer;
+        std::vector<Script> scripts;
+        Timeouts timeouts;
+        const char *found;
+        std::size_t connections;
+        const char *type;
+        const char *log = "";
+    } rows[] = {
+        {"own", {own}, ample, "KAVR", 1, "KAVRO_BROKER"},
+        {"View", {absent, view}, ample, "VIEW", 2, "VIEW_BROKER", ": 7 (POST_RESULT_NOT_HTTP_OK)"},
+        {"host", {hangs_up}, ample, "HARD", 3, "DIRECT_HARD_HOST", "_SOCKET_OR_SYS_FAILURE)"},
+        {"other's answers", {view, own, mute}, ample, "HARD", 3, "DIRECT_HARD_HOST"},
+        {"no XML", {answers("hi")}, ample, "HARD", 3, "DIRECT_HARD_HOST", "_MANGLED_RESPONSE)"},
+        {"no answers at first", {mute, mute, silent, own}, first_short, "KAVR", 4, "KAVRO_BROKER"},
+        {"slow at first",
+         {silent, silent, silent, slow},
+         first_short,
+         "KAVR",
+         4,
+         "KAVRO_BROKER",
+         "Cannot determine connection type.  Try longer timeout 10000 msec per protocol..."},
+        {"silent", {silent}, both_short, "9", 6, "UNKNOWN_BROKER"},
+        {"no TLS", {{send("SSH-2.0-Server\r\n")}}, ample, "9", 6, "UNKNOWN_BROKER"},
+        {"reset", {{expect_bytes(1), rst()}}, ample, "9", 1, "NON_EXISTENT_BROKER"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.peer);
+        const CapturedLog fresh;
+        const ScriptedPeer peer(row.scripts);
+        broker_query_impl finder({.timeouts = row.timeouts});
+        const std::string wanted = row.found == "9"s ? "9" : row.found + (" " + peer.port());
+        EXPECT_EQ(find(finder, "127.0.0.1", peer.port()), wanted);
+        EXPECT_EQ(peer.connection_count(), row.connections);
+        EXPECT_TRUE(std::ranges::any_of(CapturedLog::lines(), [&row](const LogLine &line) {
+            return line.text.find(row.log) != std::string::npos;
+        }));
+        const std::string result = "QueryBrokerClient result: ";
+        EXPECT_EQ(logged(result),
+                  std::vector{discovery(result + row.type + " on port " + peer.port())});
+    }
+}
+
+TEST_F(Probe, UsualPorts) {
+    const ScriptedPeer own({answers("<kavro-client/>")});
+    const ScriptedPeer view({answers("<other/>"), answers("<broker/>")});
+    const ScriptedPeer direct({{handshake()}});
+    const RefusingPort first, second, third;
+    const struct {
+        std::string broker, second_broker, direct_host, found;
+    } rows[] = {
+        {own.port(), second.port(), third.port(), "KAVR " + own.port()},
+        {first.port(), own.port(), third.port(), "KAVR " + own.port()},
+        {view.port(), second.port(), third.port(), "VIEW " + view.port()},
+        {first.port(), second.port(), direct.port(), "HARD " + direct.port()},
+        {first.port(), second.port(), third.port(), "9"},
+    };
+    for (const auto &row : rows) {
+        broker_query_impl finder({row.broker, row.second_broker, row.direct_host, {10s, 20s}});
+        CapturedLog::lines().clear();
+        EXPECT_EQ(find(finder, "127.0.0.1"), row.found);
+    }
+
+    std::erase_if(log.lines(), [](const LogLine &line) { return line.category != 1; });
+    const LogLine retry = discovery("No Kavro broker found on port " + first.port() +
+                                    ", retrying on port " + second.port() + ".");
+    EXPECT_EQ(log.lines(),
+              (std::vector{
+                  retry,
+                  discovery("Cannot determine connection type.  Try longer timeout 20000 msec per "
+                            "protocol..."),
+                  retry,
+                  discovery("Cannot determine connection type.  Abort connection."),
+                  discovery("QueryBrokerClient result: UNKNOWN_BROKER on port " + third.port()),
+              }));
+}
+
+/// Whoever answers gets to see this, so nothing else may be in it.
+TEST_F(Probe, WhatIsSentAndLogged) {
+    const std::string host_name = boost::asio::ip::host_name();
+    const std::string mac = "00:00:00:00:00:00"; // that of the loopback
+    const std::string greetings[] = {
+        "\r\n\r\n<?xml version=\"1.0\"?>\r\n<kavro-client version=\"2.1\">\r\n<hello>\r\n"
+        "<client-info>\r\n<product-name>QueryBrokerClient</product-name>\r\n"
+        "<product-version>1.0</product-version>\r\n<platform>Kavro</platform>\r\n"
+        "<locale>en_US</locale>\r\n<hostname>" +
+            host_name + "</hostname>\r\n<serial-number>" + mac +
+            "</serial-number>\r\n<device-name>" + host_name +
+            "</device-name>\r\n<kavro-unique-id>" + mac +
+            "</kavro-unique-id>\r\n</client-info>\r\n</hello>\r\n</kavro-client>\r\n",
+        "\r\n\r\n<?xml version=\"1.0\"?>\r\n<broker>\r\n</broker>\r\n",
+    };
+    const std::string paths[] = {"POST /kavro-broker/xml ", "POST /broker/xml "};
+    const ScriptedPeer peer({{handshake(), expect_request(),
+                              send(http_ok("<other/>", "Set-Cookie: follow=me; path=/\r\n"))}});
+    broker_query_impl finder;
+    EXPECT_EQ(find(finder, peer.address()), "HARD " + peer.port());
+    for (std::size_t i = 0; i < 2; ++i) {
+        const std::string sent = peer.record(i).received;
+        EXPECT_TRUE(sent.starts_with(paths[i]) && sent.ends_with(greetings[i])) << sent;
+        EXPECT_EQ(sent.find("Cookie:"), std::string::npos);
+        EXPECT_EQ(sent.find("Client-Log-Id:"), std::string::npos);
+    }
+    EXPECT_EQ(peer.record(2).received, "");
+
+    const auto entry = [](std::string text) {
+        return LogLine{0, 3, 0, "ENTRY: QueryBrokerClient::" + text};
+    };
+    auto begin = logged(" QueryBrokerClient::");
+    begin.resize(6);
+    EXPECT_EQ(begin, (std::vector{entry("QueryBrokerClient"), entry("try_next auto probe"),
+                                  entry("next_protocol 0"),
+                                  entry("handle_connect, Result.connect_result   = 0,"),
+                                  entry("handle_post_resp"), entry("try_next auto probe")}));
+    EXPECT_EQ(log.lines().back(), entry("~QueryBrokerClient"));
+}
+
+TEST_F(Probe, UnusableArgumentsAndUnknownNames) {
+    const struct {
+        std::string address;
+        std::optional<std::string> port;
+        const char *result;
+    } rows[] = {
+        {"", {}, "2"},
+        {"two words", {}, "2"},
+        {"broker.test\r\n", "443", "2"},
+        {"[::1", "443", "2"},
+        {"127.0.0.1", "abc", "2"},
+        {"127.0.0.1", "99999", "2"},
+        {"127.0.0.1", "-1", "2"},
+        {"broker.test", "443\r\n", "2"},
+        {"broker.test:70000", {}, "2"},
+        {std::string(300, 'a'), "443", "2"},
+        {"broker.test", "443", "9"},
+        {"UNKNOWN+123", {}, "9"},
+    };
+    ProbeSettings settings;
+    settings.lookup = [](auto &, auto &, boost::system::error_code &error) {
+        error = boost::asio::error::host_not_found;
+        return NameResolver::Endpoints();
+    };
+    broker_query_impl finder(settings);
+    for (const auto &[address, port, result] : rows)
+        EXPECT_EQ(find(finder, address, port), result) << address;
+}
+
+TEST_F(Probe, RegistrationCodeNeedsNoConnection) {
+    const TemporaryHome home;
+    write_table_cache(home.folder(), R"({"ABC": "https://broker.test"})");
+    set_cache_location(home.folder());
+    ProbeSettings settings;
+    settings.lookup = [](auto &, auto &, auto &) {
+        ADD_FAILURE() << "a name was looked up";
+        return NameResolver::Endpoints();
+    };
+    broker_query_impl finder(settings);
+    EXPECT_EQ(find(finder, "ABC+123"), "AWSK https://broker.test");
+    set_cache_location("");
+}
+
+TEST_F(Probe, SmallBuffersAndTheFinishedFlag) {
+    const ScriptedPeer peer({answers("<kavro-client/>")});
+    broker_query_impl finder;
+    std::uint32_t finished = 77, type = 77;
+    EXPECT_EQ(kavro_broker_get_type(&finder, &finished), KAVRO_BROKER_OK);
+    EXPECT_EQ(finished, 0u);
+    char small[] = "##", none[] = "#";
+    EXPECT_EQ(kavro_broker_find_type_extended(&finder, peer.address().c_str(), nullptr, &type, none,
+                                              0, small, 2),
+              KAVRO_BROKER_OK);
+    EXPECT_EQ(none, "#"s);
+    EXPECT_EQ(small, ""s);
+    EXPECT_EQ(kavro_broker_find_type(&finder, peer.address().c_str(), "1", &type), KAVRO_BROKER_OK);
+    EXPECT_EQ(type, std::uint32_t(KAVRO_BROKER_TYPE_KAVRO));
+    EXPECT_EQ(kavro_broker_get_type(&finder, &finished), KAVRO_BROKER_OK);
+    EXPECT_EQ(finished, 1u);
+}
+
+TEST_F(Probe, ASingleProtocolIsTriedOnceWithTheLongestTimeout) {
+    const ScriptedPeer peer({{handshake(), expect_request(), stall()}});
+    QueryBrokerClient probe("127.0.0.1", peer.port(), 1, {.timeouts = {10s, 100ms}});
+    std::optional<ProbeResult> found;
+    probe.get_broker_type([&found](const ProbeResult &result) { found = result; });
+    while (!found)
+        probe.run_io();
+    EXPECT_EQ(found->type, UNKNOWN_BROKER);
+    EXPECT_EQ(peer.connection_count(), 1u);
+    EXPECT_TRUE(peer.record(0).received.starts_with("POST /broker/xml "));
+    EXPECT_EQ(logged("try_next single probe").size(), 2u);
+}
+
+} // namespace
+} // namespace kavro

@@ -1,0 +1,264 @@
+#include "provisioning_test.h"
+#include "support/full_backlog.h"
+#include "support/refusing_port.h"
+#include "transport/io_silent_names.h"
+
+#include <gtest/gtest.h>
+#include <openssl/ssl.h>
+
+#include <thread>
+
+namespace kavro {
+namespace {
+
+constexpr auto ok = KAVRO_BROKER_OK;
+constexpr auto mangled = KAVRO_BROKER_ERR_MANGLED_RESPONSE;
+constexpr auto too_late = KAVRO_BROKER_ERR_SESSION_PROVISION_TIMEOUT;
+constexpr auto failed = KAVRO_BROKER_ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED;
+
+Script answering(std::string bytes) {
+    return {handshake(), expect_request(), send(std::move(bytes)), close_notify()};
+}
+
+/// XML without any element of that name: it has another one.
+std::string without(std::string xml, const std::string &name) {
+    for (const std::string &tag : {"<" + name + ">", "</" + name + ">"})
+        for (std::size_t at; (at = xml.find(tag)) != std::string::npos;)
+            xml.replace(at + tag.size() - name.size() - 1, name.size(), "other");
+    return xml;
+}
+
+class Provisioning : public testing::Test {
+    CapturedLog log_;
+};
+
+} // namespace
+
+TEST_F(Provisioning, RequestByteByByte) {
+    const std::string body = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n"
+                             "<kavro-client version=\"2.1\">\r\n"
+                             "<session-provision>\r\n"
+                             "<jsessionid>J&</jsessionid>\r\n"
+                             "<gateway-ticket>T<</gateway-ticket>\r\n"
+                             "<request-context>\r\n"
+                             "<amzn-request-id>R</amzn-request-id>\r\n"
+                             "</request-context>\r\n"
+                             "<client-info>\r\n"
+                             "<time-zone-windows></time-zone-windows>\r\n"
+                             "<locale>L</locale>\r\n"
+                             "</client-info>\r\n"
+                             "</session-provision>\r\n"
+                             "</kavro-client>\r\n"
+                             "\r\n";
+    EXPECT_EQ(std::string(session_provision_request("192.0.2.1", {"J&", "T<", "R", "", "L"})),
+              "POST /kavro-broker/xml HTTP/1.1\r\n"
+              "Host: 192.0.2.1Content-Type: text/xml charset=UTF-8Content-Length: " +
+                  std::to_string(body.size()) + "\r\n\r\n" + body);
+}
+
+TEST_F(Provisioning, TlsOptionsAreExactlyThese) {
+    auto tls = provisioning_tls();
+    EXPECT_EQ(SSL_CTX_get_options(tls.native_handle()), 0x96000854u);
+    EXPECT_EQ(SSL_CTX_get_verify_mode(tls.native_handle()), SSL_VERIFY_NONE);
+    EXPECT_NE(SSL_CTX_get_verify_callback(tls.native_handle()), nullptr);
+}
+
+TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
+    const ScriptedPeer server({answering(http_ok(provisioned()))},
+                              {.identity = self_signed_server({"x"})});
+    Allocation allocation(description("127.0.0.1", server.port()));
+    EXPECT_EQ(allocation.run(), ok) << allocation.message();
+    const std::string &address = allocation.connection().target_address;
+    EXPECT_TRUE(address == "127.0.0.1" || address == "::1") << address; // it was "localhost"
+    EXPECT_EQ(server.connection_count(), 1u);
+    const std::string request(session_provision_request(
+        "127.0.0.1", {"first", "TICKET", allocation.log_id(), "W. Europe Standard Time", "en_US"}));
+    EXPECT_EQ(server.record(0).received, request);
+    const std::string lines[] = {
+        "Session provisioner info ==> scheme=s, ip=127.0.0.1, port=" + server.port() +
+            ", aws-gateway-ticket=TICKET, leaf-cert= ",
+        "Connecting to provision server OK",
+        "Sending request to provison server ...",
+        "Number of bytes write: " + std::to_string(request.size()),
+        "Sending request to provision server OK!",
+    };
+    for (const std::string &line : lines)
+        EXPECT_EQ(CapturedLog::count(line), 1) << line;
+    EXPECT_TRUE(CapturedLog::holds("Provision result : <kavro-client"));
+    EXPECT_FALSE(CapturedLog::holds("first")) << "a cookie in the log";
+    EXPECT_FALSE(CapturedLog::holds("0123456789abcdef")) << "a connect tag in the log";
+}
+
+TEST_F(Provisioning, IsLeftOutWithoutADescription) {
+    Allocation allocation(target);
+    EXPECT_EQ(allocation.run(), ok);
+    EXPECT_FALSE(CapturedLog::holds("rovision"));
+}
+
+TEST_F(Provisioning, EveryMissingElementOfTheDescriptionIsReported) {
+    for (const std::string name :
+         {"provisioner", "provisioning-scheme", "ip-address", "port", "leaf-certificate",
+          "provisioning-variables", "variable", "name", "value"}) {
+        Allocation allocation(without(description("127.0.0.1", "1"), name));
+        EXPECT_EQ(allocation.run(), mangled) << name;
+        EXPECT_EQ(CapturedLog::count("Desktop connection handler: Could not find " + name + " tag"),
+                  1);
+        EXPECT_FALSE(CapturedLog::holds("Session provisioner info")) << name;
+    }
+}
+
+TEST_F(Provisioning, AnswersAndTheirResults) {
+    const std::string good = provisioned();
+    const auto telling = [](const std::string &xml) { return answering(http_ok(xml)); };
+    constexpr const char *unread = "Failed to get provision result: ";
+    const struct {
+        const char *what;
+        Script script;
+        kavro_broker_result result;
+        const char *message = "";
+    } rows[] = {
+        {"byte by byte", {handshake(), expect_request(), send_split(http_ok(good), 1)}, ok},
+        {"no length", answering("HTTP/1.1 200 OK\r\n\r\n" + good), ok},
+        {"XML alone", answering(good), ok},
+        {"XML alone, then cut", {handshake(), expect_request(), send(good), fin()}, ok},
+        {"no TLS", {expect_bytes(1), fin()}, failed, "Handshake failed: "},
+        {"reset", {handshake(), expect_request(), rst()}, failed, unread},
+        {"status 500", answering("HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n"), failed, unread},
+        {"no XML", telling("<a>"), failed, "The provision result is no XML"},
+        {"no root", telling("<broker/>"), failed, "Could not find kavro-client tag"},
+        {"no message", telling(without(good, "session-provision-resp")), failed,
+         "Could not find session-provision-resp tag"},
+        {"no result", telling(without(good, "result")), failed, "Could not find result tag"},
+        {"no result id", telling(without(good, "result-id")), failed,
+         "Could not find result-id tag"},
+        {"another id", telling(provisioned("session_provision_successful")), failed,
+         "Session provisioning failed: session_provision_successful in words"},
+        {"no target", telling(without(good, "target")), mangled},
+        {"no connect tag", telling(without(good, "connect-tag")), mangled},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        const ScriptedPeer server({row.script});
+        Allocation allocation(description("127.0.0.1", server.port()));
+        EXPECT_EQ(allocation.run(), row.result);
+        EXPECT_TRUE(allocation.message().starts_with(row.message)) << allocation.message();
+        EXPECT_TRUE(CapturedLog::holds(allocation.message()));
+        EXPECT_EQ(server.connection_count(), 1u) << "no second attempt";
+    }
+}
+
+TEST_F(Provisioning, ServersThatCannotBeReached) {
+    const RefusingPort refusing;
+    const struct {
+        std::string address, port;
+    } rows[] = {
+        {"127.0.0.1", refusing.port()},
+        {"", "443"},
+        {std::string(64, 'x'), "443"}, // too long a label: no name server is asked
+        {"127.0.0.1&#13;&#10;X: 1", "443"},
+        {"127.0.0.1", "abc"},
+        {"127.0.0.1", "99999"},
+    };
+    for (const auto &row : rows) {
+        Allocation allocation(description(row.address, row.port));
+        EXPECT_EQ(allocation.run(), failed) << row.address << ' ' << row.port;
+        EXPECT_TRUE(allocation.message().starts_with("Connecting to provision server failed : "))
+            << allocation.message();
+    }
+}
+
+TEST_F(Provisioning, TheServerMustShowTheAnnouncedCertificate) {
+    const auto base64 = [](const std::string &pem) {
+        const auto begin = pem.find('\n') + 1;
+        return pem.substr(begin, pem.find("-----END") - begin);
+    };
+    const ServerIdentity identity = self_signed_server({"127.0.0.1"});
+    const std::string other = trusted_server({"127.0.0.1"}).certificate;
+    std::string in_one_line = base64(identity.certificate);
+    std::erase(in_one_line, '\n');
+    const struct {
+        const char *what;
+        std::string leaf;
+        kavro_broker_result result;
+    } rows[] = {
+        {"PEM", identity.certificate, ok},
+        {"base64", base64(identity.certificate), ok},
+        {"base64 in one line", in_one_line, ok},
+        {"another, PEM", other, failed},
+        {"another, base64", base64(other), failed},
+        {"no certificate", "none", ok},
+        {"cut short", in_one_line.substr(0, 400), ok},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        const ScriptedPeer server({answering(http_ok(provisioned()))}, {.identity = identity});
+        Allocation allocation(description("127.0.0.1", server.port(), row.leaf));
+        EXPECT_EQ(allocation.run(), row.result) << allocation.message();
+        EXPECT_EQ(server.record(0).requests.size(), row.result == ok ? 1u : 0u);
+    }
+    EXPECT_TRUE(CapturedLog::holds("leaf certificate cannot be read"));
+}
+
+TEST_F(Provisioning, EndsInTimeOrOnCancelWhereverTheServerFallsSilent) {
+    for (const Script &script :
+         {Script{expect_bytes(1), stall()}, Script{handshake(), expect_request(), stall()},
+          Script{handshake(), expect_request(), drip(http_ok(provisioned()), 1, 50ms)}}) {
+        const ScriptedPeer server({script});
+        Allocation slow(description("127.0.0.1", server.port()), 300ms);
+        auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(slow.run(), too_late);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+        EXPECT_EQ(CapturedLog::count("Provisioning timeout, close the connection"), 1);
+        EXPECT_EQ(CapturedLog::count("Session provisioning timeout"), 1);
+
+        Allocation cancelled(description("127.0.0.1", server.port()), 30s);
+        std::thread canceller([&] {
+            server.wait_for(1, [](const PeerRecord &seen) { return !seen.received.empty(); });
+            start = std::chrono::steady_clock::now();
+            cancelled.cancel();
+        });
+        EXPECT_EQ(cancelled.run(), KAVRO_BROKER_ERR_CANCELLED);
+        canceller.join();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s); // promised are 200 ms
+        EXPECT_EQ(server.connection_count(), 2u) << "no second attempt";
+    }
+}
+
+TEST_F(Provisioning, ACancelThatComesFirstIsKeptForIt) {
+    const ScriptedPeer server({{stall()}});
+    ProvisioningCancel cancel;
+    cancel.cancel();
+    const auto run = [&](std::chrono::milliseconds timeout) {
+        SessionProvisioning provisioning({"", "127.0.0.1", server.port(), "", ""}, cancel, timeout);
+        return provisioning.run({}, {}).code;
+    };
+    EXPECT_EQ(run(30s), ERROR_CODE_CANCELLED);
+    cancel.reset();
+    EXPECT_EQ(run(100ms), ERROR_CODE_SESSION_PROVISION_TIMEOUT);
+}
+
+TEST_F(Provisioning, LookUpsAndConnectsThatNobodyAnswersDoNotHoldIt) {
+    const SilentNames silent;
+    const FullBacklog full;
+    auto tls = provisioning_tls();
+    const struct {
+        std::string host, port;
+        NameResolver::BlockingLookup lookup;
+    } rows[] = {
+        {"server.test", "443", silent.lookup()},
+        {"127.0.0.1", std::to_string(full.endpoint().port()), NameResolver::system_lookup},
+    };
+    for (const auto &row : rows) {
+        TlsExchange late(tls, 200ms, {}, row.lookup);
+        EXPECT_NE(late.connect(row.host, row.port), "");
+        EXPECT_TRUE(late.timed_out());
+
+        TlsExchange cancelled(tls, 30s, {}, row.lookup);
+        std::thread canceller([&] { cancelled.cancel(); });
+        EXPECT_NE(cancelled.connect(row.host, row.port), "");
+        canceller.join();
+        EXPECT_FALSE(cancelled.timed_out());
+    }
+}
+
+} // namespace kavro

@@ -1,0 +1,127 @@
+#include "table_folder.h"
+
+namespace kavro {
+namespace {
+
+constexpr std::size_t most = 16 * 1024 * 1024;
+
+class Conversion : public TableFolder {
+protected:
+    void put_bytes(std::string_view bytes) const {
+        std::ofstream(cache_file(), std::ios::binary) << bytes;
+    }
+};
+
+std::string repeated(std::string_view text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i)
+        all += text;
+    return all;
+}
+
+/// A table that says ABC is "right" and has something else in it, `depth` deep.
+std::string with_nested(int depth) {
+    return R"({"ABC": "right", "x": )" + repeated(R"({"a":)", depth - 1) + "1" +
+           repeated("}", depth);
+}
+
+} // namespace
+
+TEST_F(Conversion, LooksUpWhatStandsBeforeThePlusSign) {
+    write_table_cache(folder(), R"( {"ABC": "broker.example:443", "a": {"b": "nested", "": "?"},
+        "7": "digit", "le<ss": "less", "empty": "", "list": ["x"], "{[": "brackets",
+        "twice": "first", "twice": "second", "line": "two\nlines", "quote\"": "quote"})");
+    const struct {
+        std::string code;
+        std::string address;
+    } rows[] = {
+        {"ABC", "broker.example:443"},
+        {"ABC+xyz+", "broker.example:443"},
+        {"abc", ""},
+        {"", ""},
+        {"+ABC", ""},
+        {"a.b+c", "nested"},
+        {"a", ""},
+        {"a.b.c", ""},
+        {".", ""},
+        {"7", "digit"},
+        {"le<ss", "less"},
+        {"quote\"", "quote"},
+        {"{[", "brackets"},
+        {"empty", ""},
+        {"list", ""},
+        {"twice", "first"},
+        {"line", "two\nlines"},
+        {std::string("ABC\0", 4), ""},
+        {std::string(1'000'000, '.'), ""},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(convert(row.code), row.address) << row.code.substr(0, 20);
+    const LogLine found{KAVRO_BROKER_LOG_CATEGORY_DISCOVERY, KAVRO_BROKER_LOG_INFO, 0,
+                        "Found AWS broker address=broker.example:443"};
+    EXPECT_EQ(CapturedLog::lines().front(), found);
+    EXPECT_EQ(CapturedLog::count("Found AWS broker address=two\\x0Alines"), 1);
+
+    // Eight characters go, whatever they are.
+    EXPECT_EQ(convert_registration_code("12345678ABC"), "broker.example:443");
+    EXPECT_EQ(convert_registration_code("ABC"), "");
+}
+
+TEST_F(Conversion, NeedsAReadableTable) {
+    const struct {
+        const char *what;
+        std::string json;
+        const char *address;
+    } rows[] = {
+        {"list", R"(["right"])", ""},
+        {"nothing", "", ""},
+        {"XML", "<ABC>right</ABC>", ""},
+        {"not closed", R"({"ABC": "right")", ""},
+        {"something behind it", R"({"ABC": "right"} x)", ""},
+        {"as deep as can be", with_nested(64), "right"},
+        {"one deeper", with_nested(65), ""},
+        {"deep without end", "{\"\\\\\":" + std::string(most - 10, '['), ""},
+        {"too many values", R"({"ABC": "right", "x": [0)" + repeated(",0", 500'000) + "]}", ""},
+        {"as large as can be", R"({"ABC": "right"})" + std::string(most - 16, ' '), "right"},
+        {"one byte larger", R"({"ABC": "right"})" + std::string(most - 15, ' '), ""},
+    };
+    for (const auto &row : rows) {
+        write_table_cache(folder(), row.json);
+        EXPECT_EQ(convert("ABC"), row.address) << row.what;
+    }
+}
+
+TEST_F(Conversion, EveryCutAndEveryFlippedByteOfTheCacheIsNoticed) {
+    write_table_cache(folder(), R"({"ABC": "right", "DEF": "wrong"})");
+    const std::string good = cached_bytes();
+    ASSERT_EQ(convert("ABC"), "right");
+    for (std::size_t i = 0; i < good.size(); ++i) {
+        put_bytes(good.substr(0, i));
+        EXPECT_EQ(convert("ABC"), "") << "cut to " << i;
+        for (const char bits : {'\x01', '\xff'}) {
+            std::string flipped = good;
+            flipped[i] = static_cast<char>(flipped[i] ^ bits);
+            put_bytes(flipped);
+            EXPECT_EQ(convert("ABC"), "") << "byte " << i;
+        }
+    }
+    put_bytes(good + "x");
+    EXPECT_EQ(convert("ABC"), "") << "bytes behind the stream";
+}
+
+TEST_F(Conversion, NeedsALocation) {
+    write_table_cache(folder(), R"({"ABC": "right"})");
+    const struct {
+        std::string location;
+        const char *address;
+    } rows[] = {
+        {folder() + "/", "right"},    {"", ""},         {folder() + "/missing", ""},
+        {std::string(5000, 'x'), ""}, {"\xff\xfe", ""},
+    };
+    for (const auto &row : rows) {
+        set_cache_location(row.location);
+        EXPECT_EQ(convert("ABC"), row.address) << row.location.substr(0, 80);
+    }
+}
+
+} // namespace kavro

@@ -1,0 +1,130 @@
+#include "support/scripted_peer.h"
+#include "table_folder.h"
+
+namespace kavro {
+namespace {
+
+using namespace test_support;
+using namespace std::chrono_literals;
+
+constexpr const char *old_table = R"({"ABC": "old"})";
+constexpr const char *new_table = R"({"ABC": "new"})";
+
+class TableUpdate : public TableFolder {
+protected:
+    TableUpdate() {
+        write_table_cache(folder(), old_table);
+        before_ = cached_bytes();
+    }
+
+    static void update(const std::string &port, std::chrono::milliseconds timeout = 10s) {
+        CapturedLog::lines().clear();
+        update_lookup_table({"127.0.0.1", port, timeout});
+    }
+    void expect_old_table(const std::string &reason) const {
+        EXPECT_EQ(cached_bytes(), before_);
+        EXPECT_EQ(convert("ABC"), "old");
+        EXPECT_TRUE(CapturedLog::holds("Error updating table " + reason))
+            << testing::PrintToString(CapturedLog::lines());
+    }
+
+    TrustedCa trusted_;
+    std::string before_;
+};
+
+Script answering(std::string bytes) {
+    return {handshake(), expect_request(), send(std::move(bytes)), close_notify()};
+}
+
+std::string with(std::string_view header) {
+    return "HTTP/1.1 200 OK\r\n" + std::string(header) + "\r\n\r\n{}";
+}
+
+} // namespace
+
+TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
+    const std::string bytes = http_ok(new_table, "Server: x\r\n");
+    for (const Script &script :
+         {answering(bytes), {handshake(), expect_request(), send_split(bytes, 1)}}) {
+        write_table_cache(folder(), old_table);
+        const ScriptedPeer peer({script});
+        update(peer.port());
+        EXPECT_EQ(read_table_cache(folder()), new_table);
+        EXPECT_EQ(convert("ABC"), "new");
+        EXPECT_EQ(peer.record(0).received,
+                  "GET /cm-lookup.cfg HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        EXPECT_FALSE(CapturedLog::holds("Error"));
+    }
+}
+
+TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
+    constexpr const char *in_head = "Read response header failed (";
+    constexpr const char *in_body = "Read response body failed (";
+    constexpr const char *no_object = "The table is no JSON object";
+    constexpr const char *in_handshake = "Handshake failed (";
+    const ServerIdentity good = trusted_server({"127.0.0.1"});
+    const struct {
+        const char *what;
+        Script script;
+        const char *reason;
+        ServerIdentity identity;
+    } rows[] = {
+        {"refusal", answering("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head, good},
+        {"no HTTP", answering("SSH-2.0\r\n\r\n"), in_head, good},
+        {"length in another case", answering(with("content-length: 2")), no_object, good},
+        {"length of something else", answering(with("X-Content-Length: 2")), no_object, good},
+        {"negative length", answering(with("Content-Length: -1")), in_head, good},
+        {"length over the limit", answering(with("Content-Length: 16777217")), in_head, good},
+        {"head without end", answering(std::string(70'000, 'x')), in_head, good},
+        {"cut in the body", answering(with("Content-Length: 3")), in_body, good},
+        {"reset", {handshake(), expect_request(), rst()}, in_head, good},
+        {"list", answering(http_ok("[]")), no_object, good},
+        {"no JSON", answering(http_ok("{ABC}")), "", good},
+        {"no TLS", {send("HTTP/1.1 200 OK\r\n\r\n")}, in_handshake, good},
+        {"unknown authority", {handshake()}, in_handshake, untrusted_server({"127.0.0.1"})},
+        {"another name", {handshake()}, in_handshake, trusted_server({"other.test"})},
+        {"expired", {handshake()}, in_handshake, expired_server({"127.0.0.1"})},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.what);
+        const ScriptedPeer peer({row.script}, {.identity = row.identity});
+        update(peer.port());
+        expect_old_table(row.reason);
+    }
+    update("not a port");
+    expect_old_table("Connection failed (");
+
+    const ScriptedPeer silent_on_length({answering(with("Server: x"))});
+    update(silent_on_length.port());
+    expect_old_table(no_object);
+    EXPECT_EQ(CapturedLog::count("There is no content to read"), 1);
+}
+
+TEST_F(TableUpdate, HasOneDeadlineForEverything) {
+    for (const Script &script :
+         {Script{stall()}, Script{handshake(), stall()},
+          Script{handshake(), expect_request(), drip(http_ok(std::string(1000, ' ')), 1, 20ms)}}) {
+        const ScriptedPeer peer({script});
+        const auto start = std::chrono::steady_clock::now();
+        update(peer.port(), 300ms);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+        expect_old_table("Timeout while downloading the regcode table.");
+    }
+}
+
+TEST_F(TableUpdate, NeedsAServiceAndALocation) {
+    update_lookup_table({});
+    expect_old_table("This build knows no registration service");
+    const ScriptedPeer peer({answering(http_ok(new_table))});
+    set_cache_location(folder() + "/missing");
+    update(peer.port());
+    EXPECT_TRUE(CapturedLog::holds("Error updating table conversion_table.dat cannot be written"));
+    EXPECT_TRUE(CapturedLog::holds("Error reading cached table conversion_table.dat"));
+    set_cache_location({});
+    update(peer.port());
+    EXPECT_EQ(CapturedLog::count("Error updating table Cache location not specified"), 1);
+    EXPECT_FALSE(CapturedLog::holds("Error reading"));
+    EXPECT_EQ(peer.connection_count(), 1u);
+}
+
+} // namespace kavro

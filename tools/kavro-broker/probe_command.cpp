@@ -1,0 +1,98 @@
+#include "api.h"
+#include "command.h"
+#include "display_text.h"
+#include "registration_table.h"
+#include "report.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+
+namespace kavro_cli {
+namespace {
+
+using TypeFinder = Owned<kavro_broker_type_finder, kavro_broker_free_type_finder>;
+
+struct Kind {
+    uint32_t type;
+    const char *word;
+    const char *noun;
+};
+
+constexpr Kind kinds[] = {
+    {KAVRO_BROKER_TYPE_KAVRO, "broker", "A connection broker"},
+    {KAVRO_BROKER_TYPE_AWS, "hosted-broker", "A hosted connection broker"},
+    {KAVRO_BROKER_TYPE_VIEW, "view-broker", "A View broker"},
+    {KAVRO_BROKER_TYPE_DIRECT_HOST, "direct-host",
+     "A host that takes connections without a broker"},
+};
+
+/// What answers, and where.
+struct Finding {
+    const Kind *kind;
+    std::string address, port;
+};
+
+Finding find(const Options &options, const Surroundings &surroundings) {
+    if (!options.registration_code.empty())
+        update_registration_table(options, surroundings);
+    const auto &asked =
+        options.registration_code.empty() ? options.broker_host : options.registration_code;
+    const auto *port = options.broker_port.empty() ? nullptr : options.broker_port.c_str();
+    kavro_broker_type_finder handle = nullptr;
+    require(kavro_broker_create_type_finder(&handle));
+    const TypeFinder finder(handle);
+
+    uint32_t type = 0;
+    std::array<char, 2049> resolved{};
+    std::array<char, 8> answering{};
+    const Interruption::Watch watch(surroundings.interruption,
+                                    [handle] { kavro_broker_cancel_find_type(handle); });
+    const auto result = wait_for("Looking who answers", surroundings, [&] {
+        return kavro_broker_find_type_extended(handle, asked.c_str(), port, &type, resolved.data(),
+                                               resolved.size(), answering.data(), answering.size());
+    });
+    require(result);
+    const auto *kind = std::ranges::find(kinds, type, &Kind::type);
+    if (kind == std::end(kinds))
+        throw Failure(KAVRO_BROKER_ERR_NO_BROKER_FOUND);
+    if (type == KAVRO_BROKER_TYPE_AWS)
+        return {kind, resolved.data(), {}};
+    return {kind, asked, answering.data()};
+}
+
+void run(const Options &options, const Surroundings &surroundings) {
+    const auto [kind, address, port] = find(options, surroundings);
+    if (options.json)
+        return report_success({{"kind", kind->word}, {"address", address}, {"port", port}},
+                              surroundings);
+    surroundings.out << visible(fmt::format("{} answers at {}{}.", kind->noun, address,
+                                            port.empty() ? "" : ", port " + port))
+                     << '\n';
+}
+
+} // namespace
+
+constexpr Command probe_command{
+    "probe",
+    "Find out what kind of broker answers at an address",
+    "Tells whether a connection broker, a View broker or a host that needs none answers at the\n"
+    "address, and at which port. Certificates are not checked, and nothing secret is sent: this\n"
+    "machine's name and hardware address are.\n\n"
+    "Examples:\n"
+    "  kavro-broker probe broker.example\n"
+    "  kavro-broker probe broker.example:8443 --json",
+    false,
+    false,
+    [](CLI::App &app, Options &options) {
+        add_address_options(app, "HOST",
+                            "Where to look, as HOST[:PORT]; without a port those that are usual",
+                            options)
+            ->type_name("");
+    },
+    nullptr,
+    run,
+};
+
+} // namespace kavro_cli
