@@ -1,0 +1,67 @@
+"""Guards the library's speed by what does not depend on the machine's mood: instructions and system
+calls, those of the floor being the measure."""
+
+import re
+import subprocess
+import sys
+import tempfile
+
+from measure import Responder
+
+# Work, its size, and how much of the floor's instructions it may cost: what was measured when the
+# limit was set, and a tenth more for other versions of the libraries underneath.
+INSTRUCTION_LIMITS = [
+    ("small", "system", 1.15),
+    ("list", "authority", 4.90),
+]
+# System calls of one exchange, with room for what the kernel delivers in other pieces.
+SYSTEM_CALL_LIMITS = [("small", 36), ("list", 65)]
+LIST_DESKTOPS = 1000
+
+
+def instructions(command, work):
+    done = subprocess.run(
+        ["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command],
+        input=work, text=True, check=True, capture_output=True)
+    return int(re.search(r"Collected : (\d+)", done.stderr)[1])
+
+
+def system_calls(command, work):
+    with tempfile.NamedTemporaryFile("r") as counts:
+        subprocess.run(["strace", "-f", "-c", "-o", counts.name, *command], input=work, text=True,
+                       check=True, capture_output=True)
+        return int(re.search(r"(\d+)\s+(?:\d+\s+)?total", counts.read())[1])
+
+
+def per_exchange(count, command, kind):
+    """The difference between few and many leaves out the start of the process and what it learns
+    with the first exchange."""
+    few, many = (2, 12) if kind == "small" else (1, 4)
+    exchanges = (many - few) * (2 if kind == "small" else 1)
+    warm = "small 1\n"
+    return (count(command, f"{warm}{kind} {many}\n") - count(command, f"{warm}{kind} {few}\n")) / exchanges
+
+
+def check(what, value, limit):
+    verdict = "ok" if value <= limit else "TOO MUCH"
+    print(f"{what:55} {value:8.2f}  limit {limit:6.2f}  {verdict}", flush=True)
+    return value <= limit
+
+
+def main(programs):
+    passed = True
+    with Responder(programs, LIST_DESKTOPS) as responder:
+        for kind, trust, limit in INSTRUCTION_LIMITS:
+            trusted = responder.system_trust() if trust == "system" else None
+            floor = per_exchange(instructions, responder.command("floor"), kind)
+            ours = per_exchange(instructions, responder.command("library", trusted), kind)
+            passed &= check(f"instructions of a {kind} exchange, of the floor's {floor / 1e6:.2f} M",
+                            ours / floor, limit)
+        for kind, limit in SYSTEM_CALL_LIMITS:
+            calls = per_exchange(system_calls, responder.command("library"), kind)
+            passed &= check(f"system calls of a {kind} exchange", calls, limit)
+    return 0 if passed else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))

@@ -1,0 +1,101 @@
+// This library through its C interface, verified, with its log formatted as a caller would.
+#include "contender.h"
+
+#include "kavro_broker.h"
+#include "kavro_broker_extras.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+using namespace bench;
+
+namespace {
+
+/// Formats short messages and walks over the long ones, as whoever passes them on would.
+void log_line(int32_t, int32_t, int32_t, const char *format, va_list arguments) {
+    static volatile std::size_t logged;
+    (void)logged;
+    char line[1024];
+    if (std::strcmp(format, "%s") == 0)
+        logged = std::strlen(va_arg(arguments, const char *));
+    else
+        logged = static_cast<std::size_t>(std::vsnprintf(line, sizeof line, format, arguments));
+}
+
+void check(kavro_broker_result result, const char *what) {
+    if (result != KAVRO_BROKER_OK)
+        throw std::runtime_error(std::string(what) + ": " + kavro_broker_result_name(result));
+}
+
+class Library final : public Contender {
+public:
+    explicit Library(const Setup &setup) {
+        ::setenv("SSL_CERT_FILE", setup.trust_file.c_str(), 1);
+        ::setenv("SSL_CERT_DIR", "/nonexistent", 1);
+        kavro_broker_set_log_function(log_line);
+        if (!setup.log)
+            kavro_broker_set_log_level(KAVRO_BROKER_LOG_ERROR);
+        check(kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &broker_), "create");
+        kavro_broker_set_broker_address(broker_, "127.0.0.1", setup.port.c_str());
+        kavro_broker_set_client_info(broker_, "bench", "1.0", "Linux");
+    }
+    ~Library() override {
+        kavro_broker_free_desktop_list(list_);
+        kavro_broker_free(broker_);
+    }
+
+    void hello_and_operation() override {
+        kavro_broker_set_locale(broker_, "en_US"); // the broker must be greeted again
+        operation();
+    }
+
+    void list() override {
+        kavro_broker_free_desktop_list(list_);
+        list_ = nullptr;
+        check(kavro_broker_request_desktop_list(broker_, &list_), "list");
+    }
+
+    std::vector<Desktop> desktops() override {
+        uint32_t count = 0;
+        check(kavro_broker_get_num_desktops(list_, &count), "count");
+        std::vector<Desktop> desktops(count);
+        for (uint32_t index = 0; index < count; ++index) {
+            Desktop &desktop = desktops[index];
+            desktop.name = text(kavro_broker_get_desktop_name, index);
+            desktop.id = text(kavro_broker_get_desktop_id, index);
+            desktop.type = text(kavro_broker_get_desktop_type, index);
+            desktop.state = text(kavro_broker_get_desktop_state, index);
+            desktop.health = text(kavro_broker_get_desktop_health, index);
+            uint8_t allowed = 0;
+            kavro_broker_get_desktop_operation_allowed(list_, index, 0, &allowed);
+            desktop.restart_allowed = allowed != 0;
+        }
+        return desktops;
+    }
+
+private:
+    void operation() {
+        check(kavro_broker_perform_desktop_operation(broker_, "desktop", 0), "operation");
+    }
+
+    template <class Get>
+    std::string text(Get get, uint32_t index) {
+        char buffer[256];
+        size_t length = sizeof buffer;
+        check(get(list_, index, buffer, &length), "text");
+        return {buffer, length - 1};
+    }
+
+    kavro_broker_handle broker_ = nullptr;
+    kavro_broker_desktop_list list_ = nullptr;
+};
+
+} // namespace
+
+int main(int argc, char **argv) {
+    return run_contender(argc, argv,
+                         [](const Setup &setup) { return std::make_unique<Library>(setup); });
+}

@@ -1,0 +1,143 @@
+"""The benchmark: measures all contenders and keeps docs/performance.md and its plot current."""
+
+import pathlib
+import statistics
+import subprocess
+import sys
+import tempfile
+
+from measure import CONTENDERS, Responder, cold_run, rotation, running
+
+DOCS = pathlib.Path(__file__).resolve().parent.parent / "docs"
+SIZES = [10, 1000, 10_000, 100_000]
+TRANSPORTS = [("TLS 1.3, P-256", "ec-p256", "1.3"), ("TLS 1.3, RSA-2048", "rsa-2048", "1.3"),
+              ("TLS 1.2, RSA-2048", "rsa-2048", "1.2")]
+MARKS = "<!-- measured: begin -->", "<!-- measured: end -->"
+
+
+def ratio_to_floor(results, name, key):
+    """Median over the rounds of what one took against what the floor took in the same round."""
+    return statistics.median(
+        ours[key] / floor[key] for ours, floor in zip(results[name], results["floor"]))
+
+
+def row(title, results, key, unit=1000):
+    floor = statistics.median(result[key] for result in results["floor"]) / unit
+    ratios = [f"{ratio_to_floor(results, name, key):.2f}" for name in CONTENDERS if name != "floor"]
+    print(f"{title}: floor {floor:.2f} ms, {', '.join(ratios)}", flush=True)
+    return f"| {title} | {floor:.2f} ms | " + " | ".join(ratios) + " |"
+
+
+def small_rows(programs, rounds):
+    for title, key, tls in TRANSPORTS:
+        with Responder(programs, key=key, tls=tls) as responder:
+            yield small_row(f"small request, {title}", responder, rounds)
+    with Responder(programs) as responder:
+        bundle = responder.system_trust()
+        yield small_row("small request, the system's trust", responder, rounds,
+                        lambda name: None if name == "floor" else bundle)
+
+
+def small_row(title, responder, rounds, trust_of=lambda name: None):
+    with running(responder, CONTENDERS, trust_of) as contenders:
+        rotation(contenders, "small 2", 1)
+        return row(title, rotation(contenders, "small 10", rounds), "cpu_us")
+
+
+def cold_row(programs, rounds):
+    with Responder(programs) as responder:
+        bundle = responder.system_trust()
+        results = {name: [] for name in CONTENDERS}
+        for _ in range(rounds):
+            for name in CONTENDERS:
+                trust = None if name == "floor" else bundle
+                wall, _ = cold_run(responder, name, trust, "small 1\n")
+                results[name].append({"wall_us": wall})
+        return row("cold process, first request, the system's trust, wall", results, "wall_us")
+
+
+def agreed(results):
+    digests = {result["digest"] for name, rounds in results.items() if name != "floor"
+               for result in rounds}
+    if len(digests) != 1:
+        raise SystemExit("the contenders do not agree on the list")
+
+
+def list_measurements(programs, rounds):
+    """Time and memory by the length of the list."""
+    for size in SIZES:
+        with Responder(programs, size) as responder:
+            with running(responder, CONTENDERS) as contenders:
+                rotation(contenders, "list 1", 1)
+                few = max(3, rounds // 3) if size == SIZES[-1] else rounds
+                results = rotation(contenders, f"list {max(1, 2000 // size)}", few)
+            agreed(results)
+            growth = {}
+            for name in CONTENDERS:
+                _, (before, after) = cold_run(responder, name, None, "small 1\nlist 1\n")
+                growth[name] = (after["peak_kb"] - before["peak_kb"]) * 1024 / responder.list_bytes
+            yield size, responder.list_bytes, results, growth
+
+
+def median_ms(results, name, key="cpu_us"):
+    return statistics.median(result[key] for result in results[name]) / 1000
+
+
+def plot(lists):
+    names = list(CONTENDERS)
+    with tempfile.NamedTemporaryFile("w", suffix=".dat") as data:
+        for size, _, results, growth in lists:
+            columns = [median_ms(results, name) for name in names]
+            columns += [growth[name] for name in names]
+            print(size, *columns, file=data)
+        data.flush()
+        lines = lambda first: ", ".join(
+            f"'{data.name}' using 1:{first + i} with linespoints lw 2 pt 7 title '{name}'"
+            for i, name in enumerate(names))
+        script = f"""
+            set terminal pngcairo size 1100,480 font 'sans,10'
+            set output '{DOCS / "performance.png"}'
+            set multiplot layout 1,2
+            set logscale x; set xlabel 'desktops in the list'; set key left top; set grid
+            set logscale y; set ylabel 'CPU time, ms'; plot {lines(2)}
+            unset logscale y; set yrange [0:8]; set xrange [500:200000]
+            set ylabel 'peak memory growth, multiples of the document'; plot {lines(2 + len(names))}
+        """
+        subprocess.run(["gnuplot"], input=script, text=True, check=True)
+
+
+def list_tables(lists):
+    names = list(CONTENDERS)
+    lines = []
+    for size, list_bytes, results, _ in lists:
+        lines.append(row(f"list of {size:,} ({list_bytes / 1e6:.2f} MB)", results, "cpu_us"))
+    lines += ["", "Peak memory growth of a cold process with the first list, in multiples of the document:",
+              "", "| Desktops | " + " | ".join(names) + " |", "|---|" + "---|" * len(names)]
+    for size, _, _, growth in lists:
+        if size >= 1000:
+            lines.append(f"| {size:,} | " + " | ".join(f"{growth[name]:.2f}" for name in names) + " |")
+    by_size = {size: results for size, _, results, _ in lists}
+    lines += ["", "CPU time for each desktop of 100,000 against each of 1,000: " + ", ".join(
+        f"{name} {median_ms(by_size[100_000], name) / median_ms(by_size[1000], name) / 100:.2f}"
+        for name in names) + "."]
+    copy = median_ms(by_size[10_000], "library", "copy_us")
+    lines += ["", f"To copy all of the list of 10,000 out through the accessors took {copy:.1f} ms more."]
+    return lines
+
+
+def main(programs, rounds):
+    header = ["| Work | Floor | " + " | ".join(f"{name}, x floor" for name in CONTENDERS
+                                               if name != "floor") + " |",
+              "|---|---|" + "---|" * (len(CONTENDERS) - 1)]
+    smalls = [*small_rows(programs, rounds), cold_row(programs, 2 * rounds)]
+    lists = list(list_measurements(programs, rounds))
+    measured = [MARKS[0], *header, *smalls, *list_tables(lists), MARKS[1]]
+    note = DOCS / "performance.md"
+    text = note.read_text()
+    before, after = text.index(MARKS[0]), text.index(MARKS[1]) + len(MARKS[1])
+    note.write_text(text[:before] + "\n".join(measured) + text[after:])
+    plot(lists)
+
+
+if __name__ == "__main__":
+    main(sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 15)

@@ -1,0 +1,43 @@
+#include "http_reading.h"
+
+#include <charconv>
+#include <optional>
+#include <string>
+
+// A chunked body is its chunks one behind the other. A decoder that knows nothing of pieces and
+// limits says what that is.
+
+namespace {
+
+std::optional<std::string> decoded(std::string_view rest) {
+    for (std::string body;;) {
+        const auto line_end = rest.find("\r\n");
+        if (line_end == std::string_view::npos)
+            return std::nullopt;
+        const auto digits = rest.substr(0, std::min(rest.find(';'), line_end));
+        std::size_t size = 0;
+        const auto number = std::from_chars(digits.begin(), digits.end(), size, 16);
+        rest.remove_prefix(line_end + 2);
+        if (number.ec != std::errc() || number.ptr != digits.end())
+            return std::nullopt;
+        if (size == 0)
+            return body;
+        if (size > rest.size() || !rest.substr(size).starts_with("\r\n"))
+            return std::nullopt;
+        body += rest.substr(0, size);
+        rest.remove_prefix(size + 2);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    const std::string chunks(fuzz::as_text(data, size));
+    const auto reading =
+        fuzz::read_at_once("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks);
+    const auto body = decoded(chunks);
+    fuzz::promise(body.has_value() == (reading.state == fuzz::State::complete),
+                  "ends as it should");
+    fuzz::promise(std::string_view(body.value_or("")) == reading.body, "the sum of its chunks");
+    return 0;
+}

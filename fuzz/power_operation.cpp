@@ -1,0 +1,14 @@
+#include "kavro/src/power_operation.h"
+#include "answer.h"
+
+// The answer to a power operation: a success needs no words.
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    const auto result =
+        fuzz::read_answer(fuzz::as_text(data, size), [](kavro::XmlNode message, std::string_view) {
+            return kavro::read_power_operation(message);
+        });
+    fuzz::promise(result.code != kavro::ERROR_CODE_NONE || result.message.empty(),
+                  "no words with a success");
+    return 0;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "utils/src/broker_utils.h"
+
+#include <boost/property_tree/detail/rapidxml.hpp>
+
+#include <optional>
+#include <string>
+
+namespace fuzz {
+
+namespace rapidxml = boost::property_tree::detail::rapidxml;
+
+/// A zero character stands in XML as a reference only.
+inline void append_value(std::string &out, const rapidxml::xml_base<char> &item) {
+    for (const char c : std::string_view(item.value(), item.value_size()))
+        c == '\0' ? void(out += "&#0;") : kavro::append_escaped_xml(out, {&c, 1});
+}
+
+inline void append_second_reading(std::string &out, const rapidxml::xml_node<char> &node) {
+    const std::string name(node.name(), node.name_size());
+    (out += '<') += name;
+    for (auto *attribute = node.first_attribute(); attribute != nullptr;
+         attribute = attribute->next_attribute()) {
+        (out += ' ').append(attribute->name(), attribute->name_size()) += "=\"";
+        append_value(out, *attribute);
+        out += '"';
+    }
+    out += '>';
+    for (auto *child = node.first_node(); child != nullptr; child = child->next_sibling()) {
+        if (child->type() == rapidxml::node_element)
+            append_second_reading(out, *child);
+        else
+            append_value(out, *child);
+    }
+    (out += "</") += name + '>';
+}
+
+/// The first element of a document as another parser reads it, written as append_xml() does;
+/// nothing when it finds the document malformed. It descends recursively: for documents known to be
+/// shallow.
+inline std::optional<std::string> second_reading(std::string document) {
+    rapidxml::xml_document<char> tree;
+    try {
+        tree.parse<rapidxml::parse_validate_closing_tags>(document.data());
+    } catch (const rapidxml::parse_error &) {
+        return std::nullopt;
+    }
+    const auto *node = tree.first_node();
+    while (node != nullptr && node->type() != rapidxml::node_element)
+        node = node->next_sibling();
+    std::string text;
+    if (node != nullptr)
+        append_second_reading(text, *node);
+    return text;
+}
+
+} // namespace fuzz
