@@ -184,8 +184,8 @@ TEST_F(Probe, UnusableArgumentsAndUnknownNames) {
 
 TEST_F(Probe, RegistrationCodeNeedsNoConnection) {
     const TemporaryHome home;
-    write_table_cache(home.folder(), R"({"ABC": "https://broker.test"})");
-    set_cache_location(home.folder());
+    write_table_cache(home.folder().string(), R"({"ABC": "https://broker.test"})");
+    set_cache_location(home.folder().string());
     ProbeSettings settings;
     settings.lookup = [](auto &, auto &, auto &) {
         ADD_FAILURE() << "a name was looked up";

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <random>
+#include <thread>
 
 // The bundle that is built when it is asked for, against OpenSSL's own copy of it.
 
@@ -147,6 +149,24 @@ TEST(AnchorBundle, VerdictsAreThoseOfOpenSsl) {
         }
     }
     EXPECT_GT(trusted, 100);
+}
+
+TEST(AnchorBundle, ManyThreadsMayAskForTheSameAnchorAtOnce) {
+    const test_support::TemporaryHome folder;
+    const std::string path = folder.folder().string() + "/bundle.pem";
+    std::ofstream(path) << trusted_root().certificate_pem();
+    const Identity leaf = server(trusted_root());
+    for (int round = 0; round < 50; ++round) {
+        const X509StoreHandle store = bundle_store(path);
+        std::atomic<int> trusted = 0;
+        std::vector<std::jthread> threads;
+        for (int count = 0; count < 4; ++count)
+            threads.emplace_back([&] {
+                trusted += verdict(store.get(), leaf.certificate.get(), nullptr) == X509_V_OK;
+            });
+        threads.clear();
+        EXPECT_EQ(trusted, 4);
+    }
 }
 
 TEST(AnchorBundle, TheSystemsOwnAnchorsAllCount) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -82,6 +83,21 @@ TEST(BrokerLog, NullDoesNotReplaceTheFunctions) {
     report_session_log_id("4711");
     EXPECT_EQ(reported_session_id, "4711");
     EXPECT_EQ(log.lines(), expected);
+}
+
+TEST(BrokerLog, HigherSeveritiesThanWantedAreDropped) {
+    constexpr LogSeverity severities[] = {LogSeverity::banner, LogSeverity::error,
+                                          LogSeverity::info, LogSeverity::debug,
+                                          LogSeverity::verbose};
+    for (const int32_t highest : {-1, 0, 1, 2, 3, 4, 99}) {
+        const CapturedLog log;
+        set_log_level(highest);
+        for (const LogSeverity severity : severities)
+            broker_log(LogCategory::general, severity, 0, "text");
+        const auto wanted = static_cast<std::size_t>(std::clamp(highest, 0, 4)) + 1;
+        EXPECT_EQ(log.lines().size(), wanted) << highest;
+        EXPECT_EQ(is_logged(LogSeverity::info), highest >= 2);
+    }
 }
 
 TEST(BrokerLog, WhatHooksThrowDoesNotComeBack) {

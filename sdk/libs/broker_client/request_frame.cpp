@@ -79,6 +79,9 @@ void run_step(broker_client_impl &handle, eERROR_CODE without_answer,
         } catch (const std::exception &failure) {
             abandon_operation(*handle.protocol);
             handle.result = {ERROR_CODE_SOCKET_OR_SYS_FAILURE, failure.what(), {}, {}};
+        } catch (...) { // a plug-in may throw anything
+            abandon_operation(*handle.protocol);
+            handle.result = {ERROR_CODE_SOCKET_OR_SYS_FAILURE, {}, {}, {}};
         }
     }
     if (handle.cancelled())

@@ -1,5 +1,7 @@
 #include "transport/anchor_bundle.h"
 
+#include "utils/src/base64.h"
+
 #include <openssl/asn1.h>
 
 #include <filesystem>
@@ -90,21 +92,18 @@ std::uint32_t value_key(Bytes value) {
     return key;
 }
 
-std::optional<std::vector<std::uint8_t>> decoded(std::string_view base64) {
-    const std::unique_ptr<EVP_ENCODE_CTX, OpenSslRelease<EVP_ENCODE_CTX_free>> decoder(
-        EVP_ENCODE_CTX_new());
-    std::vector<std::uint8_t> der(base64.size());
-    int size = 0;
-    int rest = 0;
-    EVP_DecodeInit(decoder.get());
-    const bool readable = EVP_DecodeUpdate(decoder.get(), der.data(), &size,
-                                           reinterpret_cast<const unsigned char *>(base64.data()),
-                                           static_cast<int>(base64.size())) >= 0 &&
-                          EVP_DecodeFinal(decoder.get(), der.data() + size, &rest) == 1;
-    if (!readable)
-        return std::nullopt;
-    der.resize(static_cast<std::size_t>(size + rest));
-    return der;
+/// Hands out a certificate that the store holds, without a reference of its own. The store's may be
+/// another than the one just added: two threads may have built the same.
+int lend(X509_STORE *store, const X509_NAME *subject, X509_OBJECT *found) {
+    X509_STORE_lock(store);
+    const X509_OBJECT *const kept =
+        X509_OBJECT_retrieve_by_subject(X509_STORE_get0_objects(store), X509_LU_X509, subject);
+    X509 *const certificate = kept != nullptr ? X509_OBJECT_get0_X509(kept) : nullptr;
+    const bool lent = certificate != nullptr && X509_OBJECT_set1_X509(found, certificate) == 1;
+    if (lent)
+        X509_free(certificate);
+    X509_STORE_unlock(store);
+    return lent ? 1 : 0;
 }
 
 int find_by_subject(X509_LOOKUP *lookup, X509_LOOKUP_TYPE type, const X509_NAME *subject,
@@ -116,9 +115,10 @@ int find_by_subject(X509_LOOKUP *lookup, X509_LOOKUP_TYPE type, const X509_NAME 
             *static_cast<const AnchorBundle *>(X509_LOOKUP_get_method_data(lookup));
         const auto certificates = bundle.find(subject);
         // The store keeps all of them, because the caller goes on to choose among those it has.
+        X509_STORE *const store = X509_LOOKUP_get_store(lookup);
         for (const auto &certificate : certificates)
-            X509_STORE_add_cert(X509_LOOKUP_get_store(lookup), certificate.get());
-        return certificates.empty() ? 0 : X509_OBJECT_set1_X509(found, certificates.front().get());
+            X509_STORE_add_cert(store, certificate.get());
+        return certificates.empty() ? 0 : lend(store, subject, found);
     } catch (...) {
         return 0; // no memory; nothing is thrown through OpenSSL
     }
@@ -187,7 +187,7 @@ bool AnchorBundle::index() {
         if (!starts_line || !rest.starts_with(begin) || size == std::string_view::npos)
             return false;
         const std::string_view base64 = rest.substr(begin.size(), size - begin.size());
-        const auto certificate = decoded(base64);
+        const auto certificate = decode_base64(base64);
         const auto subject = certificate ? subject_of(*certificate) : std::nullopt;
         if (!subject)
             return false;
@@ -201,7 +201,7 @@ std::vector<X509Handle> AnchorBundle::find(const X509_NAME *subject) const {
     std::vector<X509Handle> found;
     const auto look_at = [&](auto first, auto last) {
         for (; first != last; ++first) {
-            const auto der = decoded(first->second);
+            const auto der = decode_base64(first->second);
             const unsigned char *bytes = der->data();
             X509Handle certificate(d2i_X509(nullptr, &bytes, static_cast<long>(der->size())));
             if (certificate &&

@@ -119,9 +119,12 @@ const char *XmlNode::end() const {
 }
 
 bool XmlNode::has_mixed_content() const {
+    XmlNode element = child();
+    if (!element)
+        return false;
     const std::string_view whole = content();
     const char *at_text = whole.data();
-    for (XmlNode element = child(); element; element = element.next()) {
+    for (; element; element = element.next()) {
         if (xml::skip_white(at_text) != at(element.place().start))
             return true;
         at_text = element.end();

@@ -37,7 +37,7 @@ public:
 
     /// What stands between the tags, as it is spelt.
     std::string_view content() const;
-    /// Whether there is more than white space beside the children, comments included.
+    /// Whether there is more than white space beside its children, comments included.
     bool has_mixed_content() const;
 
     /// How much of the document the element takes up.

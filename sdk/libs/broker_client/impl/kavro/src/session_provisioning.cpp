@@ -2,10 +2,9 @@
 
 #include "kavro/src/envelope.h"
 #include "transport/xml_message_log.h"
+#include "utils/src/base64.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/cert_chain.h"
-
-#include <openssl/evp.h>
 
 #include <stdexcept>
 
@@ -44,29 +43,13 @@ XmlNode required(XmlNode parent, const char *name) {
     return child;
 }
 
-Der decode_base64(std::string_view text) {
-    const std::unique_ptr<EVP_ENCODE_CTX, OpenSslRelease<EVP_ENCODE_CTX_free>> decoder(
-        EVP_ENCODE_CTX_new());
-    Der bytes(text.size());
-    int decoded = 0;
-    int rest = 0;
-    EVP_DecodeInit(decoder.get());
-    if (EVP_DecodeUpdate(decoder.get(), bytes.data(), &decoded,
-                         reinterpret_cast<const unsigned char *>(text.data()),
-                         static_cast<int>(text.size())) < 0 ||
-        EVP_DecodeFinal(decoder.get(), bytes.data() + decoded, &rest) != 1)
-        return {};
-    bytes.resize(static_cast<std::size_t>(decoded + rest));
-    return bytes;
-}
-
 /// The certificate that a text stands for; empty when it stands for none.
 Der read_certificate(std::string_view text) {
     Security::cX509_CERT_CHAIN certificate;
     if (certificate.set_cert(0, text))
         return certificate.entries().front();
-    Der der = decode_base64(text);
-    return Security::decode_certificate(der) ? der : Der();
+    const auto der = decode_base64(text);
+    return der && Security::decode_certificate(*der) ? *der : Der();
 }
 
 } // namespace
