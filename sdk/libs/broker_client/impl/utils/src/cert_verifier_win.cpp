@@ -8,6 +8,7 @@
 
 #include <wincrypt.h>
 
+#include <cstddef>
 #include <memory>
 
 namespace kavro {
@@ -51,7 +52,9 @@ std::string display_name(PCCERT_CONTEXT certificate) {
 
 ChainEngine create_chain_engine() {
     CERT_CHAIN_ENGINE_CONFIG settings{};
-    settings.cbSize = sizeof settings;
+    // As every system knows it: what later ones have added behind is not used, and not known to
+    // all.
+    settings.cbSize = offsetof(CERT_CHAIN_ENGINE_CONFIG, hExclusiveRoot);
     HCERTCHAINENGINE engine = nullptr;
     CertCreateCertificateChainEngine(&settings, &engine);
     return ChainEngine(engine);
