@@ -4,6 +4,7 @@
 #include "interruption.h"
 #include "secret.h"
 
+#include <cstddef>
 #include <memory>
 
 namespace kavro_cli {
@@ -18,6 +19,11 @@ void restore_terminal();
 
 /// Whether standard error shows on a terminal that understands control sequences.
 bool stderr_is_terminal();
+
+inline constexpr std::size_t longest_line = 64 * 1024;
+
+/// Reads one byte from a descriptor; false at the end of the input.
+bool read_character(int descriptor, char &character, const Interruption &interruption);
 
 /// Reads one line without its end from a descriptor, and not a byte more, so that several secrets
 /// may follow each other on one descriptor. False when the input ends before a line has begun.

@@ -20,8 +20,6 @@ namespace {
 /// How long an interruption may go unnoticed while the user is asked.
 constexpr int poll_interval_ms = 50;
 
-constexpr std::size_t longest_line = 64 * 1024;
-
 /// The terminal whose echo is off, so that any thread can switch it on again.
 struct SilencedTerminal {
     int descriptor;
@@ -60,18 +58,6 @@ void wait_until_readable(int descriptor, const Interruption &interruption) {
     while (ready == 0 || (ready < 0 && errno == EINTR)) {
         interruption.check();
         ready = poll(&waiting, 1, poll_interval_ms);
-    }
-}
-
-/// False at the end of the input.
-bool read_character(int descriptor, char &character, const Interruption &interruption) {
-    for (;;) {
-        wait_until_readable(descriptor, interruption);
-        const auto count = read(descriptor, &character, 1);
-        if (count >= 0)
-            return count == 1;
-        if (errno != EINTR && errno != EAGAIN)
-            throw std::system_error(errno, std::generic_category());
     }
 }
 
@@ -136,20 +122,15 @@ bool stderr_is_terminal() {
     return isatty(STDERR_FILENO) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
-bool read_line(int descriptor, Secret &line, const Interruption &interruption) {
-    line.clear();
-    char character = 0;
-    bool begun = false;
-    while (read_character(descriptor, character, interruption)) {
-        begun = true;
-        if (character == '\n')
-            break;
-        if (line.size() == longest_line)
-            throw std::system_error(std::make_error_code(std::errc::value_too_large));
-        line.push_back(character);
+bool read_character(int descriptor, char &character, const Interruption &interruption) {
+    for (;;) {
+        wait_until_readable(descriptor, interruption);
+        const auto count = read(descriptor, &character, 1);
+        if (count >= 0)
+            return count == 1;
+        if (errno != EINTR && errno != EAGAIN)
+            throw std::system_error(errno, std::generic_category());
     }
-    wipe(&character, 1);
-    return begun;
 }
 
 } // namespace kavro_cli

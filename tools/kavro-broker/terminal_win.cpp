@@ -19,8 +19,6 @@ namespace {
 /// How long an interruption may go unnoticed while input is waited for.
 constexpr DWORD poll_interval_ms = 50;
 
-constexpr std::size_t longest_line = 64 * 1024;
-
 /// The console's own ends, whatever the standard ones were redirected to.
 HANDLE open_console(const wchar_t *name) {
     return CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -137,15 +135,6 @@ void wait_until_readable(int descriptor, const Interruption &interruption) {
         interruption.pause(std::chrono::milliseconds(poll_interval_ms));
 }
 
-/// False at the end of the input.
-bool read_character(int descriptor, char &character, const Interruption &interruption) {
-    wait_until_readable(descriptor, interruption);
-    const int count = _read(descriptor, &character, 1);
-    if (count < 0)
-        throw std::system_error(errno, std::generic_category());
-    return count == 1;
-}
-
 } // namespace
 
 std::unique_ptr<Console> open_terminal(const Interruption &interruption) {
@@ -168,20 +157,12 @@ bool stderr_is_terminal() {
            SetConsoleMode(error, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
-bool read_line(int descriptor, Secret &line, const Interruption &interruption) {
-    line.clear();
-    char character = 0;
-    bool begun = false;
-    while (read_character(descriptor, character, interruption)) {
-        begun = true;
-        if (character == '\n')
-            break;
-        if (line.size() == longest_line)
-            throw std::system_error(std::make_error_code(std::errc::value_too_large));
-        line.push_back(character);
-    }
-    wipe(&character, 1);
-    return begun;
+bool read_character(int descriptor, char &character, const Interruption &interruption) {
+    wait_until_readable(descriptor, interruption);
+    const int count = _read(descriptor, &character, 1);
+    if (count < 0)
+        throw std::system_error(errno, std::generic_category());
+    return count == 1;
 }
 
 } // namespace kavro_cli
