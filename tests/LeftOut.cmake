@@ -6,7 +6,9 @@ set(left_out_tests
   LocalMacAddress.AgreesWithWhatTheSystemSaysOfEachInterface
   TimezoneWindows.NamesTheZoneOfTheSystem
   # A variable that is set to nothing is not set.
-  CertStoreCacheTest.FileIsWhereHomeSays)
+  CertStoreCacheTest.FileIsWhereHomeSays
+  # A program with so long a path cannot be started there.
+  Plugin.IsNotLookedForWhereThePathIsTooLong)
 
 # Source files of programs that are otherwise the same.
 set(left_out_sources

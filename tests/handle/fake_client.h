@@ -150,6 +150,7 @@ private:
 struct FakeHandle {
     FakeHandle() {
         handle->create(KAVRO_BROKER_TYPE_DIRECT_HOST, BrokerClientHandle(client));
+        client->calls.clear(); // some systems have anchors to hand over at once
         handle->address = "broker.test";
         handle->port = "8443";
         handle->auth.method = client->auth.method = AuthMethod::none;

@@ -79,7 +79,7 @@ std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key) {
 TrustedCa::TrustedCa(const std::string &authority_pem) : folder_(fresh_folder()) {
     const fs::path file = folder_ / "authority.pem";
     const fs::path empty_folder = folder_ / "none";
-    std::ofstream(file) << authority_pem;
+    std::ofstream(file, std::ios::binary) << authority_pem;
     fs::create_directory(empty_folder);
     file_before_ = exchange_variable(X509_get_default_cert_file_env(), file.string());
     folder_before_ = exchange_variable(X509_get_default_cert_dir_env(), empty_folder.string());

@@ -75,8 +75,10 @@ void PeerConnection::run(const Script &script) {
 
 void PeerConnection::interrupt() {
     error_code ignored;
-    if (socket().is_open())
-        socket().shutdown(tcp::socket::shutdown_both, ignored);
+    if (!socket().is_open())
+        return;
+    socket().shutdown(tcp::socket::shutdown_both, ignored);
+    socket().cancel(ignored); // on Windows a read that is under way does not notice the shutdown
 }
 
 void PeerConnection::handshake() {

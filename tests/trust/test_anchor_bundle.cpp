@@ -128,8 +128,8 @@ TEST(AnchorBundle, VerdictsAreThoseOfOpenSsl) {
         leaves.push_back(server(roots.back(), {.key = "ec-p256"}));
     }
     int trusted = 0;
-    for (int round = 0; round < 40; ++round) {
-        std::ofstream bundle(path, std::ios::trunc);
+    for (int round = 0; round < 25; ++round) {
+        std::ofstream bundle(path, std::ios::binary);
         for (const auto *candidates : {&roots, &links}) {
             for (const Identity &candidate : *candidates)
                 bundle << (speller.below(3) == 0 ? candidate.certificate_pem() : "# left out\n");
@@ -148,13 +148,13 @@ TEST(AnchorBundle, VerdictsAreThoseOfOpenSsl) {
             trusted += expected == X509_V_OK;
         }
     }
-    EXPECT_GT(trusted, 100);
+    EXPECT_GT(trusted, 60);
 }
 
 TEST(AnchorBundle, ManyThreadsMayAskForTheSameAnchorAtOnce) {
     const test_support::TemporaryHome folder;
     const std::string path = folder.folder().string() + "/bundle.pem";
-    std::ofstream(path) << trusted_root().certificate_pem();
+    std::ofstream(path, std::ios::binary) << trusted_root().certificate_pem();
     const Identity leaf = server(trusted_root());
     for (int round = 0; round < 50; ++round) {
         const X509StoreHandle store = bundle_store(path);
@@ -207,7 +207,7 @@ TEST(AnchorBundle, AnythingButAListOfCertificatesIsLeftToOpenSsl) {
         {changed("-----BEGIN CERTIFICATE-----\n", "-----BEGIN CERTIFICATE-----\nA: b\n\n"), false},
     };
     for (const auto &[text, readable] : rows) {
-        std::ofstream(path, std::ios::trunc) << text;
+        std::ofstream(path, std::ios::binary) << text;
         EXPECT_EQ(AnchorBundle::read(path).has_value(), readable) << text;
     }
     EXPECT_FALSE(AnchorBundle::read(folder.folder().string()));

@@ -47,6 +47,13 @@ std::string summary(int added, int count) {
            std::to_string(count) + " certificates added successfully.";
 }
 
+bool trusts(const X509StoreHandle &store, const Identity &identity) {
+    const std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>> context(
+        X509_STORE_CTX_new());
+    X509_STORE_CTX_init(context.get(), store.get(), identity.certificate.get(), nullptr);
+    return X509_verify_cert(context.get()) == 1;
+}
+
 } // namespace
 
 TEST(TrustAnchors, UselessOnesAreLeftOut) {
@@ -106,25 +113,19 @@ TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
     namespace fs = std::filesystem;
     const test_support::TrustedCa trusted(trusted_root().certificate_pem());
     const fs::path bundle = std::getenv(X509_get_default_cert_file_env());
-    const auto trusts = [](const X509StoreHandle &store, const Identity &anchor) {
-        const std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>> context(
-            X509_STORE_CTX_new());
-        X509_STORE_CTX_init(context.get(), store.get(), anchor.certificate.get(), nullptr);
-        return X509_verify_cert(context.get()) == 1;
-    };
     kavro::TrustAnchors anchors;
     const Identity own = self_signed();
     anchors.own.emplace_back(X509_dup(own.certificate.get()));
     TrustStore plain;
     TrustStore with_own(std::move(anchors));
     for (TrustStore *store : {&plain, &with_own}) {
-        std::ofstream(bundle) << trusted_root().certificate_pem();
+        std::ofstream(bundle, std::ios::binary) << trusted_root().certificate_pem();
         const X509StoreHandle first = store->current();
         EXPECT_EQ(store->current(), first);
         EXPECT_TRUE(trusts(first, trusted_root()));
         EXPECT_FALSE(trusts(first, strange_root()));
 
-        std::ofstream(bundle, std::ios::app) << strange_root().certificate_pem();
+        std::ofstream(bundle, std::ios::binary | std::ios::app) << strange_root().certificate_pem();
         const X509StoreHandle second = store->current();
         EXPECT_EQ(store->current(), second);
         EXPECT_TRUE(trusts(second, trusted_root()));
@@ -138,6 +139,35 @@ TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
         const X509StoreHandle fourth = store->current();
         EXPECT_FALSE(trusts(fourth, trusted_root()));
         EXPECT_EQ(trusts(fourth, own), store == &with_own);
+    }
+}
+
+TEST(TrustAnchors, ThoseOfTheSystemCountOnlyOnTheWayToARoot) {
+    const test_support::TrustedCa nobody("");
+    const Identity issuer = authority(strange_root());
+    const Identity leaf = server(issuer);
+    const struct {
+        const char *what;
+        std::vector<Identity> of_system;
+        std::vector<Identity> own;
+        bool trusted;
+    } cases[] = {
+        {"an issuer", {issuer}, {}, false},
+        {"an issuer and its root", {issuer, strange_root()}, {}, true},
+        {"an issuer, beside a caller's other", {issuer}, {trusted_root()}, false},
+        {"both, beside a caller's other", {issuer, strange_root()}, {trusted_root()}, false},
+        {"a root, and the issuer is the caller's", {strange_root()}, {issuer}, true},
+        {"the issuer is the caller's", {}, {issuer}, true},
+    };
+    const auto copied = [](const std::vector<Identity> &identities) {
+        std::vector<X509Handle> certificates;
+        for (const Identity &identity : identities)
+            certificates.emplace_back(X509_dup(identity.certificate.get()));
+        return certificates;
+    };
+    for (const auto &row : cases) {
+        TrustStore store({copied(row.of_system), copied(row.own)});
+        EXPECT_EQ(trusts(store.current(), leaf), row.trusted) << row.what;
     }
 }
 

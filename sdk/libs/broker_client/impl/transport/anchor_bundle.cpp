@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 
 namespace kavro {
@@ -168,8 +167,10 @@ std::optional<AnchorBundle> AnchorBundle::read(const std::string &path) {
     std::error_code missing;
     if (!std::filesystem::is_regular_file(path, missing))
         return std::nullopt;
+    std::string text(std::filesystem::file_size(path, missing), '\0');
     std::ifstream file(path, std::ios::binary);
-    AnchorBundle bundle({std::istreambuf_iterator<char>(file), {}});
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    AnchorBundle bundle(std::move(text));
     if (!file || !bundle.index())
         return std::nullopt;
     return bundle;

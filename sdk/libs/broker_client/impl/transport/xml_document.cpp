@@ -21,38 +21,12 @@ std::string_view take_between(std::string_view &text, std::string_view opening,
 
 } // namespace
 
-XmlNode::XmlNode(const XmlDocument *document, std::size_t index, std::size_t siblings_end)
-    : document_(index < siblings_end ? document : nullptr),
-      index_(static_cast<std::uint32_t>(index)),
-      siblings_end_(static_cast<std::uint32_t>(siblings_end)) {}
-
-const xml::IndexedElement &XmlNode::place() const {
-    return document_->elements_[index_];
-}
-
-const char *XmlNode::at(std::uint32_t offset) const {
-    return document_->text_.data() + offset;
-}
-
-const char *XmlNode::name_end() const {
-    return xml::find(at(place().start) + 1, xml::ends_name);
-}
-
-std::string_view XmlNode::name() const {
-    return {at(place().start) + 1, name_end()};
-}
-
 std::size_t XmlNode::size() const {
     return place().close - place().start;
 }
 
 std::shared_ptr<const XmlDocument> XmlNode::document() const {
     return document_->shared_from_this();
-}
-
-bool XmlNode::next_attribute(const char *&at, RawAttribute &attribute) {
-    at = xml::skip_white(at);
-    return *at != '>' && *at != '/' && xml::read_attribute(at, attribute) == nullptr;
 }
 
 std::optional<std::string> XmlNode::attribute(std::string_view name) const {
@@ -67,28 +41,12 @@ std::optional<std::string> XmlNode::attribute(std::string_view name) const {
     return std::nullopt;
 }
 
-XmlNode XmlNode::child() const {
-    return {document_, index_ + std::size_t{1}, place().next};
-}
-
 XmlNode XmlNode::child(std::string_view name) const {
     return child().first_named(name);
 }
 
-XmlNode XmlNode::next() const {
-    return {document_, place().next, siblings_end_};
-}
-
 XmlNode XmlNode::next(std::string_view name) const {
     return next().first_named(name);
-}
-
-/// Most other names have another length, which is told at once; but not beyond the document's end.
-bool XmlDocument::is_named(const xml::IndexedElement &element, std::string_view name) const {
-    const char *const start = text_.data() + element.start + 1;
-    return name.size() < element.close - element.start &&
-           xml::is(start[name.size()], xml::ends_name) &&
-           std::string_view(start, name.size()) == name;
 }
 
 /// This one or the first of those behind it.
@@ -102,17 +60,8 @@ XmlNode XmlNode::first_named(std::string_view name) const {
     return {document_, index, siblings_end_};
 }
 
-std::string_view XmlNode::content() const {
-    const char *tag_end = name_end();
-    for (RawAttribute attribute; next_attribute(tag_end, attribute);) {
-    }
-    if (*tag_end == '/')
-        return {};
-    return {tag_end + 1, at(place().close)};
-}
-
 const char *XmlNode::end() const {
-    const char *close = at(place().close);
+    const char *close = text_at(place().close);
     while (*close != '>')
         ++close;
     return close + 1;
@@ -125,7 +74,7 @@ bool XmlNode::has_mixed_content() const {
     const std::string_view whole = content();
     const char *at_text = whole.data();
     for (; element; element = element.next()) {
-        if (xml::skip_white(at_text) != at(element.place().start))
+        if (xml::skip_white(at_text) != text_at(element.place().start))
             return true;
         at_text = element.end();
     }
@@ -142,7 +91,7 @@ void XmlNode::visit_content(OnText on_text, OnChild on_child) const {
         if (plain != 0)
             on_text(rest.substr(0, plain), false);
         rest.remove_prefix(plain);
-        if (element && rest.data() == at(element.place().start)) {
+        if (element && rest.data() == text_at(element.place().start)) {
             on_child(element);
             rest.remove_prefix(static_cast<std::size_t>(element.end() - rest.data()));
             element = element.next();

@@ -36,7 +36,9 @@ public:
     XmlNode next(std::string_view name) const;
 
     /// What stands between the tags, as it is spelt.
-    std::string_view content() const;
+    std::string_view content() const {
+        return for_each_attribute([](const xml::RawAttribute &) {});
+    }
     /// Whether there is more than white space beside its children, comments included.
     bool has_mixed_content() const;
 
@@ -45,26 +47,33 @@ public:
     /// The document, for who keeps texts that are views of it.
     std::shared_ptr<const XmlDocument> document() const;
 
-    /// Calls `visit` with every attribute as it is spelt.
+    /// Calls `visit` with every attribute as it is spelt, and returns the content().
     template <class Visit>
-    void for_each_attribute(Visit visit) const {
+    std::string_view for_each_attribute(Visit visit) const {
         const char *at = name_end();
         for (xml::RawAttribute attribute; next_attribute(at, attribute);)
             visit(attribute);
+        return *at == '/' ? std::string_view() : std::string_view(at + 1, text_at(place().close));
     }
 
 private:
     friend class XmlDocument;
     friend void append_xml(std::string &out, XmlNode element);
 
-    XmlNode(const XmlDocument *document, std::size_t index, std::size_t siblings_end);
+    XmlNode(const XmlDocument *document, std::size_t index, std::size_t siblings_end)
+        : document_(index < siblings_end ? document : nullptr),
+          index_(static_cast<std::uint32_t>(index)),
+          siblings_end_(static_cast<std::uint32_t>(siblings_end)) {}
 
     XmlNode first_named(std::string_view name) const;
     const xml::IndexedElement &place() const;
-    const char *at(std::uint32_t offset) const;
+    const char *text_at(std::uint32_t offset) const;
     const char *name_end() const;
     /// Reads on from the name's end, or from where the last attribute ended, up to the tag's end.
-    static bool next_attribute(const char *&at, xml::RawAttribute &attribute);
+    static bool next_attribute(const char *&at, xml::RawAttribute &attribute) {
+        at = xml::skip_white(at);
+        return *at != '>' && *at != '/' && xml::read_attribute(at, attribute) == nullptr;
+    }
     /// Behind the end tag.
     const char *end() const;
     template <class OnText, class OnChild>
@@ -105,10 +114,42 @@ private:
 
     explicit XmlDocument(SecureText text) : text_(std::move(text)) {}
 
-    bool is_named(const xml::IndexedElement &element, std::string_view name) const;
+    /// Most other names have another length, which is told at once; but not beyond the text's end.
+    bool is_named(const xml::IndexedElement &element, std::string_view name) const {
+        const char *const start = text_.data() + element.start + 1;
+        return name.size() < element.close - element.start &&
+               xml::is(start[name.size()], xml::ends_name) &&
+               std::string_view(start, name.size()) == name;
+    }
 
     SecureText text_;
     xml::ElementIndex elements_;
 };
+
+// Called so often that the calls themselves would count.
+
+inline const xml::IndexedElement &XmlNode::place() const {
+    return document_->elements_[index_];
+}
+
+inline const char *XmlNode::text_at(std::uint32_t offset) const {
+    return document_->text_.data() + offset;
+}
+
+inline const char *XmlNode::name_end() const {
+    return xml::find(text_at(place().start) + 1, xml::ends_name);
+}
+
+inline std::string_view XmlNode::name() const {
+    return {text_at(place().start) + 1, name_end()};
+}
+
+inline XmlNode XmlNode::child() const {
+    return {document_, index_ + std::size_t{1}, place().next};
+}
+
+inline XmlNode XmlNode::next() const {
+    return {document_, place().next, siblings_end_};
+}
 
 } // namespace kavro

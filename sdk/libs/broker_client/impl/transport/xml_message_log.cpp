@@ -182,18 +182,19 @@ private:
         const std::size_t name_begin = text_.size();
         append_shown(text_, name);
         const std::size_t name_size = text_.size() - name_begin;
-        element.for_each_attribute([&](const xml::RawAttribute &attribute) {
-            write_attribute(attribute);
-            if (asks_to_hide(attribute))
-                secrecy = Secrecy::token;
-        });
+        const std::string_view content =
+            element.for_each_attribute([&](const xml::RawAttribute &attribute) {
+                write_attribute(attribute);
+                if (asks_to_hide(attribute))
+                    secrecy = Secrecy::token;
+            });
         text_ += '>';
         if (secrecy == Secrecy::token)
             text_ += mask;
         else if (secrecy == Secrecy::connect_tag && direction_ == MessageDirection::received)
             write_connect_tag(element.text(buffer_));
         else
-            write_content(element, depth);
+            write_content(element, content, depth);
         text_ += "</";
         text_.append(text_, name_begin, name_size);
         text_ += ">\n";
@@ -219,13 +220,13 @@ private:
         text_ += '"';
     }
 
-    void write_content(XmlNode element, std::size_t depth) {
+    void write_content(XmlNode element, std::string_view content, std::size_t depth) {
         XmlNode child = element.child();
         if (!child)
-            return write_text(element);
+            return write_text(element, content);
         // Behind a comment or the like there may still be nothing to see.
         if (element.has_mixed_content() && !is_blank(element.text(buffer_)))
-            write_text(element);
+            write_text(element, content);
         text_ += '\n';
         for (; child; child = child.next())
             write_element(child, depth + 1);
@@ -233,10 +234,9 @@ private:
     }
 
     /// A text that needs no care needs no decoding either.
-    void write_text(XmlNode element) {
-        const std::string_view spelt = element.content();
-        if (std::ranges::none_of(spelt, is_special))
-            text_ += spelt;
+    void write_text(XmlNode element, std::string_view content) {
+        if (std::ranges::none_of(content, is_special))
+            text_ += content;
         else
             append_shown(text_, element.text(buffer_));
     }

@@ -1,8 +1,7 @@
 #include "kavro/src/desktop_list.h"
 
 #include <algorithm>
-#include <new>
-#include <numeric>
+#include <compare>
 
 namespace kavro {
 
@@ -14,6 +13,24 @@ Value *copied(std::pmr::memory_resource &memory, std::span<const Value> values) 
     void *const room = memory.allocate(values.size_bytes(), alignof(Value));
     return std::uninitialized_copy(values.begin(), values.end(), static_cast<Value *>(room)) -
            values.size();
+}
+
+/// What desktops are ordered by. The beginnings of most ids differ, which is told without a look at
+/// the texts.
+struct SortKey {
+    std::uint64_t beginning;
+    std::string_view id;
+    std::uint32_t index;
+
+    auto operator<=>(const SortKey &) const = default;
+};
+
+/// The first bytes of an id as a number of the same order.
+std::uint64_t beginning_of(std::string_view id) {
+    std::uint64_t beginning = 0;
+    for (std::size_t i = 0; i < sizeof beginning; ++i)
+        beginning = beginning << 8 | (i < id.size() ? static_cast<unsigned char>(id[i]) : 0U);
+    return beginning;
 }
 
 } // namespace
@@ -29,13 +46,20 @@ cDESKTOP_LIST_RESULT::Texts DesktopList::keep(cDESKTOP_LIST_RESULT::Texts texts)
 }
 
 void DesktopList::sort() {
-    const auto id = [this](std::uint32_t index) { return desktops_[index].resource_id; };
-    order_.resize(desktops_.size());
-    std::iota(order_.begin(), order_.end(), 0U);
-    std::ranges::stable_sort(order_, {}, id);
-    const auto kept = std::unique(order_.rbegin(), order_.rend(),
-                                  [id](auto a, auto b) { return id(a) == id(b); });
-    order_.erase(order_.begin(), kept.base());
+    std::vector<SortKey> keys;
+    keys.reserve(desktops_.size());
+    for (const cDESKTOP_LIST_RESULT &desktop : desktops_)
+        keys.push_back({beginning_of(desktop.resource_id), desktop.resource_id,
+                        static_cast<std::uint32_t>(keys.size())});
+    std::ranges::sort(keys);
+    order_.clear();
+    order_.reserve(keys.size());
+    for (const SortKey &key : keys) {
+        if (!order_.empty() && desktops_[order_.back()].resource_id == key.id)
+            order_.back() = key.index;
+        else
+            order_.push_back(key.index);
+    }
 }
 
 } // namespace kavro

@@ -81,7 +81,7 @@ eERROR_CODE code_of(const ResultTable<ResultRow> &table, std::string_view id);
 /// Where the text of one element goes.
 template <class Record, class Text = std::string>
 struct TextField {
-    const char *element;
+    std::string_view element; ///< a literal
     Text Record::*member;
     bool required = true;
 };
@@ -95,7 +95,7 @@ MissingTag read_fields(XmlNode parent, const TextField<Record, Text> (&fields)[N
         if (const XmlNode child = parent.child(field.element))
             record.*field.member = text_of(child);
         else if (field.required)
-            return field.element;
+            return field.element.data();
     }
     return nullptr;
 }

@@ -84,23 +84,24 @@ bool write_new_file(const std::wstring &path, const std::string &content) {
            written == content.size() && FlushFileBuffers(file.get()) != 0;
 }
 
+bool is_folder(const std::wstring &path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
 /// A file that somebody reads at this moment cannot be replaced; readers are soon done.
 bool move_over(const std::wstring &from, const std::wstring &to) {
-    constexpr int attempts = 100;
-    constexpr DWORD pause_ms = 5;
-    for (int attempt = 0; attempt < attempts; ++attempt) {
-        if (MoveFileExW(from.c_str(), to.c_str(),
-                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0)
-            return true;
+    constexpr ULONGLONG patience_ms = 2000;
+    const ULONGLONG start = GetTickCount64();
+    while (MoveFileExW(from.c_str(), to.c_str(),
+                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {
         const DWORD error = GetLastError();
-        const DWORD attributes = GetFileAttributesW(to.c_str());
-        const bool is_folder =
-            attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (is_folder || (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION))
+        const bool in_use = error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION;
+        if (!in_use || is_folder(to) || GetTickCount64() - start > patience_ms)
             return false;
-        Sleep(pause_ms);
+        Sleep(1);
     }
-    return false;
+    return true;
 }
 
 } // namespace
