@@ -1,42 +1,10 @@
-#include "api_arguments.h"
 #include "broker.h"
 #include "broker_client_impl.h"
+#include "exports.h"
 #include "kavro/src/kavro_broker_client.h"
-
-#include <string_view>
 
 // Any exports in any order with any arguments, beside a broker that answers anything: nothing but
 // the codes that the header states.
-
-namespace {
-
-struct Export {
-    std::string_view name;
-    kavro_broker_result (*call)(fuzz::Arguments &, bool only_small_numbers);
-};
-
-constexpr Export exports[] = {
-#define EXPORT(function)                                                                           \
-    {#function, [](fuzz::Arguments &a, bool small) { return a.call(function, small); }},
-#include "exports.inc"
-#undef EXPORT
-};
-
-/// A number out of range is a programming error of the caller, or asks for gigabytes.
-bool takes_small_numbers(std::string_view name) {
-    return name.ends_with("_perform_desktop_operation") || name.ends_with("_create_variable_list");
-}
-
-/// Only what needs the broker fails like it.
-bool is_documented(std::string_view name, kavro_broker_result result) {
-    if (name.starts_with("kavro_broker_set_"))
-        return result == 0 || result == 2;
-    if (name.starts_with("kavro_broker_get_") && name != "kavro_broker_get_auth_method")
-        return result == 0 || result == 2 || result == 3 || result == 7 || result == 8;
-    return kavro_broker_result_name(result) != std::string_view("UNKNOWN") && result != 101;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     fuzz::Input input(data, size);
@@ -56,9 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     kavro_broker_set_client_info(&handle, "fuzzer", "1.0", "Linux");
     fuzz::Arguments arguments(input, &handle, texts);
     while (input.remaining_bytes() != 0) {
-        const Export &next = input.PickValueInArray(exports);
-        const auto result = next.call(arguments, takes_small_numbers(next.name));
-        fuzz::promise(is_documented(next.name, result), next.name.data());
+        const fuzz::Export &next = input.PickValueInArray(fuzz::exports);
+        const auto result = next.call(arguments, fuzz::takes_small_numbers(next.name));
+        fuzz::promise(fuzz::is_documented(next.name, result), next.name.data());
     }
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "support/scripted_peer.h"
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -64,10 +65,13 @@ private:
 /// The broker for the next execution. A new one now and then, because it remembers every
 /// connection.
 inline Broker &current_broker() {
-    static std::optional<Broker> broker;
+    // Made here, not later: so that it ends, and its threads do, while OpenSSL is still there.
+    static auto broker = std::make_unique<Broker>();
     static int executions = 0;
-    if (executions++ % 64 == 0)
-        broker.emplace();
+    if (++executions % 64 == 0) {
+        broker.reset(); // what it trusts must go first
+        broker = std::make_unique<Broker>();
+    }
     return *broker;
 }
 

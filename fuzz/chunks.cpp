@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <optional>
-#include <string>
 
 // A chunked body is its chunks one behind the other. A decoder that knows nothing of pieces and
 // limits says what that is.
@@ -12,14 +11,12 @@ namespace {
 std::optional<std::string> decoded(std::string_view rest) {
     for (std::string body;;) {
         const auto line_end = rest.find("\r\n");
-        if (line_end == std::string_view::npos)
-            return std::nullopt;
         const auto digits = rest.substr(0, std::min(rest.find(';'), line_end));
         std::size_t size = 0;
         const auto number = std::from_chars(digits.begin(), digits.end(), size, 16);
-        rest.remove_prefix(line_end + 2);
-        if (number.ec != std::errc() || number.ptr != digits.end())
+        if (line_end == rest.npos || number.ec != std::errc() || number.ptr != digits.end())
             return std::nullopt;
+        rest.remove_prefix(line_end + 2);
         if (size == 0)
             return body;
         if (size > rest.size() || !rest.substr(size).starts_with("\r\n"))
@@ -34,10 +31,9 @@ std::optional<std::string> decoded(std::string_view rest) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string chunks(fuzz::as_text(data, size));
     const auto reading =
-        fuzz::read_at_once("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks);
+        fuzz::read_at_once("HTTP/1.1 200\r\nTransfer-Encoding: chunked\r\n\r\n" + chunks);
     const auto body = decoded(chunks);
-    fuzz::promise(body.has_value() == (reading.state == fuzz::State::complete),
-                  "ends as it should");
+    fuzz::promise(body.has_value() == (reading.state == fuzz::State::complete), "whole or not");
     fuzz::promise(std::string_view(body.value_or("")) == reading.body, "the sum of its chunks");
     return 0;
 }

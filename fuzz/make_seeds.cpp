@@ -157,8 +157,9 @@ int main(int argc, char **argv) {
         }
     }
     for (const char *address : {"https://broker.test:443/x", "[2001:db8::1%eth0]:60443", "10.0.0.1",
-                                "http://[::1]", "::ffff:1.2.3.4", "a<b>&\"'c"})
+                                "http://[::1]", "::ffff:1.2.3.4"})
         seeds.add("address", address);
+    seeds.add("escaping", "a<b>&amp;\"'c]]>");
     for (const char *cookies : {"a=b; Path=/", "a=b;\nc=d=e; x=y\n=;", "a=b", "x; a=b;"})
         seeds.add("cookies", cookies);
     add_chains(seeds);

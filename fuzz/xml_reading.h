@@ -1,13 +1,29 @@
 #pragma once
 
+#include "transport/xml_document.h"
 #include "utils/src/broker_utils.h"
 
 #include <boost/property_tree/detail/rapidxml.hpp>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
 namespace fuzz {
+
+inline int height(kavro::XmlNode element) {
+    int most = 0;
+    for (kavro::XmlNode child = element.child(); child; child = child.next())
+        most = std::max(most, height(child));
+    return most + 1;
+}
+
+inline std::string written(kavro::XmlNode root) {
+    std::string text;
+    if (root)
+        kavro::append_xml(text, root);
+    return text;
+}
 
 namespace rapidxml = boost::property_tree::detail::rapidxml;
 
