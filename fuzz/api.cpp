@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     kavro_broker_set_broker_address(&handle, "127.0.0.1", broker.port().c_str());
     kavro_broker_set_client_info(&handle, "fuzzer", "1.0", "Linux");
     fuzz::Arguments arguments(input, &handle, texts);
-    while (input.remaining_bytes() != 0) {
+    for (int calls = 0; calls < 16 && input.remaining_bytes() != 0; ++calls) {
         const fuzz::Export &next = input.PickValueInArray(fuzz::exports);
         const auto result = next.call(arguments, fuzz::takes_small_numbers(next.name));
         fuzz::promise(fuzz::is_documented(next.name, result), next.name.data());

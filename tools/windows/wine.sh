@@ -17,4 +17,6 @@ if [ ! -e "$WINEPREFIX/ready" ]; then
     touch "$WINEPREFIX/ready"
   ) 9>"$WINEPREFIX.lock"
 fi
+# Wine's server stays for a while: programs that start while it ends or begins now and then hang.
+wineserver -p60 2>/dev/null || true
 exec wine "$@"
