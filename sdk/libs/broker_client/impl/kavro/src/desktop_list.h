@@ -20,7 +20,7 @@ enum eKAVRO_BROKER_DESKTOP_CMD : std::uint32_t {
 };
 
 /// The broker's word for each command, by its value.
-inline constexpr std::array<const char *, 5> desktop_command_names = {
+inline constexpr std::array<std::string_view, 5> desktop_command_names = {
     "CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP", "CMD_PWR_RESUME"};
 
 /// One desktop of a list, which owns its texts.
