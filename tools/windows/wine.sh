@@ -8,15 +8,17 @@ export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
 unset DISPLAY
 shift
 
-# Made once, by whichever program comes first; the others wait for it.
-if [ ! -e "$WINEPREFIX/ready" ]; then
-  mkdir -p "$WINEPREFIX"
-  (
-    flock 9
-    [ -e "$WINEPREFIX/ready" ] || timeout 300 wineboot --init >/dev/null 2>&1 9>&-
+# One program at a time prepares what all share. The drive and the registry are made once. Wine's server
+# stays for a while, since programs that start while it ends or begins now and then hang, and gets its
+# services from a program of its own: they keep the output of whoever starts them open.
+mkdir -p "$WINEPREFIX"
+(
+  flock 9
+  exec </dev/null >/dev/null 2>&1
+  if [ ! -e "$WINEPREFIX/ready" ]; then
+    timeout 300 wineboot --init 9>&-
     touch "$WINEPREFIX/ready"
-  ) 9>"$WINEPREFIX.lock"
-fi
-# Wine's server stays for a while: programs that start while it ends or begins now and then hang.
-wineserver -p60 2>/dev/null || true
+  fi
+  if wineserver -p60 9>&-; then wine cmd /c rem 9>&-; fi
+) 9>"$WINEPREFIX.lock"
 exec wine "$@"

@@ -45,15 +45,24 @@ fs::path from_environment(const char *variable, const char *fallback) {
     return value != nullptr ? value : fallback;
 }
 
+/// OpenSSL asks for no more anchors of a name once the store has one.
+void add_namesakes(X509_STORE *store, const AnchorBundle &bundle, const TrustAnchors &anchors) {
+    for (const auto *kind : {&anchors.own, &anchors.of_system})
+        for (const auto &anchor : *kind)
+            for (const auto &same : bundle.find(X509_get_subject_name(anchor.get())))
+                X509_STORE_add_cert(store, same.get());
+}
+
 /// OpenSSL looks for an anchor in a file of all of them first, then in a folder of one file each by
 /// the name's hash. It would build all of the file's at once; anything but a plain list of
 /// certificates is left to it.
-X509StoreHandle load_default_paths(const fs::path &file) {
+X509StoreHandle load_default_paths(const fs::path &file, const TrustAnchors &anchors) {
     drain_openssl_errors();
     X509StoreHandle store(X509_STORE_new());
     auto bundle = AnchorBundle::read(file.string());
     bool loaded = store != nullptr;
     if (loaded && bundle) {
+        add_namesakes(store.get(), *bundle, anchors);
         add_bundle(store.get(), std::move(*bundle));
         X509_LOOKUP *const folder = X509_STORE_add_lookup(store.get(), X509_LOOKUP_hash_dir());
         loaded =
@@ -168,7 +177,7 @@ X509StoreHandle TrustStore::current() {
     const Source now;
     const std::lock_guard lock(mutex_);
     if (!store_ || !(*loaded_from_ == now)) {
-        X509StoreHandle loaded = load_default_paths(now.file.path);
+        X509StoreHandle loaded = load_default_paths(now.file.path, anchors_);
         add_anchors(loaded.get(), anchors_);
         drain_openssl_errors();
         loaded_from_ = std::make_unique<Source>(now);
