@@ -1,32 +1,50 @@
-# What is installed, and packed into an archive by cpack: the library with what it takes to build against
-# it, and the two programs.
+# What is installed, in the three components that also become packages (see Packages.cmake): the library,
+# what it takes to build against it, and the two programs.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(library ${PROJECT_SOURCE_DIR}/sdk/libs/broker_client)
+set(docs ${PROJECT_SOURCE_DIR}/docs)
+
+install(TARGETS broker_client EXPORT broker_client
+        RUNTIME COMPONENT library
+        LIBRARY COMPONENT library NAMELINK_COMPONENT development
+        ARCHIVE COMPONENT development
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+# For those who build against it.
 set(package ${CMAKE_INSTALL_LIBDIR}/cmake/broker_client)
-
-install(TARGETS broker_client EXPORT broker_client INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES ${library}/kavro_broker.h ${library}/kavro_broker_extras.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT broker_client FILE broker_client-config.cmake DESTINATION ${package})
+set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 write_basic_package_version_file(broker_client-config-version.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client-config-version.cmake DESTINATION ${package})
+file(RELATIVE_PATH prefix_from_here /${pkgconfig} /)
+string(REGEX REPLACE "/$" "" prefix_from_here ${prefix_from_here})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/broker_client.pc.in broker_client.pc @ONLY)
 
+install(FILES ${library}/kavro_broker.h ${library}/kavro_broker_extras.h ${library}/kavro_broker.hpp
+              ${library}/kavro_broker_records.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT broker_client FILE broker_client-config.cmake NAMESPACE broker_client::
+        DESTINATION ${package} COMPONENT development)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client-config-version.cmake
+        DESTINATION ${package} COMPONENT development)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client.pc
+        DESTINATION ${pkgconfig} COMPONENT development)
+install(FILES ${docs}/changes.md ${docs}/languages.md ${docs}/packages.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development PATTERN __pycache__ EXCLUDE)
+
+# For those who run the programs.
 if(KAVRO_BUILD_TOOLS)
-  install(TARGETS kavro-broker kavro-broker-sim)
+  install(TARGETS kavro-broker kavro-broker-sim RUNTIME COMPONENT tools)
   set_target_properties(kavro-broker PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(FILES ${docs}/command-line.md ${docs}/simulator.md
+          DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()
+
 if(WIN32)
   # Other linkers make an import library of their own from the list of names.
   install(FILES $<TARGET_PROPERTY:broker_client,BINARY_DIR>/broker_client.def
-          DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/windows.md DESTINATION .)
+          DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  install(FILES ${docs}/windows.md DESTINATION . COMPONENT development)
 endif()
-
-set(CPACK_GENERATOR ZIP)
-set(CPACK_STRIP_FILES ON)
-string(TOLOWER ${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR} system)
-set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-${system})
-set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR})
-include(CPack)

@@ -1,7 +1,6 @@
 #include "conversation/short_deadlines.h"
 
 #include <atomic>
-#include <random>
 
 using namespace conversation;
 
@@ -35,29 +34,6 @@ TEST(Cancel, EndsARequestWhereverTheBrokerFallsSilent) {
     }
 }
 
-TEST(Cancel, AtAnyMomentIsEitherInTimeOrWithoutEffect) {
-    Conversation talk(without_authentication());
-    std::mt19937 random(20261121);
-    for (int round = 0; round < 150; ++round) {
-        std::atomic<bool> started = false;
-        kavro_broker_result result = KAVRO_BROKER_OK;
-        std::thread request([&] {
-            started = true;
-            result = talk.list();
-        });
-        while (!started)
-            std::this_thread::yield();
-        const auto moment = Clock::now() + std::chrono::microseconds(random() % 8000);
-        while (Clock::now() < moment)
-            std::this_thread::yield();
-        kavro_broker_cancel(talk.handle);
-        request.join();
-        EXPECT_TRUE(result == KAVRO_BROKER_OK || result == KAVRO_BROKER_ERR_CANCELLED)
-            << result << " in round " << round << ": " << talk.message();
-        EXPECT_EQ(talk.list(), KAVRO_BROKER_OK) << "after round " << round;
-    }
-}
-
 TEST(Cancel, FromInsideTheLogFunctionDoesNotDeadlock) {
     static kavro_broker_handle talking;
     Conversation talk(without_authentication());
@@ -72,31 +48,6 @@ TEST(Cancel, FromInsideTheLogFunctionDoesNotDeadlock) {
     EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_CANCELLED);
     Log::start();
     EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
-}
-
-TEST(Threads, HandlesAreIndependent) {
-    Conversation talk(without_authentication());
-    std::vector<std::thread> threads;
-    std::atomic<int> lists = 0;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([&] {
-            kavro_broker_handle handle = nullptr;
-            kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle);
-            kavro_broker_set_broker_address(handle, talk.broker.address().c_str(),
-                                            std::to_string(talk.broker.port()).c_str());
-            kavro_broker_set_client_info(handle, "thread", "1", "Linux");
-            for (int request = 0; request < 5; ++request) {
-                kavro_broker_desktop_list list = nullptr;
-                if (kavro_broker_request_desktop_list(handle, &list) == KAVRO_BROKER_OK)
-                    ++lists;
-                kavro_broker_free_desktop_list(list);
-            }
-            kavro_broker_free(handle);
-        });
-    }
-    for (auto &thread : threads)
-        thread.join();
-    EXPECT_EQ(lists, 40);
 }
 
 } // namespace

@@ -32,6 +32,7 @@ public:
     void expect_bytes(std::size_t count);
     void expect_request();
     void write(std::string_view bytes);
+    void write_plain(std::string_view bytes) { asio::write(socket(), asio::buffer(bytes)); }
     void close_notify() { stream_.shutdown(); }
     void fin() { socket().shutdown(tcp::socket::shutdown_send); }
     void rst();
@@ -123,11 +124,10 @@ void PeerConnection::expect_request() {
 }
 
 void PeerConnection::write(std::string_view bytes) {
-    const auto buffer = asio::buffer(bytes);
     if (encrypted_)
-        asio::write(stream_, buffer);
+        asio::write(stream_, asio::buffer(bytes));
     else
-        asio::write(socket(), buffer);
+        write_plain(bytes);
 }
 
 void PeerConnection::rst() {
@@ -206,6 +206,10 @@ Step drip(std::string bytes, std::size_t piece, milliseconds pause) {
             connection.pause(pause);
         }
     };
+}
+
+Step send_plain(std::string bytes) {
+    return step(&PeerConnection::write_plain, std::move(bytes));
 }
 
 Step renegotiate() {

@@ -41,6 +41,8 @@ Step send(std::string bytes);
 /// Each piece is a TLS record of its own.
 Step send_split(std::string bytes, std::size_t piece);
 Step drip(std::string bytes, std::size_t piece, std::chrono::milliseconds pause);
+/// Past TLS, also after the handshake.
+Step send_plain(std::string bytes);
 /// Asks for a new handshake (TLS 1.2).
 Step renegotiate();
 /// Ends the sending direction: of TLS, of TCP, or all of TCP with a reset.

@@ -3,6 +3,7 @@
 #include "broker_factory.h"
 #include "kavro/src/results.h"
 #include "kavro_broker.h"
+#include "request_report.h"
 
 #include <atomic>
 #include <chrono>
@@ -56,6 +57,7 @@ struct broker_client_impl {
     kavro::CertResult certificates;
     kavro::DesktopListHandle desktops;
     kavro::cDESKTOP_CONNECTION_RESULT connection;
+    kavro::RequestReport report;
 
 private:
     void hand_over_trust_anchors();

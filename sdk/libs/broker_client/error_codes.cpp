@@ -3,6 +3,7 @@
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 
@@ -106,6 +107,51 @@ constexpr bool rows_stand_in_order() {
 }
 static_assert(rows_stand_in_order());
 
+struct VerdictRow {
+    std::uint32_t verdict;
+    const char *name;
+};
+
+#define VERDICT(name)                                                                              \
+    VerdictRow {                                                                                   \
+        KAVRO_BROKER_CERTIFICATE_##name, "KAVRO_BROKER_CERTIFICATE_" #name                         \
+    }
+
+constexpr std::array verdict_rows = {
+    VERDICT(OK),
+    VERDICT(UNABLE_TO_GET_ISSUER),
+    VERDICT(UNABLE_TO_GET_CRL),
+    VERDICT(UNABLE_TO_DECRYPT_SIGNATURE),
+    VERDICT(UNABLE_TO_DECRYPT_CRL_SIGNATURE),
+    VERDICT(UNABLE_TO_DECODE_ISSUER_KEY),
+    VERDICT(SIGNATURE_FAILURE),
+    VERDICT(CRL_SIGNATURE_FAILURE),
+    VERDICT(NOT_YET_VALID),
+    VERDICT(EXPIRED),
+    VERDICT(CRL_NOT_YET_VALID),
+    VERDICT(CRL_EXPIRED),
+    VERDICT(SELF_SIGNED),
+    VERDICT(SELF_SIGNED_IN_CHAIN),
+    VERDICT(UNABLE_TO_VERIFY_LEAF),
+    VERDICT(REVOKED),
+    VERDICT(INVALID_CA),
+    VERDICT(INVALID_PURPOSE),
+    VERDICT(UNTRUSTED),
+    VERDICT(REJECTED),
+    VERDICT(RESERVED_20),
+    VERDICT(ISSUER_MISMATCH),
+    VERDICT(KEY_USAGE_NO_CERT_SIGN),
+    VERDICT(UNABLE_TO_GET_CRL_ISSUER),
+    VERDICT(RESERVED_24),
+    VERDICT(KEY_USAGE_NO_CRL_SIGN),
+    VERDICT(RESERVED_26),
+    VERDICT(KEY_TOO_SHORT),
+    VERDICT(HOST_NAME_MISMATCH),
+    VERDICT(OTHER),
+};
+
+#undef VERDICT
+
 } // namespace
 
 const char *error_code_name(std::uint32_t code) {
@@ -136,6 +182,11 @@ std::uint32_t convert_certificate_verdict(std::uint32_t verdict) {
     if (verdict >= 13 && verdict <= 24)
         return verdict - 1;
     return KAVRO_BROKER_CERTIFICATE_OTHER;
+}
+
+const char *certificate_verdict_name(std::uint32_t verdict) {
+    const auto *row = std::ranges::find(verdict_rows, verdict, &VerdictRow::verdict);
+    return row != verdict_rows.end() ? row->name : "UNKNOWN";
 }
 
 } // namespace kavro

@@ -18,4 +18,7 @@ std::uint32_t convert_from_auth_result_value(AuthMethod method);
 /// The public verdict on a certificate.
 std::uint32_t convert_certificate_verdict(std::uint32_t verdict);
 
+/// The name of a public verdict, as "KAVRO_BROKER_CERTIFICATE_EXPIRED".
+const char *certificate_verdict_name(std::uint32_t verdict);
+
 } // namespace kavro

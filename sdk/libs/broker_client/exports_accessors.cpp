@@ -1,5 +1,6 @@
 #include "error_codes.h"
 #include "export_guard.h"
+#include "kavro_broker_extras.h"
 
 // What the last requests brought, read from the handle.
 
@@ -50,6 +51,15 @@ kavro_broker_result kavro_broker_get_broker_error_message(kavro_broker_handle ha
     return get_text(
         handle, [](auto &client) { return std::string_view(client.last_error_message); }, buffer,
         length);
+}
+
+kavro_broker_result kavro_broker_get_request_report(kavro_broker_handle handle, char *buffer,
+                                                    size_t *length) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) -> kavro_broker_result {
+        if (client.report.empty())
+            return KAVRO_BROKER_ERR_INVALID_STATE;
+        return put_text({to_json(client.report), buffer, length});
+    });
 }
 
 kavro_broker_result kavro_broker_get_broker_info(kavro_broker_handle handle, char *product_name,

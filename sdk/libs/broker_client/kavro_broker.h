@@ -27,6 +27,8 @@
  * - Texts that a caller passes into a request are placed into the broker's XML exactly as given. A
  *   caller who lets users type them replaces the five XML special characters first
  *   (kavro_broker_escape_text() in kavro_broker_extras.h).
+ *
+ * What a version promises and what each one brought: changes.md in the documentation.
  */
 #ifndef KAVRO_BROKER_H
 #define KAVRO_BROKER_H
@@ -35,6 +37,19 @@
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+
+/** The version of this header; kavro_broker_get_version() tells the library's.
+ * @{ */
+#define KAVRO_BROKER_VERSION_MAJOR 1
+#define KAVRO_BROKER_VERSION_MINOR 0
+#define KAVRO_BROKER_VERSION_PATCH 0
+/** @} */
+
+/** For `#if`: whether this header has what that version brought. */
+#define KAVRO_BROKER_VERSION_AT_LEAST(wanted_major, wanted_minor)                                  \
+    (KAVRO_BROKER_VERSION_MAJOR > (wanted_major) ||                                                \
+     (KAVRO_BROKER_VERSION_MAJOR == (wanted_major) &&                                              \
+      KAVRO_BROKER_VERSION_MINOR >= (wanted_minor)))
 
 /* KAVRO_BROKER_STATIC: the functions come with the caller's own program, not from the library. */
 #if defined(_WIN32)
@@ -46,6 +61,7 @@
 #define KAVRO_BROKER_API __declspec(dllimport)
 #endif
 #else
+/** Marks the functions of the library. */
 #define KAVRO_BROKER_API __attribute__((visibility("default")))
 #endif
 
@@ -302,7 +318,11 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_create(uint32_t type_code,
 /** Frees a handle and everything it stores. Never waits for the network. Null is ignored. */
 KAVRO_BROKER_API void kavro_broker_free(kavro_broker_handle handle);
 
-/** Names the library's release and build. The text is constant and never freed. */
+/**
+ * Names the library's release and build. The text is constant and never freed.
+ *
+ * @return the text, as "broker_client 1.0.0".
+ */
 KAVRO_BROKER_API const char *kavro_broker_get_version(void);
 
 /** Sets the process-wide log function. Null is refused with a log line; the old one stays. */
@@ -323,7 +343,10 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_broker_address(kavro_broke
                                                                      const char *address,
                                                                      const char *port);
 
-/** Says what the broker address is: #KAVRO_BROKER_VARIANT_REGISTRATION_CODE, or (any other) a host.
+/**
+ * Says what the broker address is: #KAVRO_BROKER_VARIANT_REGISTRATION_CODE, or (any other) a host.
+ *
+ * @param variant a `KAVRO_BROKER_VARIANT_...` value.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_broker_variant(kavro_broker_handle handle,
                                                                      uint32_t variant);
@@ -332,17 +355,29 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_broker_variant(kavro_broke
  * Says who the client is. Required before the first request, and none of the texts may be empty by
  * then (else requests return 7). Starts a new session: the next request introduces the client
  * again.
+ *
+ * @param product_name the client's name.
+ * @param product_version its version.
+ * @param platform what it runs on.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_info(kavro_broker_handle handle,
                                                                   const char *product_name,
                                                                   const char *product_version,
                                                                   const char *platform);
 
-/** Sets the user's locale, "en_US" at first. The next request introduces the client again. */
+/**
+ * Sets the user's locale, "en_US" at first. The next request introduces the client again.
+ *
+ * @param locale as "de_DE".
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_locale(kavro_broker_handle handle,
                                                              const char *locale);
 
-/** Sets the client's time zone as a Windows key name. Empty (the default): the machine's own. */
+/**
+ * Sets the client's time zone as a Windows key name. Empty (the default): the machine's own.
+ *
+ * @param timezone as "W. Europe Standard Time".
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_timezone(kavro_broker_handle handle,
                                                                const char *timezone);
 
@@ -351,7 +386,10 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_timezone(kavro_broker_hand
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_hello_client_variables(
     kavro_broker_handle handle, kavro_broker_variable_list list);
 
-/** Sets the time-out of kavro_broker_connect_to_desktop() in seconds: 0 is 180, 65535 is one day.
+/**
+ * Sets the time-out of kavro_broker_connect_to_desktop() in seconds: 0 is 180, 65535 is one day.
+ *
+ * @param seconds from 1 to 65534, or one of those two.
  */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_set_connect_to_desktop_timeout(kavro_broker_handle handle, uint16_t seconds);
@@ -360,6 +398,8 @@ kavro_broker_set_connect_to_desktop_timeout(kavro_broker_handle handle, uint16_t
  * Switches the check of the broker's certificate. True, the default: a broker that is not trusted
  * ends the request with 300 or 301 before anything but the TLS handshake was sent. False: every
  * broker is accepted, whoever it is.
+ *
+ * @param fail whether to end requests to a broker that is not trusted.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_fail_if_unverified(kavro_broker_handle handle,
                                                                      bool fail);
@@ -368,7 +408,12 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_fail_if_unverified(kavro_broke
  * it. */
 KAVRO_BROKER_API void kavro_broker_enable_ipv6(kavro_broker_handle handle, bool enable);
 
-/** Checks its arguments (all required, length not 0) and stores nothing. */
+/**
+ * Checks its arguments (all required, length not 0) and stores nothing.
+ *
+ * @param sign not called.
+ * @param context not used.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
     kavro_broker_handle handle, const uint8_t *certificate, size_t certificate_length,
     kavro_broker_sign_function sign, void *context);
@@ -382,6 +427,8 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
  *
  * A library that was built without a registration service (KAVRO_REGISTRATION_HOST) downloads
  * nothing and uses the table that it finds.
+ *
+ * @param path the folder.
  */
 KAVRO_BROKER_API void kavro_broker_set_cache_file_location(const char *path);
 
@@ -407,6 +454,8 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_session(kavro_broker_han
 /**
  * Asks what the broker wants next. `*method` is one of the `KAVRO_BROKER_AUTH_METHOD_...` values;
  * 0xFFFFFFFF when the request fails.
+ *
+ * @param method receives what is next.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_method(kavro_broker_handle handle,
                                                                   uint32_t *method);
@@ -414,6 +463,10 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_method(kavro_broker_h
 /**
  * Logs in with a password. On success ask kavro_broker_get_auth_method() what is next: an expired
  * password is a success that leads to #KAVRO_BROKER_AUTH_METHOD_PASSWORD_EXPIRED.
+ *
+ * @param user_name the user's name.
+ * @param domain one of kavro_broker_get_auth_domain().
+ * @param password no copy of it outlives the call.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_password(kavro_broker_handle handle,
                                                                 const char *user_name,
@@ -432,26 +485,52 @@ KAVRO_BROKER_API kavro_broker_result
 kavro_broker_send_auth_dialog(kavro_broker_handle handle, const char *button_id,
                               const kavro_broker_name_value *fields, uint32_t field_count);
 
-/** Accepts (1) or rejects (0) the disclaimer; any other value returns 2. */
+/**
+ * Accepts (1) or rejects (0) the disclaimer; any other value returns 2.
+ *
+ * @param accept 1 or 0.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_accept_disclaimer(kavro_broker_handle handle,
                                                                          uint8_t accept);
 
-/** Replaces an expired password. The two new passwords must be equal, else 2 and nothing is sent.
+/**
+ * Replaces an expired password. The two new passwords must be equal, else 2 and nothing is sent.
+ *
+ * @param user_name the user's name.
+ * @param domain as for the password before.
+ * @param old_password the one that has expired.
+ * @param new_password the one from now on.
+ * @param new_password_again the same, as the user typed it again.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_new_password(
     kavro_broker_handle handle, const char *user_name, const char *domain, const char *old_password,
     const char *new_password, const char *new_password_again);
 
-/** SecurID log-in; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO. */
+/**
+ * SecurID log-in; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ *
+ * @param user_name the user's name.
+ * @param passcode PIN and token code.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_auth(kavro_broker_handle handle,
                                                                     const char *user_name,
                                                                     const char *passcode);
 
-/** SecurID next token; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO. */
+/**
+ * SecurID next token; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ *
+ * @param token the next code that the token shows.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_token(kavro_broker_handle handle,
                                                                      const char *token);
 
-/** SecurID new PIN; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO. */
+/**
+ * SecurID new PIN; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ *
+ * @param token the code that the token shows.
+ * @param new_pin the PIN from now on.
+ * @param new_pin_again the same again.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_pinchange(kavro_broker_handle handle,
                                                                          const char *token,
                                                                          const char *new_pin,
@@ -483,11 +562,20 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_connect_to_desktop(
 /**
  * Carries out a power operation. `operation` is a `KAVRO_BROKER_OPERATION_...` value; a value above
  * 4 is a programming error and stops the process.
+ *
+ * @param desktop_id its id from the desktop list.
+ * @param operation what to do.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_perform_desktop_operation(
     kavro_broker_handle handle, const char *desktop_id, uint32_t operation);
 
-/** Checks its arguments (flag 0 or 1, both pointers not null) and does nothing. */
+/**
+ * Checks its arguments (flag 0 or 1, both pointers not null) and does nothing.
+ *
+ * @param flag 0 or 1.
+ * @param first not null.
+ * @param second not null.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_certificate_confirmation(
     kavro_broker_handle handle, uint32_t flag, const void *first, const void *second);
 
@@ -570,7 +658,11 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_dialog_field(
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_auth_dialog_get_num_buttons(kavro_broker_handle handle, uint32_t *count);
 
-/** One button of the current dialog. `is_default` is required. */
+/**
+ * One button of the current dialog. `is_default` is required.
+ *
+ * @param is_default receives 1 for the one that the Enter key stands for, else 0.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_dialog_button(
     kavro_broker_handle handle, uint32_t index, char *id, size_t *id_length, char *label,
     size_t *label_length, uint8_t *is_default);
@@ -588,7 +680,11 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_broker_certificate(kavro_b
                                                                          uint8_t *buffer,
                                                                          size_t *length);
 
-/** The verdict on one certificate after 300 or 301, a `KAVRO_BROKER_CERTIFICATE_...` value. */
+/**
+ * The verdict on one certificate after 300 or 301, a `KAVRO_BROKER_CERTIFICATE_...` value.
+ *
+ * @param verdict receives the verdict.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_certificate_error(kavro_broker_handle handle,
                                                                         uint32_t index,
                                                                         uint32_t *verdict);
@@ -626,7 +722,12 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_health(kavro_broke
                                                                      uint32_t index, char *buffer,
                                                                      size_t *length);
 
-/** Whether a desktop offers a `KAVRO_BROKER_OPERATION_...`. */
+/**
+ * Whether a desktop offers a `KAVRO_BROKER_OPERATION_...`.
+ *
+ * @param operation which one.
+ * @param allowed receives 1 or 0.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_operation_allowed(
     kavro_broker_desktop_list list, uint32_t index, uint32_t operation, uint8_t *allowed);
 
@@ -637,6 +738,8 @@ KAVRO_BROKER_API void kavro_broker_free_desktop_list(kavro_broker_desktop_list l
  * One property of an allocated desktop, a `KAVRO_BROKER_CONNECTION_...` value. The
  * use-broker-address flag is one byte, written whatever `*length` says (a null buffer asks for the
  * length, 1). The gateway ticket and its times return 8 when the broker sent none.
+ *
+ * @param property which one.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_connection_property(
     kavro_broker_desktop_connection_info info, uint32_t property, char *buffer, size_t *length);
@@ -661,7 +764,12 @@ kavro_broker_free_desktop_connection_info(kavro_broker_desktop_connection_info i
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_create_variable_list(uint32_t count, kavro_broker_variable_list *list);
 
-/** Sets one variable of a list. */
+/**
+ * Sets one variable of a list.
+ *
+ * @param name may be empty.
+ * @param value may be empty.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_variable(kavro_broker_variable_list list,
                                                                uint32_t index, const char *name,
                                                                const char *value);
@@ -684,7 +792,13 @@ KAVRO_BROKER_API void kavro_broker_free_variable_list(kavro_broker_variable_list
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_create_type_finder(kavro_broker_type_finder *finder);
 
-/** kavro_broker_find_type_extended() without its texts. */
+/**
+ * kavro_broker_find_type_extended() without its texts.
+ *
+ * @param address as there.
+ * @param port as there.
+ * @param type_code as there.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type(kavro_broker_type_finder finder,
                                                             const char *address, const char *port,
                                                             uint32_t *type_code);
@@ -720,8 +834,12 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type_extended(
  * happens, and the next search is not affected. */
 KAVRO_BROKER_API void kavro_broker_cancel_find_type(kavro_broker_type_finder finder);
 
-/** Whether a search has run to its end: 1 after one, 0 before, during, and after a cancelled one.
- * The type itself is the find's output. */
+/**
+ * Whether a search has run to its end: 1 after one, 0 before, during, and after a cancelled one.
+ * The type itself is the find's output.
+ *
+ * @param finished receives 1 or 0.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_type(kavro_broker_type_finder finder,
                                                            uint32_t *finished);
 

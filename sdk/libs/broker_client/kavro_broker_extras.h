@@ -1,7 +1,7 @@
 /**
  * @file kavro_broker_extras.h
  * @brief More of broker_client: trust, signing with keys that live elsewhere, OAuth, alternate
- * targets, texts that users typed, results in words.
+ * targets, texts that users typed, results in words, what became of a request.
  *
  * The conventions are those of kavro_broker.h.
  */
@@ -62,7 +62,11 @@ kavro_broker_get_certificate_error_text(kavro_broker_handle handle, char *buffer
 KAVRO_BROKER_API kavro_broker_result kavro_broker_enable_oauth(kavro_broker_handle handle,
                                                                bool enable);
 
-/** Answers #KAVRO_BROKER_AUTH_METHOD_OAUTH with the code that the user was given. */
+/**
+ * Answers #KAVRO_BROKER_AUTH_METHOD_OAUTH with the code that the user was given.
+ *
+ * @param code as the user was given it.
+ */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_oauth_code(kavro_broker_handle handle,
                                                                   const char *code);
 
@@ -94,11 +98,54 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_escape_text(const char *text, 
  */
 KAVRO_BROKER_API void kavro_broker_set_log_level(int32_t highest_severity);
 
-/** The name of a result code, as "KAVRO_BROKER_ERR_TIMEOUT"; "UNKNOWN" for a number that is none.
- * The text is constant and never freed. */
+/**
+ * What became of the last request of this handle, as one JSON object that is fit for a bug report:
+ * it holds no texts of the user, no header, no body, and of the broker's words only those that the
+ * protocol itself has. What is null was not needed, or not reached.
+ *
+ * - `library` the version; `result` its `code` and `name`; `failed_in` the phase in which a request
+ *   failed that did not end with 0; `took_us` how long it took. All times are in microseconds.
+ * - `hellos` how often the client introduced itself; `second_port` whether the request gave up the
+ *   default port for the second one.
+ * - `connections` those to the broker, in order, each with
+ *   - `host` and `port`; `tried` the addresses in order; `address` the one that took it;
+ *   - `reached` its last phase: "prepare" (no usable address), "resolve", "connect", "handshake",
+ *     "ready" (nothing sent yet), "send", "wait" (from the request's last byte to the answer's
+ *     first), "receive" (up to its last), "parse", or "answered", after which only what the broker
+ *     said counts;
+ *   - `times_us` the time of each phase but "prepare", "ready" and "answered";
+ *   - `peer_speaks` by the first bytes that came back: "tls", "http" or "other";
+ *   - `tls` the `version`, the `cipher` and the `verification` ("PASSED", "FAILED",
+ *     "FAILED_BUT_WARNABLE" or "NOT_CHECKED") of a completed handshake; `certificates` the verdict
+ *     on each, with `depth`, `code` and `name`;
+ *   - `error` the system's or the TLS library's words for a failure, or those of the certificate
+ *     check;
+ *   - `http_status`; `answer` what its body looks like: "xml", "html" or "other"; `result_id` if it
+ *     is one of the protocol's;
+ *   - `bytes_sent` and `bytes_received` over the socket, TLS included.
+ *
+ * Of a connection that a plug-in made nothing is known but that it was wanted ("prepare").
+ *
+ * @return 0; #KAVRO_BROKER_ERR_INVALID_STATE before the first request.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_get_request_report(kavro_broker_handle handle,
+                                                                     char *buffer, size_t *length);
+
+/**
+ * The name of a result code, as "KAVRO_BROKER_ERR_TIMEOUT"; "UNKNOWN" for a number that is none.
+ * The text is constant and never freed.
+ *
+ * @param code any number.
+ * @return the name.
+ */
 KAVRO_BROKER_API const char *kavro_broker_result_name(kavro_broker_result code);
 
-/** A result code in an English sentence. The text is constant and never freed. */
+/**
+ * A result code in an English sentence. The text is constant and never freed.
+ *
+ * @param code any number.
+ * @return the sentence.
+ */
 KAVRO_BROKER_API const char *kavro_broker_result_text(kavro_broker_result code);
 
 #ifdef __cplusplus

@@ -22,6 +22,16 @@ private:
     broker_client_impl &handle_;
 };
 
+/// A whole request: what a cancel can end and the report tells of.
+template <class Steps>
+kavro_broker_result in_request(broker_client_impl &handle, Steps steps) {
+    const RequestScope scope(handle);
+    handle.report.begin();
+    const kavro_broker_result code = steps();
+    handle.report.end(code);
+    return code;
+}
+
 /// After an exception out of a handler the operation is half done. It is ended here, so that none
 /// of its handlers is left to run inside the next request.
 void abandon_operation(iBROKER_CLIENT &protocol) {
@@ -64,6 +74,7 @@ bool fall_back_to_second_port(broker_client_impl &handle) {
     discovery_log_info("No Kavro broker found on port %s, retrying on port %s.", default_port,
                        second_port);
     handle.port = second_port;
+    handle.report.second_port = true;
     return true;
 }
 
@@ -102,9 +113,10 @@ kavro_broker_result broker_connection_opens(broker_client_impl *handle) {
             return KAVRO_BROKER_ERR_INVALID_STATE;
         handle->last_error_message.clear();
         run_step(*handle, ERROR_CODE_CONNECT_RESOLVE_FAILED, [handle](iBROKER_CLIENT &protocol) {
-            protocol.connect_to_broker(connection_request(*handle),
-                                       completion(handle, "connect_to_broker_callback",
-                                                  &broker_client_impl::certificates));
+            const ConnectionRequest request = connection_request(*handle);
+            handle->report.connections.push_back(request.report);
+            protocol.connect_to_broker(request, completion(handle, "connect_to_broker_callback",
+                                                           &broker_client_impl::certificates));
         });
     } while (handle->result.code == ERROR_CODE_CONNECT_REFUSED &&
              fall_back_to_second_port(*handle));
@@ -125,6 +137,7 @@ kavro_broker_result send_hello_if_necessary(broker_client_impl *handle) {
         code = broker_connection_opens(handle);
         if (code != KAVRO_BROKER_OK)
             return code;
+        ++handle->report.hellos;
         run_step(*handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, [handle](iBROKER_CLIENT &protocol) {
             protocol.do_hello(handle->hello_client_variables,
                               completion(handle, "hello_callback", &broker_client_impl::hello,
@@ -140,34 +153,36 @@ kavro_broker_result send_hello_if_necessary(broker_client_impl *handle) {
 
 kavro_broker_result run_request(broker_client_impl &handle,
                                 const std::function<void(iBROKER_CLIENT &)> &start) {
-    const RequestScope scope(handle);
-    kavro_broker_result code = send_hello_if_necessary(&handle);
-    if (code == KAVRO_BROKER_OK)
-        code = broker_connection_opens(&handle);
-    if (code != KAVRO_BROKER_OK)
-        return code;
-    run_step(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, start);
-    broker_connection_closes(&handle);
-    return conclude(handle);
+    return in_request(handle, [&] {
+        kavro_broker_result code = send_hello_if_necessary(&handle);
+        if (code == KAVRO_BROKER_OK)
+            code = broker_connection_opens(&handle);
+        if (code != KAVRO_BROKER_OK)
+            return code;
+        run_step(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, start);
+        broker_connection_closes(&handle);
+        return conclude(handle);
+    });
 }
 
 kavro_broker_result end_session(broker_client_impl &handle) {
-    const RequestScope scope(handle);
-    kavro_broker_result code = KAVRO_BROKER_OK;
-    if (handle.hello_completed)
-        code = send_hello_if_necessary(&handle);
-    if (handle.hello_completed && code == KAVRO_BROKER_OK) {
-        broker_connection_opens(&handle); // a good-bye that does not get through is no failure
-        run_step(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, [&handle](iBROKER_CLIENT &protocol) {
-            protocol.do_logout(completion(&handle, "bye_callback"));
-        });
-        broker_connection_closes(&handle);
-        code = conclude(handle);
-        if (code == KAVRO_BROKER_OK)
-            handle.hello_completed = false;
-    }
-    handle.hello_still_valid = false;
-    return code;
+    return in_request(handle, [&] {
+        kavro_broker_result code = KAVRO_BROKER_OK;
+        if (handle.hello_completed)
+            code = send_hello_if_necessary(&handle);
+        if (handle.hello_completed && code == KAVRO_BROKER_OK) {
+            broker_connection_opens(&handle); // a good-bye that does not get through is no failure
+            run_step(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, [&handle](iBROKER_CLIENT &protocol) {
+                protocol.do_logout(completion(&handle, "bye_callback"));
+            });
+            broker_connection_closes(&handle);
+            code = conclude(handle);
+            if (code == KAVRO_BROKER_OK)
+                handle.hello_completed = false;
+        }
+        handle.hello_still_valid = false;
+        return code;
+    });
 }
 
 } // namespace kavro

@@ -21,7 +21,7 @@ constexpr HttpRules table_rules = {.body_bytes = LookupTable::max_bytes,
                                    .http_1_0 = true};
 
 ssl::context verified_tls() {
-    ssl::context tls(ssl::context::tls_client);
+    ssl::context tls = client_tls_context();
     configure_verified_tls(tls.native_handle());
     SSL_CTX_set1_cert_store(tls.native_handle(), TrustStore::of_process().current().get());
     tls.set_verify_mode(ssl::verify_peer);

@@ -47,17 +47,20 @@ RsaHandle public_half(const X509 *certificate, const RSA_METHOD *method) {
         drain_openssl_errors();
         return nullptr;
     }
-    RsaHandle rsa(RSA_new());
-    if (!rsa) {
-        report_failure("RSA_new failed");
-        return nullptr;
-    }
-    RSA_set_method(rsa.get(), method);
-    RSA_set_flags(rsa.get(), RSA_FLAG_EXT_PKEY);
     const BIGNUM *modulus = nullptr;
     const BIGNUM *exponent = nullptr;
     RSA_get0_key(shown, &modulus, &exponent, nullptr);
-    RSA_set0_key(rsa.get(), BN_dup(modulus), BN_dup(exponent), nullptr);
+    RsaHandle rsa(RSA_new());
+    BignumHandle n(BN_dup(modulus));
+    BignumHandle e(BN_dup(exponent));
+    if (!rsa || RSA_set_method(rsa.get(), method) != 1 ||
+        RSA_set0_key(rsa.get(), n.get(), e.get(), nullptr) != 1) {
+        report_failure("RSA_new failed");
+        return nullptr;
+    }
+    static_cast<void>(n.release()); // the key owns both now
+    static_cast<void>(e.release());
+    RSA_set_flags(rsa.get(), RSA_FLAG_EXT_PKEY);
     return rsa;
 }
 
@@ -82,7 +85,8 @@ struct ClientSigning::Method {
     SigningFunction sign;
 
     Method() {
-        RSA_meth_set1_name(rsa.get(), "Moravelt");
+        if (!rsa || RSA_meth_set1_name(rsa.get(), "Moravelt") != 1)
+            throw_openssl_error("RSA_meth_dup");
         RSA_meth_set_sign(rsa.get(), &Method::sign_callback);
         RSA_meth_set_priv_enc(rsa.get(), &refuse_private_operation);
         RSA_meth_set0_app_data(rsa.get(), this);

@@ -183,7 +183,8 @@ HttpResponseParser::State HttpResponseParser::read_head() {
     const auto status = status_code(take_line(lines), rules_.http_1_0);
     if (!status)
         return State::mangled;
-    if (*status != 200)
+    status_ = *status;
+    if (status_ != 200)
         return State::not_ok;
     return read_header_lines(lines);
 }

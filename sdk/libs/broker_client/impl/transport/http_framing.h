@@ -69,6 +69,8 @@ public:
     /// Nothing more will come: complete or mangled.
     State end_of_stream();
     bool in_head() const { return step_ == Step::head; }
+    /// Of the head, once it has been read; 0 for none.
+    int status() const { return status_; }
     /// The body of a complete response; afterwards the parser holds none.
     SecureText take_body() { return std::move(body_); }
 
@@ -88,6 +90,7 @@ private:
     CookieTable &cookies_;
     const HttpRules rules_;
     Step step_ = Step::head;
+    int status_ = 0;
     /// What came in and is not yet understood: input_[consumed_ .. filled_).
     SecureText input_;
     std::size_t consumed_ = 0;

@@ -11,7 +11,7 @@ namespace kavro {
 namespace asio = boost::asio;
 
 HttpsXmlClient::HttpsXmlClient(NameResolver::BlockingLookup lookup)
-    : tls_(asio::ssl::context::tls_client),
+    : tls_(client_tls_context()),
       timer_(context_, [this] { abort_operation(); }),
       resolver_(context_, std::move(lookup)) {
     configure_verified_tls(tls_.native_handle());
@@ -78,6 +78,7 @@ void HttpsXmlClient::disconnect() {
     cancelled_ = true;
     abort_operation();
     timer_.clear();
+    wipe(request_); // also of an operation that an exception left half done
     trace_exit("HttpsXmlClient::disconnect");
 }
 

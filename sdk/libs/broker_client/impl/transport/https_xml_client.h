@@ -1,6 +1,7 @@
 #pragma once
 
 #include "transport/client_signing.h"
+#include "transport/connection_report.h"
 #include "transport/deadline_timer.h"
 #include "transport/http_framing.h"
 #include "transport/name_resolution.h"
@@ -124,6 +125,9 @@ public:
     void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier) {
         verification_.set_platform_verifier(std::move(verifier));
     }
+    /// Where the next connection is recorded, up to its end or to the next one.
+    void report_to(std::shared_ptr<ConnectionReport> report) { report_ = std::move(report); }
+    ConnectionReport &report() { return *report_; }
     /// What the client shows and signs with when a server asks who it is.
     ClientSigning &client_signing() { return signing_; }
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
@@ -163,6 +167,8 @@ private:
     void handle_handshake(const error_code &error);
     void handshake_failed(const error_code &error);
     void record_addresses();
+    void record_tls();
+    void record_traffic();
     void finish_connect(ConnectCode code, std::string error_text = {});
 
     void handle_write(const error_code &error);
@@ -193,6 +199,7 @@ private:
     NameResolver::Endpoints endpoints_;     ///< of the attempt under way, in the order to be tried
     std::size_t next_endpoint_ = 0;
     ConnectHandler on_connected_;
+    std::shared_ptr<ConnectionReport> report_ = std::make_shared<ConnectionReport>();
 
     SecureText request_;
     std::optional<HttpResponseParser> response_;

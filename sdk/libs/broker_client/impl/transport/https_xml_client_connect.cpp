@@ -33,6 +33,12 @@ std::uint16_t literal_port(const std::string &port) {
     return static_cast<std::uint16_t>(number);
 }
 
+std::string text_of(const asio::ip::tcp::endpoint &endpoint) {
+    const std::string address = endpoint.address().to_string();
+    return (endpoint.address().is_v6() ? "[" + address + "]:" : address + ":") +
+           std::to_string(endpoint.port());
+}
+
 bool is_unknown_ca_alert(const boost::system::error_code &error) {
     const auto packed = static_cast<unsigned long>(error.value());
     return ERR_GET_LIB(packed) == ERR_LIB_SSL &&
@@ -71,6 +77,8 @@ bool HttpsXmlClient::set_peer(const std::string &address, const std::string &por
     if (peer.port.empty())
         peer.port = port;
     peer_ = std::move(peer);
+    report_->host = peer_.host;
+    report_->port = peer_.port;
     return true;
 }
 
@@ -107,6 +115,7 @@ void HttpsXmlClient::start_connecting() {
         return;
     }
     set_deadline();
+    report_->enter(ConnectionPhase::resolve);
     resolver_.async_resolve(peer_.host, peer_.port,
                             [this](const error_code &error, const NameResolver::Endpoints &found) {
                                 handle_resolve(error, found);
@@ -127,12 +136,14 @@ void HttpsXmlClient::handle_resolve(const error_code &error,
 void HttpsXmlClient::connect_to(NameResolver::Endpoints endpoints) {
     endpoints_ = std::move(endpoints);
     next_endpoint_ = 0;
+    report_->enter(ConnectionPhase::connect);
     connect_next();
 }
 
 void HttpsXmlClient::connect_next() {
     const Endpoint endpoint = endpoints_[next_endpoint_++];
     memory().endpoint = endpoint;
+    report_->tried.push_back(text_of(endpoint));
     set_deadline();
     error_code failure; // is met again, and reported, by what comes next
     stream_->open(endpoint.protocol(), failure);
@@ -163,6 +174,7 @@ void HttpsXmlClient::handle_connect(const error_code &error) {
     error_code ignored; // both options are wishes
     stream_->socket().set_option(asio::ip::tcp::no_delay(true), ignored);
     stream_->socket().set_option(asio::socket_base::linger(false, 0), ignored);
+    report_->enter(ConnectionPhase::handshake);
     stream_->async_handshake([this](const error_code &failure) { handle_handshake(failure); });
 }
 
@@ -173,6 +185,7 @@ void HttpsXmlClient::handle_handshake(const error_code &error) {
         return finish_connect(ConnectCode::cancelled);
     if (error)
         return handshake_failed(error);
+    record_tls();
     switch (verification_.outcome()) {
     case VerificationOutcome::failed:
         return finish_connect(ConnectCode::certificate_failed, verification_.error_text());
@@ -206,6 +219,19 @@ void HttpsXmlClient::handshake_failed(const error_code &error) {
     finish_connect(ConnectCode::socket_or_sys_failure, error.message());
 }
 
+void HttpsXmlClient::record_tls() {
+    const SSL *const tls = stream_->native_handle();
+    report_->tls_version = SSL_get_version(tls);
+    report_->cipher = SSL_get_cipher_name(tls);
+    report_->verification = outcome_name(verification_.outcome());
+    report_->certificate_errors = verification_.error_codes();
+}
+
+void HttpsXmlClient::record_traffic() {
+    if (report_->reached(ConnectionPhase::connect)) // before, the stream may be an earlier one's
+        report_->traffic = stream_->traffic();
+}
+
 void HttpsXmlClient::record_addresses() {
     error_code error;
     const auto &socket = stream_->socket();
@@ -228,8 +254,15 @@ void HttpsXmlClient::record_addresses() {
 
 void HttpsXmlClient::finish_connect(ConnectCode code, std::string error_text) {
     timer_.clear();
-    if (code != ConnectCode::connected)
+    record_traffic();
+    if (code == ConnectCode::connected) {
+        report_->enter(ConnectionPhase::ready);
+    } else {
         close_socket();
+        report_->stop();
+        report_->error = error_text;
+        report_to(std::make_shared<ConnectionReport>()); // whatever comes is not on this connection
+    }
     ConnectResult result;
     result.result = code;
     result.certificates = verification_.chain();

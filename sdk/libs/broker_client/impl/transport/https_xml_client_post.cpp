@@ -32,7 +32,9 @@ PostResult failed(ePOST_RESULT result, std::string error_text = {}) {
 }
 
 /// Reads an answer's body, whoever it came from.
-PostResult read_answer(SecureText body) {
+PostResult read_answer(SecureText body, ConnectionReport &report) {
+    report.enter(ConnectionPhase::parse);
+    report.answer = answer_kind(body);
     std::string error;
     auto document = XmlDocument::parse(std::move(body), error);
     if (!document) {
@@ -40,6 +42,8 @@ PostResult read_answer(SecureText body) {
                   error.substr(0, shown_parse_error).c_str());
         return failed(POST_RESULT_MANGLED_RESPONSE);
     }
+    if (report.answer == AnswerKind::other)
+        report.answer = AnswerKind::xml;
     log_message(document->root(), MessageDirection::received);
     return {POST_RESULT_SUCCESS, {}, std::move(document)};
 }
@@ -58,19 +62,22 @@ void HttpsXmlClient::http_post_with_xml_path(std::string_view path, std::string_
         asio::post(context_, [this] { post_failed(asio::error::not_connected); });
         return;
     }
+    report_->enter(ConnectionPhase::send);
     stream_->async_write(request_, [this](const error_code &error) { handle_write(error); });
 }
 
 void HttpsXmlClient::answer_locally(SecureText xml, PostHandler on_posted) {
     on_posted_ = std::move(on_posted);
     asio::post(context_, [this, body = std::move(xml)]() mutable {
-        finish_post(read_answer(std::move(body)));
+        ConnectionReport nobody_sent_it;
+        finish_post(read_answer(std::move(body), nobody_sent_it));
     });
 }
 
 void HttpsXmlClient::handle_write(const error_code &error) {
     if (error)
         return post_failed(error);
+    report_->enter(ConnectionPhase::wait);
     read_more();
 }
 
@@ -85,11 +92,13 @@ void HttpsXmlClient::read_more() {
                 [this](const error_code &failure) { handle_readable(failure); });
         if (error)
             return post_failed(error);
+        if (!report_->reached(ConnectionPhase::receive))
+            report_->enter(ConnectionPhase::receive);
         switch (response_->received(bytes)) {
         case HttpResponseParser::State::need_more:
             break;
         case HttpResponseParser::State::complete:
-            return finish_post(read_answer(response_->take_body()));
+            return finish_post(read_answer(response_->take_body(), *report_));
         case HttpResponseParser::State::mangled:
             return finish_post(failed(POST_RESULT_MANGLED_RESPONSE));
         case HttpResponseParser::State::not_ok:
@@ -120,10 +129,17 @@ void HttpsXmlClient::post_failed(const error_code &error) {
 
 void HttpsXmlClient::finish_post(PostResult result) {
     timer_.clear();
-    // What may be left of the answer must not be taken for the next one.
-    if (result.result != POST_RESULT_SUCCESS)
-        close_socket();
-    request_ = {};
+    record_traffic();
+    if (response_)
+        report_->http_status = response_->status();
+    report_->error = result.error_text;
+    if (result.result == POST_RESULT_SUCCESS) {
+        report_->enter(ConnectionPhase::answered);
+    } else {
+        report_->stop();
+        close_socket(); // what may be left of the answer must not be taken for the next one
+    }
+    wipe(request_); // an empty text moved in would leave the old one in its place
     response_.reset();
     // The handler may start the next operation.
     std::exchange(on_posted_, nullptr)(result);

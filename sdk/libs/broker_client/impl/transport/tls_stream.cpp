@@ -47,16 +47,23 @@ struct TlsStream::Bio {
 
     static int read(BIO *bio, char *data, int size) {
         const auto room = asio::buffer(data, static_cast<std::size_t>(size));
-        return transfer(bio, BIO_FLAGS_READ, [room](Socket &socket, error_code &error) {
+        const int bytes = transfer(bio, BIO_FLAGS_READ, [room](Socket &socket, error_code &error) {
             return socket.read_some(room, error);
         });
+        if (bytes > 0)
+            stream_of(bio).traffic_.note_received({data, static_cast<std::size_t>(bytes)});
+        return bytes;
     }
 
     static int write(BIO *bio, const char *data, int size) {
-        const auto bytes = asio::buffer(data, static_cast<std::size_t>(size));
-        return transfer(bio, BIO_FLAGS_WRITE, [bytes](Socket &socket, error_code &error) {
-            return socket.write_some(bytes, error);
-        });
+        const auto content = asio::buffer(data, static_cast<std::size_t>(size));
+        const int bytes =
+            transfer(bio, BIO_FLAGS_WRITE, [content](Socket &socket, error_code &error) {
+                return socket.write_some(content, error);
+            });
+        if (bytes > 0)
+            stream_of(bio).traffic_.sent += static_cast<std::uint64_t>(bytes);
+        return bytes;
     }
 
     static long control(BIO *, int command, long, void *) {
@@ -64,9 +71,11 @@ struct TlsStream::Bio {
     }
 
 private:
+    static TlsStream &stream_of(BIO *bio) { return *static_cast<TlsStream *>(BIO_get_data(bio)); }
+
     template <class Transfer>
     static int transfer(BIO *bio, int direction, Transfer transfer) {
-        auto &stream = *static_cast<TlsStream *>(BIO_get_data(bio));
+        TlsStream &stream = stream_of(bio);
         BIO_clear_retry_flags(bio);
         const std::size_t bytes = transfer(stream.socket_, stream.socket_error_);
         if (stream.socket_error_ == asio::error::would_block) {
@@ -84,7 +93,8 @@ TlsStream::TlsStream(asio::io_context &context, SSL_CTX *tls)
         throw_openssl_error("SSL_new");
     BIO *const bio = Bio::over(*this);
     SSL_set_bio(tls_.get(), bio, bio);
-    SSL_set_app_data(tls_.get(), this);
+    if (SSL_set_app_data(tls_.get(), this) != 1)
+        throw_openssl_error("SSL_set_app_data");
     SSL_set_read_ahead(tls_.get(), 1);
     SSL_set_default_read_buffer_len(tls_.get(), read_ahead_bytes);
 }

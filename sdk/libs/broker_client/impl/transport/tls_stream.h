@@ -1,5 +1,6 @@
 #pragma once
 
+#include "transport/connection_report.h"
 #include "utils/src/openssl_handles.h"
 
 #include <boost/asio/io_context.hpp>
@@ -34,6 +35,7 @@ public:
 
     Socket &socket() { return socket_; }
     SSL *native_handle() { return tls_.get(); }
+    const Traffic &traffic() const { return traffic_; }
     /// Without a callback nobody is asked who the server is.
     void set_verify_callback(VerifyCallback verify);
 
@@ -61,6 +63,7 @@ private:
     SslHandle tls_;
     VerifyCallback verify_;
     error_code socket_error_; ///< of the last read or write
+    Traffic traffic_;
     Socket::wait_type awaited_ = Socket::wait_read;
 };
 

@@ -189,8 +189,8 @@ private:
                     secrecy = Secrecy::token;
             });
         text_ += '>';
-        if (secrecy == Secrecy::token)
-            text_ += mask;
+        if (secrecy == Secrecy::token || secrecy == Secrecy::sensitive)
+            text_ += mask; // also where nothing of this text will be shown: it is not wiped
         else if (secrecy == Secrecy::connect_tag && direction_ == MessageDirection::received)
             write_connect_tag(element.text(buffer_));
         else

@@ -138,4 +138,8 @@ BrokerResult read_target(XmlNode message, std::string_view protocol_version,
     return {};
 }
 
+std::string_view known_allocation_id(std::string_view id) {
+    return known_id(allocation_table.rows, id);
+}
+
 } // namespace kavro

@@ -29,4 +29,7 @@ BrokerResult read_allocation(XmlNode message, std::string_view protocol_version,
 BrokerResult read_target(XmlNode message, std::string_view protocol_version,
                          cDESKTOP_CONNECTION_RESULT &connection);
 
+/// The result id, if it is one of the answer's own.
+std::string_view known_allocation_id(std::string_view id);
+
 } // namespace kavro

@@ -88,16 +88,13 @@ using AuthTable = ResultTable<AuthRow>;
 
 /// By AuthRequest. Whether an id that nobody knows counts against the request or the response is
 /// part of the protocol.
-const AuthTable &result_table(AuthRequest request) {
-    static constexpr AuthTable tables[] = {
-        {"Password authentication handler", ERROR_CODE_PROTOCOL_MANGLED_REQUEST, password_rows},
-        {"Dialog handler", ERROR_CODE_PROTOCOL_MANGLED_REQUEST, dialog_rows},
-        {"OAuth handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, oauth_rows},
-        {"Disclaimer handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, disclaimer_rows},
-        {"Password update handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, password_update_rows},
-    };
-    return tables[static_cast<std::size_t>(request)];
-}
+constexpr AuthTable result_tables[] = {
+    {"Password authentication handler", ERROR_CODE_PROTOCOL_MANGLED_REQUEST, password_rows},
+    {"Dialog handler", ERROR_CODE_PROTOCOL_MANGLED_REQUEST, dialog_rows},
+    {"OAuth handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, oauth_rows},
+    {"Disclaimer handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, disclaimer_rows},
+    {"Password update handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, password_update_rows},
+};
 
 void set_method(AuthAnswer &answer, AuthMethod method, std::string_view keyword) {
     answer.auth.method = method;
@@ -186,7 +183,7 @@ BrokerResult read_authentication(AuthRequest request, XmlNode message, bool oaut
     if (result.missing != nullptr)
         return missing(result.missing);
 
-    const AuthTable &table = result_table(request);
+    const AuthTable &table = result_tables[static_cast<std::size_t>(request)];
     const AuthRow *row = find_row(table.rows, result.id);
     BrokerResult outcome;
     if (needs_text(row)) {
@@ -214,6 +211,14 @@ BrokerResult read_authentication(AuthRequest request, XmlNode message, bool oaut
         break;
     }
     return outcome;
+}
+
+std::string_view known_authentication_id(std::string_view id) {
+    for (const AuthTable &table : result_tables) {
+        if (const std::string_view known = known_id(table.rows, id); !known.empty())
+            return known;
+    }
+    return {};
 }
 
 } // namespace kavro

@@ -25,4 +25,7 @@ SecureText password_update_request(std::string_view protocol_version, std::strin
 BrokerResult read_authentication(AuthRequest request, XmlNode message, bool oauth_enabled,
                                  AuthAnswer &answer);
 
+/// The result id, if it is one of the answers' own.
+std::string_view known_authentication_id(std::string_view id);
+
 } // namespace kavro

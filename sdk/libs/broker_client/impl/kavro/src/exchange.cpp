@@ -165,6 +165,10 @@ std::string ResultElement::text() const {
     return child_text(element, "result-str");
 }
 
+std::string_view known_error_id(std::string_view id) {
+    return known_id<ResultRow>(error_rows, id);
+}
+
 void log_unrecognised_result(const char *handler) {
     log_error("%s: Broker's result id cannot be recognized by the client", handler);
 }

@@ -64,6 +64,17 @@ const Row *find_row(std::span<const Row> rows, std::string_view id) {
     return found == rows.end() ? nullptr : &*found;
 }
 
+/// A result id of one of the rows as it stands there; empty when it is none. What a broker sends
+/// besides those may be anybody's secret.
+template <class Row>
+std::string_view known_id(std::span<const Row> rows, std::string_view id) {
+    const Row *row = find_row(rows, id);
+    return row != nullptr ? row->id : std::string_view();
+}
+
+/// The same for the ids of broker-reported errors.
+std::string_view known_error_id(std::string_view id);
+
 void log_unrecognised_result(const char *handler);
 
 /// The row of a result id, or null, which is logged.

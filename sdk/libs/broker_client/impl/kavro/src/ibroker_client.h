@@ -2,9 +2,11 @@
 
 #include "kavro/src/results.h"
 #include "transport/client_signing.h"
+#include "transport/connection_report.h"
 #include "transport/trust_store.h"
 
 #include <chrono>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,6 +28,8 @@ struct ConnectionRequest {
     std::string time_zone; ///< Windows key name; empty for the machine's own
     bool fail_if_unverified = true;
     bool is_registration_code = false;
+    /// What becomes of the connection, as far as the client tells.
+    std::shared_ptr<ConnectionReport> report = std::make_shared<ConnectionReport>();
 };
 
 /// One answered field of a dialog.

@@ -3,6 +3,7 @@
 #include "kavro/src/allocate_resource.h"
 #include "kavro/src/exchange.h"
 #include "kavro/src/power_operation.h"
+#include "kavro/src/result_id.h"
 #include "regcode/registration_code.h"
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
@@ -78,6 +79,7 @@ cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT(Timeouts timeouts) : timeouts_(timeou
 bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
                                              ConnectionHandler handler) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
+    transport_.report_to(request.report);
     resolved_address_ = request.address;
     if (request.is_registration_code) {
         const std::string url = "https://" + request.address;
@@ -162,6 +164,7 @@ void cKAVRO_BROKER_CLIENT::exchange(const SecureText &request, milliseconds time
     transport_.http_post_with_xml_path(
         broker_path, request,
         [this, read = std::move(read), handler = std::move(handler)](const PostResult &post) {
+            transport_.report().result_id = result_id_of(post);
             BrokerResult result;
             Record record;
             if (const XmlNode message = get_response_node(post, protocol_version_, result))

@@ -43,4 +43,8 @@ BrokerResult read_power_operation(XmlNode message) {
     return {code, result.text(), {}, {}};
 }
 
+std::string_view known_operation_id(std::string_view id) {
+    return known_id(operation_table.rows, id);
+}
+
 } // namespace kavro

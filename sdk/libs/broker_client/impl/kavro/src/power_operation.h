@@ -14,4 +14,7 @@ SecureText power_operation_request(std::string_view protocol_version, std::strin
 
 BrokerResult read_power_operation(XmlNode message);
 
+/// The result id, if it is one of the answer's own.
+std::string_view known_operation_id(std::string_view id);
+
 } // namespace kavro

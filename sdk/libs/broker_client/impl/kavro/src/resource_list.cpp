@@ -151,4 +151,8 @@ BrokerResult read_resource_list(XmlNode message, DesktopListHandle &list) {
     return {};
 }
 
+std::string_view known_list_id(std::string_view id) {
+    return known_id(list_table.rows, id);
+}
+
 } // namespace kavro

@@ -15,4 +15,7 @@ SecureText resource_list_request(std::string_view protocol_version);
 /// texts are parts.
 BrokerResult read_resource_list(XmlNode message, DesktopListHandle &list);
 
+/// The result id, if it is one of the answer's own.
+std::string_view known_list_id(std::string_view id);
+
 } // namespace kavro

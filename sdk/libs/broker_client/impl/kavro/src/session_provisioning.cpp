@@ -1,6 +1,7 @@
 #include "kavro/src/session_provisioning.h"
 
 #include "kavro/src/envelope.h"
+#include "transport/tls_settings.h"
 #include "transport/xml_message_log.h"
 #include "utils/src/base64.h"
 #include "utils/src/broker_log.h"
@@ -103,7 +104,7 @@ SecureText session_provision_request(std::string_view address, const SessionProv
 }
 
 ssl::context provisioning_tls() {
-    ssl::context tls(ssl::context::tls_client);
+    ssl::context tls = client_tls_context();
     SSL_CTX *const native = tls.native_handle();
     SSL_CTX_clear_options(native, SSL_CTX_get_options(native));
     // OpenSSL 3 no longer counts the last one among "all".

@@ -1,0 +1,90 @@
+"""What holds for the whole process."""
+
+import ctypes
+import os
+from dataclasses import dataclass
+
+from ._exports import kavro_broker_log_function, kavro_broker_session_log_id_function
+from ._library import encode, library, read_text
+
+
+@dataclass(frozen=True)
+class LogMessage:
+    category: int
+    severity: int
+    error: int
+    text: str
+
+
+_hooks = {}  # what the library calls, kept for as long as it may
+
+
+def version():
+    return library.kavro_broker_get_version().decode()
+
+
+def result_name(code):
+    return library.kavro_broker_result_name(code).decode()
+
+
+def result_text(code):
+    return library.kavro_broker_result_text(code).decode()
+
+
+def escape_text(text):
+    return read_text(library.kavro_broker_escape_text, encode(text))
+
+
+def set_log_level(highest_severity):
+    library.kavro_broker_set_log_level(highest_severity)
+
+
+def set_cache_file_location(path):
+    library.kavro_broker_set_cache_file_location(encode(path))
+
+
+if os.name == "nt":
+    _runtime = ctypes.cdll.msvcrt
+
+    def _formatted(pattern, arguments):
+        arguments = ctypes.c_void_p(arguments)
+        size = _runtime._vscprintf(pattern, arguments) + 1
+        text = ctypes.create_string_buffer(size)
+        _runtime._vsnprintf(text, ctypes.c_size_t(size), pattern, arguments)
+        return text.value
+else:
+    _runtime = ctypes.CDLL(None)
+    _runtime.free.restype = None
+
+    def _formatted(pattern, arguments):
+        text = ctypes.c_char_p()
+        if _runtime.vasprintf(ctypes.byref(text), pattern, ctypes.c_void_p(arguments)) < 0:
+            raise MemoryError
+        try:
+            return text.value
+        finally:
+            _runtime.free(text)
+
+
+def set_log_function(function):
+    """`function` gets every LogMessage, on the thread that is inside the library. To be set before other
+    threads use the library, as the next one."""
+    def deliver(category, severity, error, pattern, arguments):
+        text = _formatted(pattern, arguments).decode(errors="replace")
+        function(LogMessage(category, severity, error, text))
+
+    _install(library.kavro_broker_set_log_function, kavro_broker_log_function(deliver))
+
+
+def set_session_log_id_function(function):
+    """`function` gets the identifier under which the broker logs this client, once it is known."""
+    def deliver(session_id):
+        function(session_id.decode(errors="replace"))
+
+    _install(library.kavro_broker_set_session_log_id_function,
+             kavro_broker_session_log_id_function(deliver))
+
+
+def _install(set_function, hook):
+    set_function(hook)
+    _hooks[type(hook)] = hook  # the one before is let go only now

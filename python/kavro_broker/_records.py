@@ -1,0 +1,203 @@
+"""What requests and accessors return, and how it is read through the C interface."""
+
+from ctypes import byref, c_size_t, c_uint8, c_uint32, create_string_buffer
+from dataclasses import dataclass
+from typing import List, NamedTuple, Optional
+
+from ._exports import (CertificateVerdict, ConnectionProperty, DialogFieldKind, Operation, Result,
+                       TextType)
+from ._library import Owned, check, encode, library, make, read_each, read_text, read_texts, read_value
+
+
+class Variable(NamedTuple):
+    name: str
+    value: str
+
+
+class BrokerInfo(NamedTuple):
+    product_name: str
+    product_version: str
+    platform: str
+
+
+class Target(NamedTuple):
+    address: str
+    host_name: str
+    server_name: str
+    port: str
+
+
+class GatewayTicket(NamedTuple):
+    ticket: str
+    creation: str
+    expiry: str
+
+
+@dataclass(frozen=True)
+class Desktop:
+    name: str
+    id: str
+    type: str
+    state: str
+    health: str
+    operations: List[Operation]  # those that it offers
+
+
+@dataclass(frozen=True)
+class DesktopConnection:
+    target: Target
+    session_id: str
+    connect_tag: str
+    use_broker_address: bool
+    gateway_ticket: Optional[GatewayTicket]
+    agent_variables: List[Variable]
+    alternate_targets: List[Target]
+
+
+@dataclass(frozen=True)
+class DialogField:
+    name: str
+    label: str
+    value: str
+    read_only: bool
+    hidden: bool
+    loggable: bool
+    text_type: TextType
+
+
+@dataclass(frozen=True)
+class DialogButton:
+    id: str
+    label: str
+    is_default: bool
+
+
+@dataclass(frozen=True)
+class Dialog:
+    prompt_text: str
+    error_text: str
+    fields: List[DialogField]
+    buttons: List[DialogButton]
+
+
+@dataclass(frozen=True)
+class Certificate:
+    der: bytes  # empty when the broker did not show it
+    verdict: CertificateVerdict
+
+
+class VariableList(Owned):
+    """Name and value texts as the library holds them. An empty one has a null handle, which is how the
+    library takes "no variables"."""
+
+    def __init__(self, variables):
+        self._size = len(variables)
+        self.handle = None
+        if not variables:
+            return
+        super().__init__(make(library.kavro_broker_create_variable_list, self._size),
+                         library.kavro_broker_free_variable_list)
+        for index, (name, value) in enumerate(variables):
+            check(library.kavro_broker_set_variable(self.handle, index, encode(name), encode(value)))
+
+    def __len__(self):
+        return self._size
+
+    def __getitem__(self, index):
+        if not 0 <= index < self._size:
+            raise IndexError(index)
+        return read_variable(library.kavro_broker_get_variable, self.handle, index)
+
+    def close(self):
+        if self.handle is not None:
+            super().close()
+
+
+def read_variable(accessor, owner, index):
+    return Variable(*read_texts(2, lambda *out: accessor(owner, index, *out)))
+
+
+def read_variables(count, accessor, owner):
+    return read_each(count, owner, lambda index: read_variable(accessor, owner, index))
+
+
+def read_desktop(desktops, index):
+    def offers(operation):
+        return read_value(c_uint8, library.kavro_broker_get_desktop_operation_allowed, desktops, index,
+                          operation)
+
+    return Desktop(read_text(library.kavro_broker_get_desktop_name, desktops, index),
+                   read_text(library.kavro_broker_get_desktop_id, desktops, index),
+                   read_text(library.kavro_broker_get_desktop_type, desktops, index),
+                   read_text(library.kavro_broker_get_desktop_state, desktops, index),
+                   read_text(library.kavro_broker_get_desktop_health, desktops, index),
+                   [operation for operation in Operation if offers(operation)])
+
+
+def read_desktops(desktops):
+    return read_each(library.kavro_broker_get_num_desktops, desktops,
+                     lambda index: read_desktop(desktops, index))
+
+
+def _read_gateway_ticket(info):
+    size = c_size_t()
+    if library.kavro_broker_get_desktop_connection_property(
+            info, ConnectionProperty.GATEWAY_TICKET, None, byref(size)) == Result.ERR_NOT_AVAILABLE:
+        return None
+    return GatewayTicket(*(
+        read_text(library.kavro_broker_get_desktop_connection_property, info, which)
+        for which in (ConnectionProperty.GATEWAY_TICKET, ConnectionProperty.GATEWAY_TICKET_CREATION,
+                      ConnectionProperty.GATEWAY_TICKET_EXPIRY)))
+
+
+def _read_use_broker_address(info):
+    flag = create_string_buffer(1)
+    check(library.kavro_broker_get_desktop_connection_property(
+        info, ConnectionProperty.USE_BROKER_ADDRESS, flag, byref(c_size_t(1))))
+    return flag.raw != b"\0"
+
+
+def _read_alternate_target(info, index):
+    return Target(*read_texts(4, lambda *out: library.kavro_broker_get_desktop_connection_alternate_target(
+        info, index, *out)))
+
+
+def read_connection(info):
+    def text(which):
+        return read_text(library.kavro_broker_get_desktop_connection_property, info, which)
+
+    return DesktopConnection(
+        Target(text(ConnectionProperty.TARGET_ADDRESS), text(ConnectionProperty.HOST_NAME),
+               text(ConnectionProperty.SERVER_NAME), text(ConnectionProperty.PORT)),
+        text(ConnectionProperty.SESSION_ID), text(ConnectionProperty.CONNECT_TAG),
+        _read_use_broker_address(info), _read_gateway_ticket(info),
+        read_variables(library.kavro_broker_get_num_desktop_connection_agent_variables,
+                       library.kavro_broker_get_desktop_connection_agent_variable, info),
+        read_each(library.kavro_broker_get_num_desktop_connection_alternate_targets, info,
+                  lambda index: _read_alternate_target(info, index)))
+
+
+def read_dialog_field(handle, index):
+    kind, text_type, hidden, loggable = c_uint32(), c_uint32(), c_uint8(), c_uint8()
+    texts = read_texts(3, lambda *out: library.kavro_broker_get_auth_dialog_field(
+        handle, index, byref(kind), *out, byref(hidden), byref(loggable), byref(text_type)))
+    return DialogField(*texts, kind.value == DialogFieldKind.READ_ONLY, bool(hidden), bool(loggable),
+                       TextType(text_type.value))
+
+
+def read_dialog_button(handle, index):
+    is_default = c_uint8()
+    texts = read_texts(2, lambda *out: library.kavro_broker_get_auth_dialog_button(
+        handle, index, *out, byref(is_default)))
+    return DialogButton(*texts, bool(is_default))
+
+
+def read_certificate(handle, index):
+    size, verdict = c_size_t(), c_uint32()
+    der = b""
+    if library.kavro_broker_get_broker_certificate(handle, index, None, byref(size)) == Result.OK:
+        buffer = (c_uint8 * size.value)()
+        check(library.kavro_broker_get_broker_certificate(handle, index, buffer, byref(size)))
+        der = bytes(buffer)
+    library.kavro_broker_get_certificate_error(handle, index, byref(verdict))  # none after a success
+    return Certificate(der, CertificateVerdict(verdict.value))

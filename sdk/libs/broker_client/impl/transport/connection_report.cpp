@@ -1,0 +1,61 @@
+#include "transport/connection_report.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kavro {
+
+namespace {
+
+bool starts_ignoring_case(std::string_view text, std::string_view lower_start) {
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    return std::ranges::equal(text.substr(0, lower_start.size()), lower_start, {}, lower);
+}
+
+/// RFC 8446 section 5.1: a record begins with its type and the major version.
+bool is_tls_record(std::string_view bytes) {
+    constexpr char first_type = 20, last_type = 23, major_version = 3;
+    return bytes[0] >= first_type && bytes[0] <= last_type &&
+           (bytes.size() == 1 || bytes[1] == major_version);
+}
+
+} // namespace
+
+void Traffic::note_received(std::string_view bytes) {
+    if (received == 0 && !bytes.empty()) {
+        if (is_tls_record(bytes))
+            peer_speech = PeerSpeech::tls;
+        else
+            peer_speech =
+                starts_ignoring_case(bytes, "http/") ? PeerSpeech::http : PeerSpeech::other;
+    }
+    received += bytes.size();
+}
+
+AnswerKind answer_kind(std::string_view body) {
+    const auto start = std::min(body.find_first_not_of(" \t\r\n"), body.size());
+    body.remove_prefix(start);
+    const bool html =
+        starts_ignoring_case(body, "<!doctype html") || starts_ignoring_case(body, "<html");
+    return html ? AnswerKind::html : AnswerKind::other;
+}
+
+void ConnectionReport::enter(ConnectionPhase next) {
+    const auto now = Clock::now();
+    leave_phase(now);
+    phase = next;
+    since_ = now;
+}
+
+void ConnectionReport::stop() {
+    leave_phase(Clock::now());
+}
+
+void ConnectionReport::leave_phase(Clock::time_point now) {
+    if (const auto since = std::exchange(since_, std::nullopt))
+        times[static_cast<std::size_t>(phase)] = now - *since;
+}
+
+} // namespace kavro

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "broker_client_impl.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Every request of the public interface, and every way in which the network can spoil it.
+
+namespace hostile {
+
+/// A request, and what makes it succeed.
+struct Request {
+    const char *name;
+    kavro_broker_result (*send)(kavro_broker_handle);
+    std::string answer; ///< the broker's; empty when the request is answered without asking
+    kavro_broker_result well = KAVRO_BROKER_OK;
+    bool fails = true;         ///< when the network does; a log-out is done all the same
+    bool greets_after = false; ///< the next request begins with a hello
+};
+
+const std::vector<Request> &requests();
+/// The one that shows that a handle is still good.
+const Request &good_request();
+
+enum class Ill { refuse, reset, fin, stall, truncated, garbage, broken_record };
+enum class Phase { before_handshake, in_handshake, before_request, in_head, in_body };
+
+struct Case {
+    const Request *request;
+    Ill ill;
+    Phase phase;
+};
+
+std::vector<Case> all_cases();
+std::string name_of(const Case &fault);
+/// The result, or the two between which chance decides.
+std::vector<kavro_broker_result> expected(const Case &fault);
+/// Part of a line that the log must have; empty when it need not say anything.
+std::string_view log_sentence(const Case &fault);
+
+using OwnedHandle = std::unique_ptr<broker_client_impl, decltype(&kavro_broker_free)>;
+
+/// A handle of short deadlines.
+OwnedHandle new_handle();
+
+/// Runs the cases one after the other against a broker of their own, and after each a good request.
+/// Whatever is not as expected fails the test.
+void run_cases(broker_client_impl &handle, std::span<const Case> faults);
+
+} // namespace hostile

@@ -1,0 +1,71 @@
+#include "hostile/masked_text.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace hostile {
+
+namespace {
+
+/// Volatile, so that no compiler works with the plain text instead.
+const volatile unsigned char mask = 0xA5;
+
+constexpr std::size_t piece = 16;
+
+struct Region {
+    const unsigned char *begin;
+    const unsigned char *end;
+};
+
+/// What this process can write to: there is no other place that a copy could be in.
+std::vector<Region> writable_memory() {
+    std::vector<Region> regions;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        unsigned long begin = 0;
+        unsigned long end = 0;
+        char rights[5] = {};
+        if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, rights) == 3 &&
+            std::string_view(rights).starts_with("rw"))
+            regions.push_back({reinterpret_cast<const unsigned char *>(begin),
+                               reinterpret_cast<const unsigned char *>(end)});
+    }
+    return regions;
+}
+
+} // namespace
+
+MaskedText::MaskedText(unsigned number) {
+    // No two of its letters stand in the same order again soon, and nobody else has such a text.
+    std::uint32_t state = 2654435761u * (number + 1);
+    for (std::size_t i = 0; i < size; ++i) {
+        state = state * 1664525u + 1013904223u;
+        masked_.push_back(static_cast<unsigned char>(('A' + (state >> 16) % 26) ^ mask));
+    }
+}
+
+void MaskedText::reveal(char (&buffer)[size + 1]) const {
+    for (std::size_t i = 0; i < size; ++i)
+        buffer[i] = static_cast<char>(masked_[i] ^ mask);
+    buffer[size] = '\0';
+}
+
+std::size_t MaskedText::copies_in_memory() const {
+    const unsigned char key = mask;
+    std::size_t copies = 0;
+    for (const auto &[begin, end] : writable_memory()) {
+        for (const unsigned char *at = begin; at + piece <= end; ++at) {
+            for (std::size_t start = 0; start + piece <= size; start += piece) {
+                std::size_t same = 0;
+                while (same < piece && (at[same] ^ key) == masked_[start + same])
+                    ++same;
+                copies += same == piece;
+            }
+        }
+    }
+    return copies;
+}
+
+} // namespace hostile

@@ -1,0 +1,56 @@
+#include "conversation/short_deadlines.h"
+#include "hostile/rounds.h"
+#include "hostile/thread_log.h"
+
+#include <atomic>
+#include <iostream>
+#include <random>
+
+using namespace conversation;
+
+namespace {
+
+TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
+    constexpr int slices = 256;
+    Conversation talk(without_authentication());
+    hostile::ThreadLog::install();
+    std::mt19937 random(20261121);
+    const int rounds = hostile::rounds(400);
+    auto usual = 0us; // a whole request with its greeting, as long as the last good one
+    int cancelled = 0;
+    for (int round = 0; round < rounds; ++round) {
+        const bool disturbed = round % 4 != 0;
+        const auto moment = usual * (random() % slices) / slices;
+        kavro_broker_set_locale(talk.handle, "en_US"); // greet again
+        std::atomic<bool> started = false;
+        std::thread canceller([&] {
+            started.wait(false);
+            const auto start = Clock::now();
+            while (Clock::now() - start < moment)
+                std::this_thread::yield();
+            if (disturbed)
+                kavro_broker_cancel(talk.handle);
+        });
+        started = true;
+        started.notify_one();
+        const auto start = Clock::now();
+        const auto result = talk.list();
+        const auto took =
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+        canceller.join();
+        hostile::ThreadLog::take();
+        ASSERT_LT(took, margin) << "round " << round;
+        if (!disturbed) {
+            ASSERT_EQ(result, KAVRO_BROKER_OK) << "after round " << round << ": " << talk.message();
+            usual = took;
+            talk.broker.clear_recording();
+        } else if (result != KAVRO_BROKER_OK) {
+            ASSERT_EQ(result, KAVRO_BROKER_ERR_CANCELLED) << talk.message() << ", round " << round;
+            ++cancelled;
+        }
+    }
+    std::cout << cancelled << " of " << rounds << " requests were cancelled\n";
+    EXPECT_GT(cancelled, rounds / 8);
+}
+
+} // namespace

@@ -1,0 +1,206 @@
+#include "conversation/short_deadlines.h"
+#include "hostile/failing_allocation.h"
+#include "hostile/masked_text.h"
+#include "hostile/rounds.h"
+#include "hostile/thread_log.h"
+
+#include <openssl/crypto.h>
+
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace conversation;
+using broker_sim::Ending;
+using broker_sim::Scenario;
+using hostile::MaskedText;
+
+namespace {
+
+/// A broker in a process of its own, so that what it knows is not in the memory that is searched.
+class BrokerProcess {
+public:
+    explicit BrokerProcess(const std::function<Scenario()> &scenario) {
+        if (pipe(ends_) != 0)
+            throw std::runtime_error("no pipe");
+        process_ = fork();
+        if (process_ == 0)
+            serve(scenario());
+        std::string words;
+        for (char c = 0; read(ends_[0], &c, 1) == 1 && c != '\0';)
+            words += c;
+        const auto line_end = words.find('\n');
+        port = words.substr(0, line_end);
+        authority = words.substr(line_end + 1);
+    }
+    ~BrokerProcess() {
+        kill(process_, SIGKILL);
+        waitpid(process_, nullptr, 0);
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+    BrokerProcess(const BrokerProcess &) = delete;
+    BrokerProcess &operator=(const BrokerProcess &) = delete;
+
+    std::string port;
+    std::string authority;
+
+private:
+    [[noreturn]] void serve(Scenario scenario) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL); // however the test ends
+        const broker_sim::Simulator broker(std::move(scenario));
+        const std::string words = std::to_string(broker.port()) + "\n" + broker.ca_pem();
+        static_cast<void>(write(ends_[1], words.c_str(), words.size() + 1) == 0);
+        for (;;)
+            pause();
+    }
+
+    int ends_[2];
+    pid_t process_ = -1;
+};
+
+const MaskedText password(1);
+const MaskedText new_password(2);
+const MaskedText oauth_code(3);
+
+/// A secret in plain, wiped when it goes: all that the caller himself has of it.
+class Plain {
+public:
+    explicit Plain(const MaskedText &secret) { secret.reveal(text_); }
+    ~Plain() { OPENSSL_cleanse(text_, sizeof text_); }
+    Plain(const Plain &) = delete;
+    Plain &operator=(const Plain &) = delete;
+
+    operator const char *() const { return text_; }
+
+private:
+    char text_[MaskedText::size + 1];
+};
+
+struct Row {
+    const char *what;
+    kavro_broker_result result; ///< of a password
+    broker_sim::Fault fault{};
+    std::string answer{}; ///< instead of the broker's own, when not empty
+    const char *user = "alice";
+    bool echo = false; ///< the answer says the password
+};
+
+Scenario scenario_of(const Row &row) {
+    auto scenario = Scenario::demo();
+    scenario.users = {{"alice", std::string(Plain(password)), "EXAMPLE"}};
+    broker_sim::AuthenticationStep step;
+    step.methods = {"password", "oauth"};
+    step.oauth = {std::string(Plain(oauth_code)), "alice"};
+    scenario.authentication = {step, step, step};
+    for (const char *request : {"authenticate", "update-password"}) {
+        scenario.faults.push_back(row.fault);
+        scenario.faults.back().match.request = request;
+    }
+    broker_sim::Override answer;
+    answer.match.request = "authenticate";
+    if (!row.answer.empty())
+        answer.raw = row.answer;
+    if (row.echo)
+        answer.body = "<kavro-client version=\"2.1\"><x><password>" + std::string(Plain(password)) +
+                      "</password></x></kavro-client>";
+    scenario.overrides = {answer};
+    return scenario;
+}
+
+std::vector<Row> rows() {
+    std::vector<Row> all = {
+        {"all well", KAVRO_BROKER_OK},
+        {"a request that is no XML", KAVRO_BROKER_ERR_PROTOCOL_GENERIC, {}, {}, "al<ice"},
+        {"no HTTP", KAVRO_BROKER_ERR_MANGLED_RESPONSE, {}, "220 mail.test ESMTP\r\n\r\n"},
+        {"no XML",
+         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         {},
+         "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n<"},
+        {"an answer that says the password",
+         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         {},
+         {},
+         "alice",
+         true},
+        {"wrong status", KAVRO_BROKER_ERR_HTTP_NOT_OK, {}, "HTTP/1.1 500 No\r\n\r\n"},
+    };
+    const auto lost = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
+    for (const std::size_t byte : {0, 20, 300}) {
+        all.push_back(
+            {"silence", KAVRO_BROKER_ERR_TIMEOUT, {.ending = Ending::stall, .at_byte = byte}});
+        for (const auto ending : {Ending::fin, Ending::close, Ending::reset})
+            all.push_back({"an answer cut short", lost, {.ending = ending, .at_byte = byte}});
+    }
+    return all;
+}
+
+/// After each request that carried a secret, memory is searched; the handle is still there.
+void speak_secrets(kavro_broker_handle handle, const Row &row) {
+    EXPECT_EQ(kavro_broker_send_password(handle, row.user, "EXAMPLE", Plain(password)), row.result);
+    EXPECT_EQ(password.copies_in_memory(), 0u) << "password";
+    kavro_broker_send_oauth_code(handle, Plain(oauth_code));
+    EXPECT_EQ(oauth_code.copies_in_memory(), 0u) << "OAuth code";
+    kavro_broker_send_new_password(handle, row.user, "EXAMPLE", Plain(password),
+                                   Plain(new_password), Plain(new_password));
+    EXPECT_EQ(new_password.copies_in_memory(), 0u) << "new password";
+    EXPECT_EQ(password.copies_in_memory(), 0u) << "old password";
+}
+
+TEST(WipedMemory, TheSearchFindsWhatIsThere) {
+    EXPECT_EQ(password.copies_in_memory(), 0u);
+    const Plain plain(password);
+    const std::string copy(plain);
+    EXPECT_EQ(password.copies_in_memory(), 2 * MaskedText::size / 16);
+}
+
+/// A handle that talks to such a broker.
+struct Talk {
+    explicit Talk(const Row &row)
+        : broker([&row] { return scenario_of(row); }),
+          trust(broker.authority),
+          handle(handle_with_deadline(300ms)) {
+        hostile::ThreadLog::install();
+        kavro_broker_set_broker_address(handle, "127.0.0.1", broker.port.c_str());
+        kavro_broker_set_client_info(handle, "test client", "1", "Linux");
+    }
+    ~Talk() { kavro_broker_free(handle); }
+    Talk(const Talk &) = delete;
+    Talk &operator=(const Talk &) = delete;
+
+    BrokerProcess broker;
+    test_support::TrustedCa trust;
+    kavro_broker_handle handle;
+};
+
+TEST(WipedMemory, HoldsNoSecretAfterARequest) {
+    for (const Row &row : rows()) {
+        SCOPED_TRACE(row.what);
+        const Talk talk(row);
+        speak_secrets(talk.handle, row);
+    }
+}
+
+TEST(WipedMemory, HoldsNoSecretAfterARequestThatRanOutOfMemory) {
+    const Talk talk({"all well", KAVRO_BROKER_OK});
+    const Plain plain(password);
+    const std::size_t own = MaskedText::size / 16;
+    const std::size_t step = hostile::takes_its_time() ? 1 : 7;
+    int places = 0;
+    bool happened = true;
+    for (std::size_t nth = 1; happened; nth += step) {
+        {
+            const hostile::FailingAllocation failing(nth);
+            kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", plain);
+            happened = failing.happened();
+        }
+        places += password.copies_in_memory() != own;
+    }
+    EXPECT_LE(places, 1)
+        << "of thousands, one allocation may fail inside the TLS library's writing";
+}
+
+} // namespace

@@ -1,0 +1,26 @@
+"""Every function that the library exports is called by the C++ headers and by the Python package."""
+
+import ast
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+LIBRARY = ROOT / "sdk/libs/broker_client"
+
+
+def used_in_cpp():
+    text = "".join(header.read_text() for header in LIBRARY.glob("kavro_broker*.hpp"))
+    return set(re.findall(r"\bkavro_broker_\w+", re.sub(r"/\*.*?\*/|//.*?$", "", text, flags=re.S | re.M)))
+
+
+def used_in_python():
+    modules = (ROOT / "python/kavro_broker").glob("*.py")
+    return {node.attr for module in modules for node in ast.walk(ast.parse(module.read_text()))
+            if isinstance(node, ast.Attribute)}
+
+
+exports = set((LIBRARY / "exports.list").read_text().split())
+missing = [f"{name}: not in {language}" for language, used in
+           (("C++", used_in_cpp()), ("Python", used_in_python())) for name in sorted(exports - used)]
+sys.exit("\n".join(missing) or None)

@@ -1,0 +1,92 @@
+"""Has a program carry on the conversations of the table and compares what it tells with what stands there:
+run.py SIMULATOR PROGRAM [ARGUMENTS...]"""
+
+import json
+import os
+import pathlib
+import re
+import ssl
+import subprocess
+import sys
+import tempfile
+from contextlib import contextmanager
+from itertools import zip_longest
+
+HERE = pathlib.Path(__file__).resolve().parent
+SCENARIOS = HERE.parents[1] / "tools/broker-sim/scenarios"
+
+
+@contextmanager
+def ended(command, **options):
+    process = subprocess.Popen(command, stdout=subprocess.PIPE, text=True, **options)
+    try:
+        yield process
+    finally:
+        process.terminate()
+        process.communicate()
+
+
+@contextmanager
+def simulated_broker(simulator, scenario, folder):
+    """A broker that plays a scenario: the name of a file, or the scenario itself."""
+    file = SCENARIOS / scenario if isinstance(scenario, str) else folder / "scenario.json"
+    if file.parent == folder:
+        file.write_text(json.dumps(scenario))
+    authority = folder / "ca.pem"
+    with ended([simulator, "--scenario", file, "--ca-file", authority]) as process:
+        port = json.loads(process.stdout.readline())["port"]
+        yield str(port), authority
+
+
+@contextmanager
+def server_that_asks_for_a_certificate(folder):
+    """It judges the client's signature, and would have nothing to say after that."""
+    key, certificate = folder / "key.pem", folder / "certificate.pem"
+    subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key,
+                    "-out", certificate, "-subj", "/CN=server", "-addext",
+                    "subjectAltName=IP:127.0.0.1"], check=True, stderr=subprocess.DEVNULL)
+    with ended(["openssl", "s_server", "-accept", "127.0.0.1:0", "-www", "-Verify", "1", "-tls1_2",
+                "-key", key, "-cert", certificate], stderr=subprocess.DEVNULL) as process:
+        for line in process.stdout:
+            if listening := re.match(r"ACCEPT .*:(\d+)", line):
+                yield listening[1], certificate
+                return
+
+
+def carry_on(program, conversation, port, authority, folder):
+    certificate = folder / "certificate.der"
+    certificate.write_bytes(ssl.PEM_cert_to_DER_cert(authority.read_text()))
+    trust_nobody = {"SSL_CERT_FILE": os.devnull, "SSL_CERT_DIR": str(folder / "none")}
+    done = subprocess.run([*program, "127.0.0.1", port, certificate],
+                          input=json.dumps([call for call, _ in conversation["calls"]]), text=True,
+                          stdout=subprocess.PIPE, check=True, env={**os.environ, **trust_nobody})
+    return [json.loads(line) for line in done.stdout.splitlines()]
+
+
+def agrees(outcome, expected):
+    """Where a failure is told in the words of the system, the table has null for them."""
+    if isinstance(expected, dict) and expected.get("error", [""])[-1] is None:
+        return outcome["error"][:-1] == expected["error"][:-1] and outcome["error"][-1] != ""
+    return outcome == expected
+
+
+def main():
+    simulator, *program = sys.argv[1:]
+    failures = 0
+    for conversation in json.loads((HERE / "conversations.json").read_text()):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            broker = (simulated_broker(simulator, conversation["broker"], folder)
+                      if "broker" in conversation else server_that_asks_for_a_certificate(folder))
+            with broker as (port, authority):
+                told = carry_on(program, conversation, port, authority, folder)
+        for (call, expected), outcome in zip_longest(conversation["calls"], told, fillvalue="(nothing)"):
+            if not agrees(outcome, expected):
+                failures += 1
+                print(f"{conversation['name']}: {json.dumps(call)}\n  expected {json.dumps(expected)}"
+                      f"\n  told     {json.dumps(outcome)}")
+    return failures != 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,266 @@
+#include "conversation/short_deadlines.h"
+#include "handle/fake_client.h"
+#include "json_writer.h"
+#include "support/refusing_port.h"
+#include "support/scripted_peer.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <thread>
+
+using namespace conversation;
+using namespace test_support;
+using Json = nlohmann::json;
+
+namespace {
+
+const std::string canary = "canary-7F";
+
+Json report_of(kavro_broker_handle handle) {
+    const std::string text = text_of(kavro_broker_get_request_report, handle);
+    EXPECT_EQ(text.find(canary), std::string::npos) << text;
+    return Json::parse(text);
+}
+
+/// Fields by JSON pointer.
+using Fields = std::vector<std::pair<const char *, Json>>;
+
+void expect_fields(const Json &report, const Fields &fields) {
+    for (const auto &[pointer, value] : fields)
+        EXPECT_EQ(report.value(Json::json_pointer(pointer), Json("(missing)")), value)
+            << pointer << " in " << report.dump(1);
+}
+
+/// Every phase that was reached has its time, no later one has, and together they fit into the
+/// whole.
+void expect_sound_times(const Json &report) {
+    const std::vector<std::string> phases = {"prepare", "resolve", "connect", "handshake",
+                                             "ready",   "send",    "wait",    "receive",
+                                             "parse",   "answered"};
+    for (const Json &connection : report["connections"]) {
+        const auto last = std::ranges::find(phases, connection["reached"].get<std::string>());
+        std::uint64_t sum = 0;
+        for (auto phase = phases.begin(); phase != phases.end(); ++phase) {
+            const Json time = connection["times_us"].value(*phase, Json());
+            const bool timed = connection["times_us"].contains(*phase) && *phase != "resolve";
+            EXPECT_EQ(time.is_number(), timed && phase <= last) << *phase << connection.dump(1);
+            sum += time.is_number() ? time.get<std::uint64_t>() : 0;
+        }
+        EXPECT_LE(sum, report["took_us"].get<std::uint64_t>());
+    }
+}
+
+/// A client with a short deadline that is to go to this address.
+struct Client {
+    explicit Client(const std::string &port, std::chrono::milliseconds deadline = 300ms)
+        : handle(handle_with_deadline(deadline)) {
+        kavro_broker_set_broker_address(handle, "127.0.0.1", port.c_str());
+        kavro_broker_set_client_info(handle, canary.c_str(), "1.0", "Linux");
+    }
+    ~Client() { kavro_broker_free(handle); }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    kavro_broker_result greet() {
+        uint32_t method = 0;
+        return kavro_broker_get_auth_method(handle, &method);
+    }
+
+    TrustedCa trust;
+    kavro_broker_handle handle;
+};
+
+TEST(RequestReport, TellsWhereAConnectionFailed) {
+    struct Row {
+        const char *what;
+        Script script;
+        kavro_broker_result result;
+        const char *failed_in;
+        Fields fields; ///< of the connection
+        PeerTls tls = {};
+    };
+    const auto answer = [](const std::string &text) {
+        return Script{handshake(), expect_request(), send(text)};
+    };
+    const PeerTls expired{.identity = expired_server({"127.0.0.1"})};
+    const PeerTls stranger{.identity = untrusted_server({"127.0.0.1"})};
+    const Row rows[] = {
+        {"reset after the client's hello",
+         {expect_bytes(1), rst()},
+         KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE,
+         "handshake",
+         {{"/peer_speaks", nullptr}, {"/tls", nullptr}, {"/bytes_received", 0}}},
+        {"silence", {stall()}, KAVRO_BROKER_ERR_TIMEOUT, "handshake", {{"/tls", nullptr}}},
+        {"another service",
+         {expect_bytes(1), send("220 mail.test\r\n")},
+         KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED,
+         "handshake",
+         {{"/peer_speaks", "other"}, {"/error", "wrong version number (SSL routines)"}}},
+        {"HTTP without TLS",
+         {expect_bytes(1), send("HTTP/1.1 400 Bad Request\r\n\r\n")},
+         KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED,
+         "handshake",
+         {{"/peer_speaks", "http"}, {"/http_status", nullptr}}},
+        {"expired certificate",
+         {handshake()},
+         KAVRO_BROKER_ERR_CERTIFICATE_FAILED,
+         "handshake",
+         {{"/tls/verification", "FAILED"},
+          {"/certificates/0/code", KAVRO_BROKER_CERTIFICATE_EXPIRED},
+          {"/certificates/0/name", "KAVRO_BROKER_CERTIFICATE_EXPIRED"}},
+         expired},
+        {"unknown authority",
+         {handshake()},
+         KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE,
+         "handshake",
+         {{"/tls/verification", "FAILED_BUT_WARNABLE"}},
+         stranger},
+        {"no broker there",
+         answer("HTTP/1.1 404 " + canary + "\r\nSet-Cookie: a=" + canary + "\r\n\r\n"),
+         KAVRO_BROKER_ERR_HTTP_NOT_OK,
+         "receive",
+         {{"/http_status", 404}, {"/answer", nullptr}, {"/tls/verification", "PASSED"}}},
+        {"no answer",
+         {handshake(), expect_request(), stall()},
+         KAVRO_BROKER_ERR_TIMEOUT,
+         "wait",
+         {{"/http_status", nullptr}, {"/peer_speaks", "tls"}}},
+        {"half an answer",
+         {handshake(), expect_request(), send("HTTP/1.1 2"), fin()},
+         KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE,
+         "receive",
+         {{"/http_status", nullptr}}},
+        {"garbage",
+         answer(http_ok("<kavro-client " + canary)),
+         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         "parse",
+         {{"/http_status", 200}, {"/answer", "other"}}},
+        {"web page",
+         answer(http_ok(" \n<!DOCTYPE HTML><p>" + canary)),
+         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         "parse",
+         {{"/answer", "html"}}},
+        {"another version",
+         answer(http_ok("<kavro-client version=\"" + canary + "\"><error-resp/></kavro-client>")),
+         KAVRO_BROKER_ERR_UNSUPPORTED_VERSION,
+         "answered",
+         {{"/answer", "xml"}, {"/result_id", nullptr}}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        const ScriptedPeer peer({row.script}, row.tls);
+        Client client(peer.port());
+        EXPECT_EQ(client.greet(), row.result);
+        const Json report = report_of(client.handle);
+        expect_fields(report, {{"/result/code", row.result},
+                               {"/result/name", kavro_broker_result_name(row.result)},
+                               {"/failed_in", row.failed_in},
+                               {"/second_port", false}});
+        ASSERT_EQ(report["connections"].size(), 1u);
+        const Json &connection = report["connections"][0];
+        expect_fields(connection, {{"/reached", row.failed_in},
+                                   {"/host", "127.0.0.1"},
+                                   {"/tried", Json::array({peer.address()})},
+                                   {"/address", peer.address()}});
+        expect_fields(connection, row.fields);
+        expect_sound_times(report);
+    }
+}
+
+TEST(RequestReport, TellsOfACancel) {
+    const ScriptedPeer peer({{handshake(), expect_request(), stall()}});
+    Client client(peer.port(), 30s);
+    std::thread request([&] { EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_CANCELLED); });
+    EXPECT_TRUE(peer.wait_for(0, [](const PeerRecord &seen) { return seen.requests.size() == 1; }));
+    kavro_broker_cancel(client.handle);
+    request.join();
+    const Json report = report_of(client.handle);
+    EXPECT_EQ(report["result"]["name"], "KAVRO_BROKER_ERR_CANCELLED");
+    EXPECT_TRUE(report["failed_in"] == "wait" || report["failed_in"] == "send") << report;
+    expect_sound_times(report);
+}
+
+TEST(RequestReport, BeginsAnewWithEveryRequest) {
+    const RefusingPort refusing;
+    Client client(refusing.port());
+    EXPECT_EQ(text_of(kavro_broker_get_request_report, client.handle), "(result 7)");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_CONNECT_REFUSED);
+        const Json report = report_of(client.handle);
+        ASSERT_EQ(report["connections"].size(), 1u);
+        expect_fields(report, {{"/failed_in", "connect"}, {"/connections/0/address", nullptr}});
+    }
+    kavro_broker_set_broker_address(client.handle, (canary + "@host").c_str(), "1");
+    EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    expect_fields(report_of(client.handle),
+                  {{"/failed_in", "prepare"}, {"/connections/0/host", nullptr}});
+}
+
+TEST(RequestReport, TellsThatTheSecondPortWasTried) {
+    kavro::FakeHandle handle;
+    handle.handle->port = "443";
+    handle.handle->port_fallback = true;
+    handle.client->results["connect"] = {{kavro::ERROR_CODE_CONNECT_REFUSED, {}, {}, {}}};
+    uint32_t method = 0;
+    EXPECT_EQ(kavro_broker_get_auth_method(handle, &method), KAVRO_BROKER_OK);
+    const Json report = report_of(handle);
+    expect_fields(report, {{"/second_port", true}, {"/hellos", 1}, {"/failed_in", nullptr}});
+    EXPECT_EQ(report["connections"].size(), 3u);
+}
+
+// A broker that echoes the password wherever it can gets it into no report.
+TEST(RequestReport, HoldsNothingOfTheUserOrOfTheBrokersOwnWords) {
+    struct Row {
+        const char *result_id;
+        Json told;
+    };
+    const Row rows[] = {{"AUTH_FAILED_ACCESS_DENIED", "AUTH_FAILED_ACCESS_DENIED"},
+                        {canary.c_str(), nullptr}};
+    for (const auto &[result_id, told] : rows) {
+        auto scenario = broker_sim::Scenario::demo();
+        scenario.session_cookie = canary;
+        Conversation talk(std::move(scenario), handle_with_deadline(5s));
+        ASSERT_EQ(kavro_broker_send_accept_disclaimer(talk.handle, 1), KAVRO_BROKER_OK);
+        broker_sim::Override echo;
+        echo.match.request = "authenticate";
+        echo.result_id = result_id;
+        echo.result_str = canary;
+        talk.broker.set_override(echo);
+        EXPECT_NE(talk.log_in(canary.c_str(), canary.c_str()), KAVRO_BROKER_OK);
+        const Json report = report_of(talk.handle);
+        expect_fields(report, {{"/failed_in", "answered"},
+                               {"/hellos", 0},
+                               {"/connections/0/result_id", told},
+                               {"/connections/0/tls/version", "TLSv1.3"}});
+        expect_sound_times(report);
+    }
+}
+
+TEST(JsonWriter, IsWellFormedWhateverTheTextsHold) {
+    struct Row {
+        std::string text, read_back;
+    };
+    const Row rows[] = {
+        {"", ""},
+        {"a\"b\\c/", "a\"b\\c/"},
+        {std::string("\0\x01\n\x1b\x7f", 5), std::string("\0\x01\n\x1b\x7f", 5)},
+        {"\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"},
+        {"\xFF|\xC3|\x80|\xC3", "\uFFFD|\uFFFD|\uFFFD|\uFFFD"},
+        {"\xC0\x80", "\uFFFD\uFFFD"},
+        {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"},
+        {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},
+        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xE2\x82", "\uFFFD\uFFFD"},
+    };
+    for (const auto &[text, read_back] : rows) {
+        kavro::JsonWriter json;
+        json.object([&] {
+            json.name(text).text(text);
+            json.name("list").array(std::vector{1u, 2u}, [&](unsigned i) { json.number(i); });
+        });
+        EXPECT_EQ(Json::parse(json.take()), Json({{read_back, read_back}, {"list", {1, 2}}}));
+    }
+}
+
+} // namespace
