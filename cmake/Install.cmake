@@ -29,8 +29,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client-config-version.cmake
         DESTINATION ${package} COMPONENT development)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client.pc
         DESTINATION ${pkgconfig} COMPONENT development)
-install(FILES ${docs}/changes.md ${docs}/languages.md ${docs}/packages.md
-        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+file(GLOB pages CONFIGURE_DEPENDS ${docs}/*.md)
+list(FILTER pages EXCLUDE REGEX "/(README|architecture|command-line|fuzzing|performance|simulator).md$")
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development PATTERN __pycache__ EXCLUDE)
 
@@ -40,6 +41,13 @@ if(KAVRO_BUILD_TOOLS)
   set_target_properties(kavro-broker PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(FILES ${docs}/command-line.md ${docs}/simulator.md
           DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
+  if(NOT CMAKE_CROSSCOMPILING)
+    set(manual ${PROJECT_BINARY_DIR}/tools/manual)
+    install(FILES ${manual}/kavro-broker.1 ${manual}/kavro-broker-sim.1
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+    install(DIRECTORY ${manual}/completions/
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  endif()
 endif()
 
 if(WIN32)

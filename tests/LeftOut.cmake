@@ -9,6 +9,8 @@ set(left_out_tests
   CertStoreCacheTest.FileIsWhereHomeSays
   # A program with so long a path cannot be started there.
   Plugin.IsNotLookedForWhereThePathIsTooLong
+  # A handle reads all of the system's anchors there: thousands of allocations to fail in turn.
+  FailingAllocations.OfANewHandle
   # Wine replaces no file that is open, and these readers leave it open nearly all the time.
   SafeFile.ReadersSeeOldOrNewWhoeverWrites
   # Where a reset is asked for, Wine ends the stream in order.
@@ -25,3 +27,5 @@ set(left_out_sources
 # Whole folders and programs, where these names are looked for:
 #   signing              tokens are reached through p11-kit, which serves POSIX systems only
 #   test_cli_terminal    drives the command-line client through a pseudo-terminal
+#   cli_handoff, cli_manual  shells, manual pages and completion of POSIX systems
+#   test_wiped_memory, test_soak  read the process's memory by what Linux tells of it

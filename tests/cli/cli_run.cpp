@@ -32,14 +32,16 @@ private:
     std::deque<std::string> lines_;
 };
 
-Outcome run_with(kavro_cli::Console *console, std::vector<std::string> arguments,
-                 kavro_cli::Interruption &interruption, std::chrono::milliseconds retry_pause) {
+} // namespace
+
+Outcome CliTest::run_with(kavro_cli::Console *console, std::vector<std::string> arguments) {
     std::ostringstream out;
     std::ostringstream err;
     const kavro_cli::Surroundings surroundings{.out = out,
                                                .err = err,
                                                .console = console,
                                                .interruption = interruption,
+                                               .script = script,
                                                .login_name = "unixuser",
                                                .retry_pause = retry_pause};
     const bool has_address = std::ranges::count(arguments, "--registration-code") != 0 ||
@@ -50,12 +52,16 @@ Outcome run_with(kavro_cli::Console *console, std::vector<std::string> arguments
     return {status, out.str(), err.str(), {}};
 }
 
-} // namespace
-
 CliTest::CliTest() {
     fake::broker = {};
-    fake::broker.desktops = {{"Alpha", "vm-1", "VM", "ON", "OK", {"down", "restart"}},
-                             {"Beta", "vm-2", "VM", "OFF", "", {"up"}}};
+    fake::broker.desktops = {
+        {"Alpha",
+         "vm-1",
+         "VM",
+         "ON",
+         "OK",
+         {KAVRO_BROKER_OPERATION_OS_RESTART, KAVRO_BROKER_OPERATION_POWER_DOWN}},
+        {"Beta", "vm-2", "VM", "OFF", "", {KAVRO_BROKER_OPERATION_POWER_UP}}};
 }
 
 CliTest::~CliTest() {
@@ -64,12 +70,12 @@ CliTest::~CliTest() {
 }
 
 Outcome CliTest::run(std::vector<std::string> arguments) {
-    return run_with(nullptr, std::move(arguments), interruption, retry_pause);
+    return run_with(nullptr, std::move(arguments));
 }
 
 Outcome CliTest::run(std::vector<std::string> arguments, std::vector<std::string> typed) {
     ScriptedUser user(std::move(typed));
-    auto outcome = run_with(&user, std::move(arguments), interruption, retry_pause);
+    auto outcome = run_with(&user, std::move(arguments));
     outcome.shown = user.shown;
     return outcome;
 }

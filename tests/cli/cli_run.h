@@ -1,5 +1,6 @@
 #pragma once
 
+#include "console.h"
 #include "fake_broker.h"
 #include "interruption.h"
 
@@ -36,7 +37,10 @@ protected:
 
     kavro_cli::Interruption interruption;
     std::chrono::milliseconds retry_pause{1};
+    std::optional<int> script; ///< where a shell reads its commands
 
 private:
+    Outcome run_with(kavro_cli::Console *console, std::vector<std::string> arguments);
+
     std::vector<int> descriptors_;
 };

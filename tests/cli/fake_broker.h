@@ -24,9 +24,9 @@ struct Broker {
 
     std::vector<std::string> domains{"EXAMPLE"};
     std::string disclaimer, message;
-    kavro_cli::Dialog dialog;
+    kavro_broker::dialog dialog;
     std::vector<kavro_cli::Desktop> desktops;
-    kavro_cli::Target target;
+    kavro_cli::Connection connection;
     std::vector<std::vector<uint8_t>> certificates; ///< in DER form
     uint32_t certificate_verdict = KAVRO_BROKER_CERTIFICATE_OTHER;
     bool greeted = false;

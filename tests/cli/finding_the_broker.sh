@@ -2,23 +2,12 @@
 # Probes, registration codes, provisioning and OAuth: finding_the_broker.sh SIMULATOR CLIENT
 set -euo pipefail
 . "$(dirname "$0")/../../tools/simulator.sh"
+. "$(dirname "$0")/expect.sh"
 
 folder=$(mktemp -d)
 start_simulator "$1" --table-cache "$folder"
 export SSL_CERT_FILE=$folder/ca.pem SSL_CERT_DIR=$folder/none
 client=$2
-
-# expect STATUS PATTERN ARGUMENTS...: the client's exit status, and what it prints must hold
-expect() {
-  local expected=$1 pattern=$2 status=0
-  shift 2
-  output=$("$client" "$@" <<<"${secret:-wonderland}" 2>&1) || status=$?
-  if [ "$status" != "$expected" ] || ! grep -qE "$pattern" <<<"$output"; then
-    printf '%s: exit status %s instead of %s, or not "%s" in:\n%s\n' \
-      "$*" "$status" "$expected" "$pattern" "$output"
-    exit 1
-  fi
-}
 
 expect 0 "A connection broker answers at 127.0.0.1, port $port" probe "127.0.0.1:$port"
 expect 0 'A View broker' probe "127.0.0.1:$(port_of view_broker)"

@@ -24,7 +24,7 @@ class LoginTest : public CliTest {
 protected:
     LoginTest() {
         broker.disclaimer = "Only for staff.\x1b[2J";
-        broker.dialog.prompt = "Second step";
+        broker.dialog.prompt_text = "Second step";
         broker.dialog.fields = {
             {"note", "Note:", "read this", true},
             {"mail", "Mail:", "a@example", false, false, true, KAVRO_BROKER_TEXT_TYPE_EMAIL},

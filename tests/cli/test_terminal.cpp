@@ -31,12 +31,13 @@ protected:
         return scenario;
     }
 
-    TerminalProgram start() const {
-        return TerminalProgram({KAVRO_BROKER_PROGRAM, "list", "--broker",
+    TerminalProgram start(const std::string &command = "list",
+                          const std::string &variable = "NO_COLOR=") const {
+        return TerminalProgram({KAVRO_BROKER_PROGRAM, command, "--broker",
                                 simulator.address() + ":" + std::to_string(simulator.port()),
                                 "--user", "alice"},
                                {"TERM=xterm", "SSL_CERT_FILE=" + (folder / "ca.pem").string(),
-                                "SSL_CERT_DIR=" + (folder / "no-other-trust").string()});
+                                "SSL_CERT_DIR=" + (folder / "no-other-trust").string(), variable});
     }
 
     std::filesystem::path folder = [] {
@@ -55,6 +56,38 @@ TEST_F(TerminalTest, a_password_is_not_shown) {
     EXPECT_NE(program.screen().find("Build server"), std::string::npos) << program.screen();
     EXPECT_EQ(program.screen().find(password), std::string::npos) << program.screen();
     EXPECT_TRUE(program.echoes());
+}
+
+TEST_F(TerminalTest, colours_words_unless_the_user_wants_none) {
+    for (const bool wanted : {true, false}) {
+        auto program = start("list", wanted ? "NO_COLOR=" : "NO_COLOR=1");
+        ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+        program.type(std::string(password) + "\n");
+        EXPECT_EQ(program.wait_for_exit(20s), 0) << program.screen();
+        EXPECT_NE(program.screen().find("HEALTHY"), std::string::npos) << program.screen();
+        EXPECT_EQ(program.screen().find("\x1b[32mHEALTHY") != std::string::npos, wanted);
+    }
+}
+
+TEST_F(TerminalTest, ctrl_c_in_a_shell_ends_the_running_command_or_line_only) {
+    simulator.inject(
+        {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
+    auto program = start("shell");
+    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+    program.type(std::string(password) + "\n");
+    ASSERT_TRUE(program.wait_for("kavro-broker> ")) << program.screen();
+    program.type("half a comm");
+    ASSERT_TRUE(program.wait_for("> half a comm")) << program.screen();
+    program.type("\x03");
+    ASSERT_TRUE(program.wait_for("^C\r\nkavro-broker> ")) << program.screen();
+    program.type("list\n");
+    ASSERT_TRUE(program.wait_for("Listing the desktops")) << program.screen();
+    program.type("\x03");
+    ASSERT_TRUE(program.wait_for("Cancelled.")) << program.screen();
+    program.type("help\n");
+    ASSERT_TRUE(program.wait_for("COMMAND --help")) << program.screen();
+    program.type("\x04");
+    EXPECT_EQ(program.wait_for_exit(20s), 130) << program.screen();
 }
 
 TEST_F(TerminalTest, ctrl_c_ends_a_prompt_and_restores_the_terminal) {

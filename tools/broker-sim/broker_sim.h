@@ -64,6 +64,11 @@ public:
 
     std::string desktop_state(std::string_view id) const; ///< throws std::out_of_range
 
+    /// From now on keeps what status() tells of the requests.
+    void watch(std::string scenario_name);
+    /// What goes on, without any secret, as JSON for the status page. Only after watch().
+    std::string status() const;
+
 private:
     class Impl;
     std::unique_ptr<Impl> impl_;

@@ -2,6 +2,7 @@
 #include "message.h"
 #include "scenario.h"
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <string_view>
@@ -18,6 +19,7 @@ struct Session {
     User *user = nullptr; ///< known once a step named one
     unsigned failed_password_changes = 0;
     std::map<std::string, const Allocation *> provisionings{}; ///< to be fetched, by their tickets
+    std::chrono::system_clock::time_point begun = std::chrono::system_clock::now();
 };
 
 /// A desktop with what changes while the broker runs.

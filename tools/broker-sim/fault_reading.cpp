@@ -7,6 +7,18 @@
 namespace broker_sim {
 namespace {
 
+constexpr Word<Stage> stages[] = {
+    {"accept", Stage::accept}, {"handshake", Stage::handshake}, {"response", Stage::response}};
+constexpr Word<Ending> endings[] = {{"stall", Ending::stall},
+                                    {"close", Ending::close},
+                                    {"fin", Ending::fin},
+                                    {"reset", Ending::reset}};
+
+template <class T, std::size_t count>
+std::string_view word_for(const T &value, const Word<T> (&words)[count]) {
+    return std::ranges::find(words, value, &Word<T>::second)->first;
+}
+
 bool is_server(std::string_view name) {
     using namespace server_name;
     static constexpr std::string_view all[] = {broker, view_broker, direct_host, registration,
@@ -34,12 +46,6 @@ void read(const JsonNode &node, std::pair<std::string, std::string> &header) {
 }
 
 void read(const JsonNode &node, Fault &out) {
-    static constexpr Word<Stage> stages[] = {
-        {"accept", Stage::accept}, {"handshake", Stage::handshake}, {"response", Stage::response}};
-    static constexpr Word<Ending> endings[] = {{"stall", Ending::stall},
-                                               {"close", Ending::close},
-                                               {"fin", Ending::fin},
-                                               {"reset", Ending::reset}};
     node.read_object({{"stage", one_of(stages, out.stage)},
                       {"ending", one_of(endings, out.ending)},
                       {"at_byte", into(out.at_byte)},
@@ -71,6 +77,27 @@ void read(const JsonNode &node, Override &out) {
                       {"detected_by", into(out.detected_by)},
                       {"err_detail", into(out.err_detail)}},
                      match_members(out.match));
+}
+
+nlohmann::json parts_of(const Fault &fault) {
+    auto parts = nlohmann::json::object();
+    const auto put = [&](const char *key, const auto &value, const auto &nothing) {
+        if (value != nothing)
+            parts[key] = value;
+    };
+    if (fault.stage != Stage::response)
+        parts["stage"] = word_for(fault.stage, stages);
+    if (fault.ending != Ending::none)
+        parts["ending"] = word_for(fault.ending, endings);
+    put("at_byte", fault.at_byte, 0u);
+    put("delay_ms", fault.delay.count(), 0);
+    put("record_size", fault.record_size, 0u);
+    put("drip_bytes", fault.drip_bytes, 0u);
+    put("drip_every_ms", fault.drip_every.count(), 0);
+    put("chunks", fault.chunks, std::vector<std::size_t>{});
+    put("status_line", fault.status_line, "");
+    put("bad_xml", fault.bad_xml, false);
+    return parts;
 }
 
 } // namespace broker_sim

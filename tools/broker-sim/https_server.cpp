@@ -43,15 +43,6 @@ void reset(tcp::socket &socket) {
     socket.close();
 }
 
-tcp::acceptor listen(asio::io_context &io, const std::string &address, std::uint16_t port) {
-    try {
-        return tcp::acceptor(io, tcp::endpoint(asio::ip::make_address(address), port));
-    } catch (const boost::system::system_error &error) {
-        throw std::runtime_error("cannot listen on " + address + " port " + std::to_string(port) +
-                                 ": " + error.code().message());
-    }
-}
-
 /// `buffer` keeps what came after the request.
 template <class Stream>
 awaitable<HttpRequest> read_request(Stream &stream, std::string &buffer) {
@@ -106,6 +97,15 @@ awaitable<void> end_connection(Stream &stream, Ending ending) {
 }
 
 } // namespace
+
+tcp::acceptor listen(asio::io_context &io, const std::string &address, std::uint16_t port) {
+    try {
+        return tcp::acceptor(io, tcp::endpoint(asio::ip::make_address(address), port));
+    } catch (const boost::system::system_error &error) {
+        throw std::runtime_error("cannot listen on " + address + " port " + std::to_string(port) +
+                                 ": " + error.code().message());
+    }
+}
 
 HttpsServer::HttpsServer(const std::string &address, std::uint16_t port, asio::ssl::context tls,
                          Service &service)
@@ -180,7 +180,7 @@ awaitable<void> HttpsServer::converse(Stream &stream, unsigned connection) {
     std::string buffer;
     for (bool keep_alive = true; keep_alive;) {
         const HttpRequest request = co_await read_request(stream, buffer);
-        const auto [answer, fault] = service_.answer(connection, request);
+        const auto [answer, fault, number] = service_.answer(connection, request);
         if (fault.delay.count())
             co_await pause(fault.delay);
 
@@ -191,6 +191,7 @@ awaitable<void> HttpsServer::converse(Stream &stream, unsigned connection) {
         co_await write_response(stream, sent, fault);
         if (ends)
             co_return co_await end_connection(stream, fault.ending);
+        service_.sent(number);
         keep_alive = request.keep_alive;
     }
     co_await end_connection(stream, Ending::close);

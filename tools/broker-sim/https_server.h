@@ -25,15 +25,21 @@ public:
     struct Reply {
         HttpAnswer answer{};
         Fault fault{};
+        std::uint64_t number = 0; ///< what sent() is told of it
     };
 
     virtual bool refuses_to_accept() = 0; ///< asked before each TCP accept
     virtual Connection accept() = 0;
     virtual Reply answer(unsigned connection, const HttpRequest &request) = 0;
+    virtual void sent(std::uint64_t number) = 0; ///< all of the reply of that number
 
 protected:
     ~Service() = default;
 };
+
+/// The text of what it throws names the address and the port.
+boost::asio::ip::tcp::acceptor listen(boost::asio::io_context &io, const std::string &address,
+                                      std::uint16_t port);
 
 /// HTTP/1.1 over TLS: one thread, any number of connections, each of them a coroutine.
 class HttpsServer {

@@ -1,5 +1,7 @@
 #include "broker_sim.h"
 #include "demo_scenario.h"
+#include "manual.h"
+#include "status_server.h"
 
 #include <CLI/CLI.hpp>
 #include <boost/asio/io_context.hpp>
@@ -8,6 +10,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <optional>
 
 namespace {
 
@@ -41,16 +44,27 @@ void wait_for_signal() {
 int main(int argc, char **argv) {
     CLI::App app("A connection broker to try clients against.", "kavro-broker-sim");
     app.footer(scenario_help);
+    manual::add_manual_options(app);
     std::string scenario_file, address, ca_file, cache_folder;
-    std::uint16_t port = 0;
+    std::uint16_t port = 0, status_port = 0;
     bool print_demo = false;
-    app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)");
-    app.add_option("--address", address, "Address to listen on, instead of the scenario's");
-    const auto *port_option = app.add_option(
-        "--port", port, "Port to listen on, instead of the scenario's; 0: a free one");
-    app.add_option("--ca-file", ca_file, "Write the CA certificate here, as PEM");
+    app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)")
+        ->type_name("FILE");
+    app.add_option("--address", address, "Address to listen on, instead of the scenario's")
+        ->type_name("ADDRESS");
+    const auto *port_option =
+        app.add_option("--port", port,
+                       "Port to listen on, instead of the scenario's; 0: a free one")
+            ->type_name("PORT");
+    app.add_option("--ca-file", ca_file, "Write the CA certificate here, as PEM")
+        ->type_name("FILE");
     app.add_option("--table-cache", cache_folder,
-                   "Write the registration table into this folder, as clients cache it");
+                   "Write the registration table into this folder, as clients cache it")
+        ->type_name("FOLDER");
+    const auto *status_option =
+        app.add_option("--status-port", status_port,
+                       "Show a browser on this machine what goes on, on this port; 0: a free one")
+            ->type_name("PORT");
     app.add_flag("--print-demo", print_demo, "Print the demonstration scenario and exit");
     CLI11_PARSE(app, argc, argv);
 
@@ -65,7 +79,14 @@ int main(int argc, char **argv) {
             scenario.address = address;
         if (*port_option)
             scenario.port = port;
-        const broker_sim::Simulator simulator(std::move(scenario));
+        broker_sim::Simulator simulator(std::move(scenario));
+        auto ports = simulator.ports();
+        std::optional<broker_sim::StatusServer> status_server;
+        if (*status_option) {
+            simulator.watch(scenario_file.empty() ? "demonstration" : scenario_file);
+            status_server.emplace(status_port, [&] { return simulator.status(); });
+            ports["status"] = status_server->port();
+        }
         if (!ca_file.empty())
             simulator.write_ca(ca_file);
         if (!cache_folder.empty())
@@ -73,7 +94,7 @@ int main(int argc, char **argv) {
         const nlohmann::json ready = {{"address", simulator.address()},
                                       {"port", simulator.port()},
                                       {"ca_file", ca_file},
-                                      {"ports", simulator.ports()}};
+                                      {"ports", ports}};
         std::cout << ready.dump() << std::endl;
         wait_for_signal();
         return 0;

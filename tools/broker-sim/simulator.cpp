@@ -3,6 +3,7 @@
 #include "pages.h"
 #include "rule_list.h"
 #include "server_tls.h"
+#include "status_board.h"
 #include "table_cache.h"
 
 #include <condition_variable>
@@ -82,7 +83,11 @@ public:
             const std::lock_guard lock(impl.mutex);
             ++connections;
             impl.changed.notify_all();
-            return {connections, impl.fault_at(Stage::handshake, {name, connections})};
+            const Event event{name, connections};
+            const Fault fault = impl.fault_at(Stage::handshake, event);
+            if (impl.board && fault.stage == Stage::handshake)
+                impl.board->add(event, "", fault);
+            return {connections, fault};
         }
 
         Reply answer(unsigned connection, const HttpRequest &request) override {
@@ -91,10 +96,21 @@ public:
             impl.requests.push_back(
                 {connection, visit.kind, request.head, request.body, std::string(name)});
             impl.changed.notify_all();
-            if (name == server_name::direct_host)
-                return {.fault = {.ending = Ending::stall}};
             const Event event{name, connection, visit.kind};
-            return {impl.answer_to(visit, event), impl.fault_at(Stage::response, event)};
+            Reply reply =
+                name == server_name::direct_host
+                    ? Reply{.fault = {.ending = Ending::stall}}
+                    : Reply{impl.answer_to(visit, event), impl.fault_at(Stage::response, event)};
+            if (impl.board)
+                reply.number =
+                    impl.board->add(event, result_of(reply.answer, reply.fault), reply.fault);
+            return reply;
+        }
+
+        void sent(std::uint64_t number) override {
+            const std::lock_guard lock(impl.mutex);
+            if (impl.board)
+                impl.board->sent(number);
         }
 
         Impl &impl;
@@ -110,6 +126,7 @@ public:
     RuleList<Fault> faults;
     RuleList<Override> overrides;
     std::vector<RecordedRequest> requests;
+    std::optional<StatusBoard> board;       ///< once somebody watches
     std::map<std::string_view, Desk> desks; ///< by their names; the last for the same reason
 
 private:
@@ -260,6 +277,19 @@ std::string Simulator::desktop_state(std::string_view id) const {
     if (const DesktopState *const desktop = impl_->broker.state().find_desktop(id))
         return desktop->power;
     throw std::out_of_range("no desktop " + std::string(id));
+}
+
+void Simulator::watch(std::string scenario_name) {
+    const std::lock_guard lock(impl_->mutex);
+    impl_->board.emplace(std::move(scenario_name));
+}
+
+std::string Simulator::status() const {
+    const std::lock_guard lock(impl_->mutex);
+    std::vector<StatusBoard::Server> servers;
+    for (const auto &[name, desk] : impl_->desks)
+        servers.push_back({name, desk.server.endpoint().port(), desk.connections});
+    return impl_->board.value().json(impl_->broker.state(), servers);
 }
 
 } // namespace broker_sim

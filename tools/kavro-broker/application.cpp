@@ -4,6 +4,7 @@
 #include "command.h"
 #include "log_sink.h"
 #include "login.h"
+#include "manual.h"
 #include "report.h"
 
 #include <fmt/format.h>
@@ -32,6 +33,7 @@ constexpr const char *exit_statuses =
 const Command *parse(std::vector<std::string> arguments, Options &options, CLI::App &app) {
     const Command *chosen = nullptr;
     app.require_subcommand(1);
+    manual::add_manual_options(app);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
 
     app.footer(fmt::format("Run kavro-broker COMMAND --help for its options and examples.\n\n{}",
@@ -61,11 +63,6 @@ bool still_there(ExitStatus status) {
     return status != ExitStatus::unreachable && status != ExitStatus::timed_out;
 }
 
-void require_written(std::ostream &out) {
-    if (!out.flush())
-        throw Failure(ExitStatus::usage, "OUTPUT_FAILED", "The result could not be written.");
-}
-
 void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
     install_log_sink(options.log_level);
     if (command.run_alone) {
@@ -85,18 +82,28 @@ void carry_out(const Command &command, const Options &options, const Surrounding
     Session session(options, surroundings);
     if (certificate)
         session.show(*certificate);
-    try {
+    const auto failure = failure_of([&] {
         if (command.logs_in)
             Login(session, std::move(answers), surroundings.login_name).run();
         command.run(session, options, surroundings);
-    } catch (const Failure &failure) {
-        if (still_there(failure.status))
+    });
+    if (failure) {
+        if (still_there(failure->status))
             session.log_out();
-        throw;
+        throw *failure;
     }
     require_written(surroundings.out);
     if (command.logs_out)
         session.log_out();
+}
+
+/// The surroundings as the options want them.
+Surroundings adapted(Surroundings surroundings, const Options &options) {
+    surroundings.spinner &= options.log_level == 0; // not between lines of a log
+    if (options.colouring != Colouring::automatic)
+        surroundings.out_in_colour = surroundings.err_in_colour =
+            options.colouring == Colouring::always;
+    return surroundings;
 }
 
 int exit_status(const Failure &failure, const Interruption &interruption) {
@@ -111,26 +118,24 @@ int run_application(std::vector<std::string> arguments, const Surroundings &surr
                  "on and off.",
                  "kavro-broker");
     Options options;
+    const Command *command = nullptr;
     try {
-        const auto *command = parse(std::move(arguments), options, app);
-        if (options.insecure)
-            warn("the broker's certificate is not checked; whoever answers gets your password.",
-                 surroundings);
-        Surroundings quiet = surroundings;
-        quiet.spinner =
-            surroundings.spinner && options.log_level == 0; // not between lines of a log
-        carry_out(*command, options, quiet);
-        return 0;
+        command = parse(std::move(arguments), options, app);
     } catch (const CLI::ParseError &error) {
         const int status = app.exit(error, surroundings.out, surroundings.err);
         return static_cast<int>(status == 0 ? ExitStatus::ok : ExitStatus::usage);
-    } catch (const Failure &failure) {
-        report_failure(failure, options.json, surroundings);
-        return exit_status(failure, surroundings.interruption);
-    } catch (const std::exception &error) {
-        const Failure failure(ExitStatus::usage, "LOCAL_PROBLEM", error.what());
-        report_failure(failure, options.json, surroundings);
-        return exit_status(failure, surroundings.interruption);
+    }
+    const auto mine = adapted(surroundings, options);
+    if (options.insecure)
+        warn("the broker's certificate is not checked; whoever answers gets your password.", mine);
+    try {
+        const auto failure = failure_of([&] { carry_out(*command, options, mine); });
+        if (!failure)
+            return static_cast<int>(ExitStatus::ok);
+        report_failure(*failure, options.json(), mine);
+        return exit_status(*failure, surroundings.interruption);
+    } catch (const Told &told) {
+        return static_cast<int>(told.status);
     }
 }
 

@@ -2,11 +2,8 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace kavro_cli {
-
-using Der = std::vector<uint8_t>;
 
 /// One certificate of the chain that the broker showed, fit to be looked at by a person.
 struct Certificate {
@@ -15,7 +12,6 @@ struct Certificate {
     std::string sha256;               ///< fingerprint, lower-case hexadecimal
     std::string key;                  ///< kind and length
     uint32_t verdict = 0;             ///< a `KAVRO_BROKER_CERTIFICATE_...` value
-    Der der;
 };
 
 } // namespace kavro_cli

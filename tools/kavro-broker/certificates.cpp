@@ -1,6 +1,7 @@
 #include "certificates.h"
 
 #include "display_text.h"
+#include "failure.h"
 
 #include <fmt/format.h>
 #include <openssl/bio.h>
@@ -18,6 +19,15 @@
 namespace kavro_cli {
 namespace {
 
+using kavro_broker::bytes;
+
+template <auto Free>
+struct Release {
+    template <class Object>
+    void operator()(Object *object) const {
+        Free(object);
+    }
+};
 using X509Handle = std::unique_ptr<X509, Release<X509_free>>;
 using BioHandle = std::unique_ptr<BIO, Release<BIO_free>>;
 
@@ -55,41 +65,32 @@ std::string key_text(const X509 *certificate) {
     return fmt::format("{} {} bits", kind != nullptr ? kind : "unknown kind", EVP_PKEY_bits(key));
 }
 
-Der read_der(kavro_broker_handle handle, uint32_t index) {
-    std::size_t length = 0;
-    if (kavro_broker_get_broker_certificate(handle, index, nullptr, &length) != KAVRO_BROKER_OK)
-        return {}; // not shown at this depth
-    Der der(length);
-    require(kavro_broker_get_broker_certificate(handle, index, der.data(), &length));
-    return der;
-}
-
-Certificate describe(Der der) {
+Certificate describe_one(const kavro_broker::certificate &shown) {
     Certificate certificate;
-    const unsigned char *start = der.data();
-    const X509Handle parsed(d2i_X509(nullptr, &start, static_cast<long>(der.size())));
-    if (parsed) {
-        certificate.subject = name_text(X509_get_subject_name(parsed.get()));
-        certificate.issuer = name_text(X509_get_issuer_name(parsed.get()));
-        certificate.valid_from = time_text(X509_get0_notBefore(parsed.get()));
-        certificate.valid_to = time_text(X509_get0_notAfter(parsed.get()));
-        certificate.sha256 = fingerprint(parsed.get());
-        certificate.key = key_text(parsed.get());
-    }
-    certificate.der = std::move(der);
+    certificate.verdict = shown.verdict;
+    const unsigned char *start = shown.der.data();
+    const X509Handle parsed(d2i_X509(nullptr, &start, static_cast<long>(shown.der.size())));
+    if (!parsed)
+        return certificate;
+    certificate.subject = name_text(X509_get_subject_name(parsed.get()));
+    certificate.issuer = name_text(X509_get_issuer_name(parsed.get()));
+    certificate.valid_from = time_text(X509_get0_notBefore(parsed.get()));
+    certificate.valid_to = time_text(X509_get0_notAfter(parsed.get()));
+    certificate.sha256 = fingerprint(parsed.get());
+    certificate.key = key_text(parsed.get());
     return certificate;
 }
 
-Der to_der(X509 *certificate) {
-    Der der(static_cast<std::size_t>(i2d_X509(certificate, nullptr)));
+bytes to_der(X509 *certificate) {
+    bytes der(static_cast<std::size_t>(i2d_X509(certificate, nullptr)));
     unsigned char *end = der.data();
     i2d_X509(certificate, &end);
     return der;
 }
 
-std::vector<Der> parse_pem(const std::string &text) {
+std::vector<bytes> parse_pem(const std::string &text) {
     const BioHandle source(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    std::vector<Der> certificates;
+    std::vector<bytes> certificates;
     while (const X509Handle certificate{PEM_read_bio_X509(source.get(), nullptr, nullptr, nullptr)})
         certificates.push_back(to_der(certificate.get()));
     ERR_clear_error(); // the end of the text is reported there
@@ -98,14 +99,9 @@ std::vector<Der> parse_pem(const std::string &text) {
 
 } // namespace
 
-std::vector<Certificate> read_certificates(kavro_broker_handle handle) {
+std::vector<Certificate> describe(const std::vector<kavro_broker::certificate> &chain) {
     std::vector<Certificate> certificates;
-    const auto count = read_count(kavro_broker_get_num_certificates, handle);
-    for (uint32_t index = 0; index < count; ++index) {
-        Certificate certificate = describe(read_der(handle, index));
-        kavro_broker_get_certificate_error(handle, index, &certificate.verdict);
-        certificates.push_back(std::move(certificate));
-    }
+    std::ranges::transform(chain, std::back_inserter(certificates), describe_one);
     return certificates;
 }
 
@@ -139,7 +135,7 @@ nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates) {
     return list;
 }
 
-std::vector<Der> load_certificates(const std::string &path) {
+std::vector<bytes> load_certificates(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     const std::string content{std::istreambuf_iterator<char>(file), {}};
     auto certificates = parse_pem(content);

@@ -12,8 +12,8 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
     session.auth_method();
     const auto certificates = session.certificates();
     session.log_out();
-    if (options.json)
-        report_success({{"certificates", to_json(certificates)}}, surroundings);
+    if (options.json())
+        report_success({{"certificates", to_json(certificates)}}, surroundings.out);
     else
         print_certificates(certificates, surroundings.out);
 }

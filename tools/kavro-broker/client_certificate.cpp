@@ -4,7 +4,6 @@
 #include "failure.h"
 #include "token_signer.h"
 
-#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -71,26 +70,17 @@ ClientCertificate::ClientCertificate(const ClientCertificateOptions &options,
 
 ClientCertificate::~ClientCertificate() = default;
 
-void ClientCertificate::install(kavro_broker_handle handle) {
-    const auto &der = signer_->certificate();
-    require(kavro_broker_use_signing_certificate(handle, der.data(), der.size(),
-                                                 &ClientCertificate::sign, this));
+const kavro_broker::bytes &ClientCertificate::der() const {
+    return signer_->certificate();
 }
 
-int ClientCertificate::sign(void *context, const uint8_t *digest, std::size_t digest_length,
-                            uint8_t *signature, std::size_t *signature_length) noexcept {
-    auto &self = *static_cast<ClientCertificate *>(context);
+std::optional<kavro_broker::bytes> ClientCertificate::sign(const kavro_broker::bytes &digest) {
     try {
-        self.problem_.clear();
-        const auto made = self.signer_->sign({digest, digest_length});
-        if (made.size() > *signature_length)
-            return 0;
-        std::ranges::copy(made, signature);
-        *signature_length = made.size();
-        return 1;
+        problem_.clear();
+        return signer_->sign(digest);
     } catch (const std::exception &error) {
-        self.problem_ = error.what();
-        return 0;
+        problem_ = error.what();
+        return std::nullopt;
     }
 }
 

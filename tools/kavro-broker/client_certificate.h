@@ -4,11 +4,10 @@
 #include "options.h"
 #include "prompts.h"
 
-#include <kavro_broker_extras.h>
+#include <kavro_broker_records.hpp>
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace token {
@@ -28,16 +27,15 @@ public:
     ClientCertificate(const ClientCertificate &) = delete;
     ClientCertificate &operator=(const ClientCertificate &) = delete;
 
-    /// Lets the handle sign with the token's key. This object must outlive it.
-    void install(kavro_broker_handle handle);
+    const kavro_broker::bytes &der() const;
+
+    /// The token's signature of a digest, or nothing when it makes none.
+    std::optional<kavro_broker::bytes> sign(const kavro_broker::bytes &digest);
 
     /// Why the last signature was not made; else empty.
     const std::string &problem() const { return problem_; }
 
 private:
-    static int sign(void *context, const uint8_t *digest, std::size_t digest_length,
-                    uint8_t *signature, std::size_t *signature_length) noexcept;
-
     std::unique_ptr<token::TokenSigner> signer_;
     std::string problem_;
 };

@@ -18,6 +18,13 @@ ClientCertificate::ClientCertificate(const ClientCertificateOptions &, Prompts *
 
 ClientCertificate::~ClientCertificate() = default;
 
-void ClientCertificate::install(kavro_broker_handle) {}
+const kavro_broker::bytes &ClientCertificate::der() const {
+    static const kavro_broker::bytes none;
+    return none;
+}
+
+std::optional<kavro_broker::bytes> ClientCertificate::sign(const kavro_broker::bytes &) {
+    return std::nullopt;
+}
 
 } // namespace kavro_cli

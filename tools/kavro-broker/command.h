@@ -24,10 +24,10 @@ struct Command {
 };
 
 extern const Command list_command, connect_command, power_command, certificates_command,
-    logout_command, probe_command;
+    logout_command, probe_command, diagnose_command, shell_command;
 
-inline constexpr std::array<const Command *, 6> commands{&list_command,   &connect_command,
-                                                         &power_command,  &certificates_command,
-                                                         &logout_command, &probe_command};
+inline constexpr std::array<const Command *, 8> commands{
+    &list_command,         &connect_command, &power_command, &shell_command,
+    &certificates_command, &logout_command,  &probe_command, &diagnose_command};
 
 } // namespace kavro_cli

@@ -1,12 +1,14 @@
 #include "command.h"
 #include "desktop_choice.h"
-#include "report.h"
-#include "table.h"
+#include "handoff.h"
+#include "private_file.h"
 
 #include <fmt/format.h>
 
 #include <chrono>
 #include <ostream>
+#include <sstream>
+#include <system_error>
 
 namespace kavro_cli {
 namespace {
@@ -16,106 +18,44 @@ using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 /// Asks for the desktop and, while it is being prepared, again until the time is over.
-Target connect(Session &session, const Desktop &desktop, const Options &options,
-               const Surroundings &surroundings) {
+Connection connect(Session &session, const Desktop &desktop, const Options &options,
+                   const Surroundings &surroundings) {
     const auto deadline = steady_clock::now() + seconds(options.timeout_seconds);
     auto timeout = options.timeout_seconds;
     for (bool told = false;; told = true) {
-        Target target;
-        const auto result = session.connect(desktop.id, options.agent_variables, timeout, target);
-        const auto asked_again = steady_clock::now() + surroundings.retry_pause;
-        if (result != KAVRO_BROKER_ERR_CONNECT_DESKTOP_PENDING || !options.wait ||
-            asked_again >= deadline) {
-            session.check(result);
-            return target;
+        steady_clock::time_point asked_again;
+        try {
+            return session.connect(desktop.id, options.agent_variables, timeout);
+        } catch (const Failure &failure) {
+            asked_again = steady_clock::now() + surroundings.retry_pause;
+            if (failure.status != ExitStatus::pending || !options.wait || asked_again >= deadline)
+                throw;
         }
         if (!told)
             surroundings.err << "The desktop is still being prepared; waiting for it." << std::endl;
-        surroundings.interruption.pause(surroundings.retry_pause);
         timeout = static_cast<uint16_t>(ceil<seconds>(deadline - asked_again).count());
+        surroundings.interruption.pause(surroundings.retry_pause);
     }
 }
 
-Json to_json(const Variables &variables) {
-    auto list = Json::array();
-    for (const auto &[name, value] : variables)
-        list.push_back({{"name", name}, {"value", value}});
-    return list;
-}
-
-Json to_json(const std::vector<AlternateTarget> &alternates) {
-    auto list = Json::array();
-    for (const auto &alternate : alternates)
-        list.push_back({{"address", alternate.address},
-                        {"port", alternate.port},
-                        {"host_name", alternate.host_name},
-                        {"server_name", alternate.server_name}});
-    return list;
-}
-
-Json to_json(const Desktop &desktop, const Target &target) {
-    Json ticket;
-    if (target.gateway_ticket)
-        ticket = {{"ticket", target.gateway_ticket->ticket},
-                  {"created", target.gateway_ticket->created},
-                  {"expires", target.gateway_ticket->expires}};
-    return {{"desktop", reference_to(desktop)},
-            {"connection",
-             {{"address", target.address},
-              {"port", target.port},
-              {"session_id", target.session_id},
-              {"host_name", target.host_name},
-              {"server_name", target.server_name},
-              {"use_broker_address", target.use_broker_address},
-              {"connect_tag", target.connect_tag},
-              {"gateway_ticket", ticket},
-              {"agent_variables", to_json(target.agent_variables)},
-              {"alternates", to_json(target.alternates)}}}};
-}
-
-std::string in_words(const AlternateTarget &alternate) {
-    auto words = fmt::format("{}, port {}", alternate.address, alternate.port);
-    if (!alternate.host_name.empty())
-        words += ", host name " + alternate.host_name;
-    if (!alternate.server_name.empty())
-        words += ", server name " + alternate.server_name;
-    return words;
-}
-
-void print_table(const Desktop &desktop, const Target &target, bool show_secrets,
-                 std::ostream &out) {
-    const auto secret = [show_secrets](const std::string &text) {
-        return show_secrets ? text : "(hidden, see --show-secrets)";
-    };
-    Table table;
-    table.add({"Desktop", title(desktop)});
-    table.add({"Address", target.address});
-    table.add({"Port", target.port});
-    table.add({"Session id", target.session_id});
-    table.add({"Host name", target.host_name});
-    table.add({"Server name", target.server_name});
-    table.add({"Use broker address", target.use_broker_address ? "yes" : "no"});
-    table.add({"Connect tag", secret(target.connect_tag)});
-    if (const auto &ticket = target.gateway_ticket) {
-        table.add({"Gateway ticket", secret(ticket->ticket)});
-        table.add({"  created", ticket->created});
-        table.add({"  expires", ticket->expires});
+void write_file(const std::string &path, const std::string &content) {
+    try {
+        write_private_file(path, content);
+    } catch (const std::system_error &error) {
+        throw Failure(ExitStatus::usage, "OUTPUT_FAILED",
+                      fmt::format("The result could not be written: {}.", error.what()));
     }
-    for (const auto &[name, value] : target.agent_variables)
-        table.add({"Agent variable", name + " = " + value});
-    for (const auto &alternate : target.alternates)
-        table.add({"Alternate", in_words(alternate)});
-    table.print(out);
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {
     const auto desktops = session.desktops();
     const auto &desktop = find_desktop(desktops, options.desktop);
-    const auto target = connect(session, desktop, options, surroundings);
-    if (options.json)
-        report_success(to_json(desktop, target), surroundings);
-    else
-        print_table(desktop, target, options.show_secrets, surroundings.out);
+    const auto connection = connect(session, desktop, options, surroundings);
+    if (!options.output_file)
+        return print_handoff(desktop, connection, options, surroundings.out);
+    std::ostringstream content;
+    print_handoff(desktop, connection, options, content);
+    write_file(*options.output_file, content.str());
 }
 
 void add_options(CLI::App &app, Options &options) {
@@ -126,8 +66,15 @@ void add_options(CLI::App &app, Options &options) {
         ->check(CLI::Range(1, 65534).description(""));
     app.add_flag("--wait", options.wait,
                  "Ask again while the desktop is being prepared, until --timeout");
+    add_words(app, "--output", options.form,
+              {{"text", Form::text}, {"json", Form::json}, {"shell", Form::shell}},
+              "Form of the result: for reading, as --json, or as variables of a shell");
+    app.add_option("--output-file", options.output_file,
+                   "Write the result to this file, which nobody else can read, once it is whole")
+        ->type_name("FILE");
     app.add_flag("--show-secrets", options.show_secrets,
-                 "Show the connect tag and the gateway ticket; --json always holds them");
+                 "Show the connect tag and the gateway ticket in the form for reading; the others "
+                 "always hold them");
     add_assignments(app, "--agent-variable", options.agent_variables,
                     "A variable for the desktop's agent; may be repeated");
 }
@@ -141,7 +88,9 @@ constexpr Command connect_command{
     "broker session stays open, because the desktop belongs to it.\n\n"
     "Examples:\n"
     "  kavro-broker connect --broker broker.example \"Build server\"\n"
-    "  kavro-broker connect --broker broker.example vm-17 --wait --timeout 300 --json",
+    "  kavro-broker connect --broker broker.example vm-17 --wait --timeout 300 --json\n"
+    "  target=$(kavro-broker connect --broker broker.example vm-17 --output shell) &&\n"
+    "      eval \"$target\"",
     true,
     false,
     add_options,

@@ -1,5 +1,7 @@
 #include "desktop_choice.h"
 
+#include "failure.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -7,27 +7,33 @@
 namespace kavro_cli {
 namespace {
 
+using kavro_broker::dialog_button;
+using kavro_broker::dialog_field;
 using Fields = std::vector<std::pair<std::string, Secret>>;
 
 /// Labels of fields come with and without a colon.
-std::string label_of(const DialogField &field) {
+std::string label_of(const dialog_field &field) {
     const auto &label = field.label.empty() ? field.name : field.label;
     return label.substr(0, label.find_last_not_of(": ") + 1);
 }
 
-const std::string &label_of(const DialogButton &button) {
+const std::string &label_of(const dialog_button &button) {
     return button.label.empty() ? button.id : button.label;
 }
 
+bool is_secret(const dialog_field &field) {
+    return field.hidden || !field.loggable;
+}
+
 /// What was given beforehand for a field, under its name or else its label.
-std::optional<Secret> take(std::map<std::string, Secret> &given, const DialogField &field) {
+std::optional<Secret> take(std::map<std::string, Secret> &given, const dialog_field &field) {
     auto node = given.extract(field.name);
     if (!node)
         node = given.extract(field.label);
     return node ? std::optional(std::move(node.mapped())) : std::nullopt;
 }
 
-const char *hint(const DialogField &field) {
+const char *hint(const dialog_field &field) {
     switch (field.text_type) {
     case KAVRO_BROKER_TEXT_TYPE_NUMBER:
         return " (a number)";
@@ -42,11 +48,11 @@ const char *hint(const DialogField &field) {
     }
 }
 
-Secret field_value(const DialogField &field, Answers &answers) {
+Secret field_value(const dialog_field &field, Answers &answers) {
     if (auto given = take(answers.secret_fields, field))
         return std::move(*given);
     if (auto given = take(answers.plain_fields, field)) {
-        if (!field.secret())
+        if (!is_secret(field))
             return std::move(*given);
         throw Failure(ExitStatus::usage, "SECRET_ON_COMMAND_LINE",
                       fmt::format("The field \"{}\" is secret: give it with --answer-fd, and "
@@ -55,15 +61,15 @@ Secret field_value(const DialogField &field, Answers &answers) {
     }
     if (answers.prompts == nullptr && !field.value.empty())
         return Secret(field.value);
-    const auto option = field.secret() ? fmt::format("--answer-fd {}=N", field.name)
-                                       : fmt::format("--answer {}=VALUE", field.name);
+    const auto option = is_secret(field) ? fmt::format("--answer-fd {}=N", field.name)
+                                         : fmt::format("--answer {}=VALUE", field.name);
     auto &prompts = answers.ask(fmt::format("\"{}\"", label_of(field)), option);
     const auto label = label_of(field) + hint(field);
     return field.hidden ? prompts.secret(label, field.value)
                         : Secret(prompts.text(label, field.value));
 }
 
-Fields field_values(const Dialog &dialog, Answers &answers) {
+Fields field_values(const kavro_broker::dialog &dialog, Answers &answers) {
     Fields values;
     for (const auto &field : dialog.fields)
         if (!field.read_only)
@@ -73,14 +79,14 @@ Fields field_values(const Dialog &dialog, Answers &answers) {
     return values;
 }
 
-std::string pressed_button(const Dialog &dialog, const Answers &answers) {
+std::string pressed_button(const kavro_broker::dialog &dialog, const Answers &answers) {
     const auto &buttons = dialog.buttons;
     std::vector<std::string> labels;
     for (const auto &button : buttons)
         labels.push_back(label_of(button));
 
     if (answers.button) {
-        const auto wanted = std::ranges::find_if(buttons, [&](const DialogButton &button) {
+        const auto wanted = std::ranges::find_if(buttons, [&](const dialog_button &button) {
             return button.id == *answers.button || button.label == *answers.button;
         });
         if (wanted != buttons.end())
@@ -93,7 +99,7 @@ std::string pressed_button(const Dialog &dialog, const Answers &answers) {
     if (buttons.size() <= 1)
         return buttons.empty() ? std::string() : buttons.front().id;
 
-    const auto preset = std::ranges::find_if(buttons, &DialogButton::is_default);
+    const auto preset = std::ranges::find_if(buttons, &dialog_button::is_default);
     if (preset != buttons.end() && answers.prompts == nullptr)
         return preset->id;
     auto &prompts =
@@ -104,18 +110,19 @@ std::string pressed_button(const Dialog &dialog, const Answers &answers) {
 
 } // namespace
 
-kavro_broker_result answer_dialog(Session &session, Answers &answers) {
+void answer_dialog(Session &session, Answers &answers) {
     const auto dialog = session.dialog();
     if (answers.prompts != nullptr) {
-        answers.prompts->say(dialog.prompt);
-        answers.prompts->say(dialog.error);
+        answers.prompts->say(dialog.prompt_text);
+        answers.prompts->say(dialog.error_text);
     }
     try {
         const auto values = field_values(dialog, answers);
-        return session.send_dialog(pressed_button(dialog, answers), values);
+        session.send_dialog(pressed_button(dialog, answers), values);
     } catch (Failure &failure) {
         if (failure.status == ExitStatus::no_answer)
-            failure.broker_message = dialog.error.empty() ? dialog.prompt : dialog.error;
+            failure.broker_message =
+                dialog.error_text.empty() ? dialog.prompt_text : dialog.error_text;
         throw;
     }
 }

@@ -7,6 +7,6 @@ namespace kavro_cli {
 
 /// Shows the broker's current dialog to the user, if there is one, and sends back what was entered
 /// and pressed.
-kavro_broker_result answer_dialog(Session &session, Answers &answers);
+void answer_dialog(Session &session, Answers &answers);
 
 } // namespace kavro_cli

@@ -3,6 +3,9 @@
 #include "certificate.h"
 #include "result_names.h"
 
+#include <kavro_broker_records.hpp>
+
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -16,6 +19,9 @@ public:
     /// A result of the library, with the broker's own words where it sent any.
     explicit Failure(kavro_broker_result result, std::string message = {})
         : Failure(describe(result), std::move(message)) {}
+
+    explicit Failure(const kavro_broker::error &error)
+        : Failure(error.code(), error.broker_text()) {}
 
     /// Something that this program found out itself.
     Failure(ExitStatus exit_status, std::string name_for_scripts, const std::string &sentence)
@@ -37,10 +43,23 @@ private:
           broker_message(std::move(message)) {}
 };
 
-/// A library call that can only fail by a fault of this program or a lack of memory.
-inline void require(kavro_broker_result result) {
-    if (result != KAVRO_BROKER_OK)
-        throw Failure(result);
+/// Ends the program with a status when the command itself has told everything.
+struct Told {
+    ExitStatus status;
+};
+
+/// Does something and returns how it failed, if it did, whoever found that out.
+inline std::optional<Failure> failure_of(const std::function<void()> &work) {
+    try {
+        work();
+        return std::nullopt;
+    } catch (const Failure &failure) {
+        return failure;
+    } catch (const kavro_broker::error &error) {
+        return Failure(error);
+    } catch (const std::exception &error) {
+        return Failure(ExitStatus::usage, "LOCAL_PROBLEM", error.what());
+    }
 }
 
 } // namespace kavro_cli

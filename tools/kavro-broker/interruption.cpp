@@ -15,8 +15,13 @@ void Interruption::raise(int signal) {
 
 void Interruption::cancel_request() {
     const std::lock_guard lock(mutex_);
-    if (cancel_)
+    if (signal_ != 0 && cancel_)
         cancel_();
+}
+
+void Interruption::reset() {
+    const std::lock_guard lock(mutex_);
+    signal_ = 0;
 }
 
 int Interruption::signal() const {

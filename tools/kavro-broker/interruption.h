@@ -14,9 +14,13 @@ public:
     /// Remembers the first signal and wakes pauses.
     void raise(int signal);
 
-    /// Ends the running request, if any. A request that starts a moment later does not notice, so
-    /// this is repeated for as long as the program runs on after raise().
+    /// Ends the running request, if there is one and the user wants to stop. A request that starts
+    /// a moment later does not notice, so this is repeated for as long as the program runs on after
+    /// raise().
     void cancel_request();
+
+    /// For a user who goes on after something else was stopped.
+    void reset();
 
     bool raised() const { return signal() != 0; }
 

@@ -4,34 +4,49 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ostream>
 
 namespace kavro_cli {
 namespace {
 
+/// In the order in which they are documented.
+std::vector<std::string> words_of(const Desktop &desktop) {
+    std::vector<std::string> words;
+    for (const auto &operation : operations)
+        if (std::ranges::count(desktop.operations, operation.value) != 0)
+            words.emplace_back(operation.word);
+    return words;
+}
+
 Json to_json(const Desktop &desktop) {
     return {{"id", desktop.id},         {"name", desktop.name},
             {"type", desktop.type},     {"state", desktop.state},
-            {"health", desktop.health}, {"operations", desktop.operations}};
+            {"health", desktop.health}, {"operations", words_of(desktop)}};
 }
 
-void print_table(const std::vector<Desktop> &desktops, std::ostream &out) {
+void print_table(const std::vector<Desktop> &desktops, const Surroundings &surroundings) {
     Table table;
     table.add({"NAME", "ID", "TYPE", "STATE", "HEALTH", "OPERATIONS"});
     for (const auto &desktop : desktops)
-        table.add({desktop.name, desktop.id, desktop.type, desktop.state, desktop.health,
-                   fmt::format("{}", fmt::join(desktop.operations, ","))});
-    table.print(out);
+        table.add({desktop.name,
+                   desktop.id,
+                   desktop.type,
+                   {desktop.state, colour_of(desktop.state)},
+                   {desktop.health, colour_of(desktop.health)},
+                   fmt::format("{}", fmt::join(words_of(desktop), ","))});
+    table.print(surroundings.out, surroundings.out_in_colour);
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {
     const auto desktops = session.desktops();
-    if (!options.json)
-        return print_table(desktops, surroundings.out);
+    if (!options.json())
+        return print_table(desktops, surroundings);
     auto list = Json::array();
     for (const auto &desktop : desktops)
         list.push_back(to_json(desktop));
-    report_success({{"broker", to_json(session.broker_info())}, {"desktops", list}}, surroundings);
+    report_success({{"broker", to_json(session.broker_info())}, {"desktops", list}},
+                   surroundings.out);
 }
 
 } // namespace

@@ -5,10 +5,10 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <kavro_broker.hpp>
 
 #include <atomic>
 #include <chrono>
-#include <cstdarg>
 #include <cstdio>
 #include <string>
 
@@ -16,18 +16,6 @@ namespace kavro_cli {
 namespace {
 
 std::atomic<int32_t> shown_severity = 0;
-
-std::string formatted(const char *format, va_list arguments) {
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(length < 0 ? 0 : static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, again);
-    va_end(again);
-    if (!text.empty())
-        text.pop_back();
-    return text;
-}
 
 /// Sentences after which the library tells a ticket in the clear.
 constexpr std::string_view sentences_with_tickets[] = {
@@ -59,10 +47,10 @@ std::string time_stamp() {
                        fraction);
 }
 
-void write_message(int32_t category, int32_t severity, int32_t error, const char *format,
-                   va_list arguments) {
+void write_message(const kavro_broker::log_message &message) {
     static constexpr const char *severities[] = {"banner", "error", "info", "debug", "verbose"};
-    if (std::string_view(format).starts_with(sentences_with_tickets[0]))
+    const auto [category, severity, error, text] = message;
+    if (text.starts_with(sentences_with_tickets[0]))
         Spinner::say("Provisioning the session");
     const bool last_words = severity == KAVRO_BROKER_LOG_BANNER && error != 0;
     const auto most = shown_severity.load();
@@ -72,7 +60,7 @@ void write_message(int32_t category, int32_t severity, int32_t error, const char
         "{} {} {}: {}", time_stamp(),
         severity >= 0 && severity < int32_t{std::size(severities)} ? severities[severity] : "other",
         category == KAVRO_BROKER_LOG_CATEGORY_DISCOVERY ? "discovery" : "general",
-        marked_lines(without_tickets(formatted(format, arguments))));
+        marked_lines(without_tickets(text)));
     if (error != 0)
         line += fmt::format(" [{}]", error);
     line += '\n';
@@ -83,7 +71,7 @@ void write_message(int32_t category, int32_t severity, int32_t error, const char
 
 void install_log_sink(int32_t most_severe_shown) {
     shown_severity = most_severe_shown;
-    kavro_broker_set_log_function(write_message);
+    kavro_broker::set_log_function(write_message);
 }
 
 } // namespace kavro_cli

@@ -15,12 +15,12 @@ constexpr int most_tries = 3;
 /// More steps than any log-in has: a broker that goes on asking is not followed for ever.
 constexpr int most_steps = 32;
 
-bool may_be_tried_again(kavro_broker_result result) {
-    return result == KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD ||
-           result == KAVRO_BROKER_ERR_AUTH_WEAK_PASSWORD ||
-           result == KAVRO_BROKER_ERR_AUTH_OAUTH_CODE_INVALID ||
-           result == KAVRO_BROKER_ERR_AUTH_DIALOG_INVALID_USER_ENTRY ||
-           result == KAVRO_BROKER_ERR_AUTH_INVALID_FIELD_BUTTON_ID;
+bool may_be_tried_again(const Failure &failure) {
+    static constexpr kavro_broker_result mendable[] = {
+        KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD, KAVRO_BROKER_ERR_AUTH_WEAK_PASSWORD,
+        KAVRO_BROKER_ERR_AUTH_OAUTH_CODE_INVALID, KAVRO_BROKER_ERR_AUTH_DIALOG_INVALID_USER_ENTRY,
+        KAVRO_BROKER_ERR_AUTH_INVALID_FIELD_BUTTON_ID};
+    return std::ranges::find(mendable, failure.code) != std::end(mendable);
 }
 
 } // namespace
@@ -31,21 +31,23 @@ void Login::run() {
         const auto method = session_.auth_method();
         if (method == KAVRO_BROKER_AUTH_METHOD_NONE)
             return;
-        const auto result = answer(method);
-        if (result == KAVRO_BROKER_OK) {
+        try {
+            answer(method);
             refusals = 0;
-            continue;
+        } catch (const Failure &failure) {
+            if (!may_be_tried_again(failure) || ++refusals == most_tries ||
+                answers_.prompts == nullptr)
+                throw;
+            answers_.prompts->say(failure.what());
+            answers_.prompts->say(failure.broker_message);
+            if (failure.code == KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD)
+                password_.clear();
         }
-        const auto failure = session_.failure(result);
-        if (!may_be_tried_again(result) || ++refusals == most_tries || answers_.prompts == nullptr)
-            throw failure;
-        answers_.prompts->say(failure.what());
-        answers_.prompts->say(failure.broker_message);
     }
     throw Failure(ExitStatus::protocol, "ENDLESS_LOG_IN", "The broker does not stop asking.");
 }
 
-kavro_broker_result Login::answer(uint32_t method) {
+void Login::answer(uint32_t method) {
     switch (method) {
     case KAVRO_BROKER_AUTH_METHOD_PASSWORD:
         return answer_password();
@@ -65,7 +67,7 @@ kavro_broker_result Login::answer(uint32_t method) {
     }
 }
 
-kavro_broker_result Login::answer_password() {
+void Login::answer_password() {
     find_user();
     find_domain();
     if (answers_.password)
@@ -73,10 +75,10 @@ kavro_broker_result Login::answer_password() {
     else
         password_ = answers_.ask("a password", "--password-fd")
                         .secret(fmt::format("Password for {}", user_));
-    return session_.send_password(user_, domain_, password_);
+    session_.send_password(user_, domain_, password_);
 }
 
-kavro_broker_result Login::answer_expired_password() {
+void Login::answer_expired_password() {
     if (!user_found_) {
         find_user();
         find_domain();
@@ -85,26 +87,21 @@ kavro_broker_result Login::answer_expired_password() {
         password_ = *std::exchange(answers_.password, std::nullopt);
     if (password_.empty())
         password_ = answers_.ask("the old password", "--password-fd").secret("Old password");
-    const auto replacement = new_password();
-    const auto result = session_.send_new_password(user_, domain_, password_, replacement);
-    if (result == KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD)
-        password_.clear();
-    return result;
+    session_.send_new_password(user_, domain_, password_, new_password());
 }
 
-kavro_broker_result Login::answer_disclaimer() {
+void Login::answer_disclaimer() {
     if (answers_.accept_disclaimer)
         return session_.send_disclaimer(true);
     auto &prompts = answers_.ask("a disclaimer to be accepted", "--accept-disclaimer");
     prompts.say(session_.disclaimer());
-    return session_.send_disclaimer(prompts.agree("Do you accept this?"));
+    session_.send_disclaimer(prompts.agree("Do you accept this?"));
 }
 
-kavro_broker_result Login::answer_oauth() {
+void Login::answer_oauth() {
     if (answers_.oauth_code)
         return session_.send_oauth_code(*std::exchange(answers_.oauth_code, std::nullopt));
-    return session_.send_oauth_code(
-        answers_.ask("an OAuth code", "--oauth-code-fd").secret("Code"));
+    session_.send_oauth_code(answers_.ask("an OAuth code", "--oauth-code-fd").secret("Code"));
 }
 
 void Login::find_user() {

@@ -17,11 +17,11 @@ public:
     void run();
 
 private:
-    kavro_broker_result answer(uint32_t method);
-    kavro_broker_result answer_password();
-    kavro_broker_result answer_expired_password();
-    kavro_broker_result answer_disclaimer();
-    kavro_broker_result answer_oauth();
+    void answer(uint32_t method);
+    void answer_password();
+    void answer_expired_password();
+    void answer_disclaimer();
+    void answer_oauth();
 
     void find_user();
     void find_domain();

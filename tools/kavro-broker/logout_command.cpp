@@ -13,12 +13,12 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
     session.auth_method();
     const auto broker = session.broker_info();
     session.log_out();
-    if (options.json)
-        report_success({{"broker", to_json(broker)}}, surroundings);
+    if (options.json())
+        report_success({{"broker", to_json(broker)}}, surroundings.out);
     else
         surroundings.out << visible(fmt::format("Greeted and left the broker at {}: {} {} on {}",
-                                                broker.address, broker.product, broker.version,
-                                                broker.platform))
+                                                broker.address, broker.product_name,
+                                                broker.product_version, broker.platform))
                          << '\n';
 }
 

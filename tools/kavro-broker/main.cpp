@@ -35,13 +35,18 @@ int main(int argc, char **argv) {
     Interruption interruption;
     const SignalWatch signals(interruption);
     const auto terminal = open_terminal(interruption);
-    const bool on_terminal = stderr_is_terminal();
+    constexpr int input = 0, output = 1, errors = 2;
+    const bool colour = environment("NO_COLOR").empty();
+    const bool spinner = takes_control_sequences(errors);
     const Surroundings surroundings{.out = std::cout,
                                     .err = std::cerr,
                                     .console = terminal.get(),
                                     .interruption = interruption,
-                                    .spinner = on_terminal,
-                                    .colour = on_terminal && environment("NO_COLOR").empty(),
+                                    .spinner = spinner,
+                                    .out_in_colour = colour && takes_control_sequences(output),
+                                    .err_in_colour = colour && spinner,
+                                    .script =
+                                        is_terminal(input) ? std::nullopt : std::optional(input),
                                     .login_name = first_of({"USER", "USERNAME"}),
                                     .cache_folder = cache_folder()};
     return run_application({argv + 1, argv + argc}, surroundings);

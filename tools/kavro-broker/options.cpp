@@ -3,6 +3,7 @@
 #include "certificates.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
@@ -11,7 +12,7 @@ namespace kavro_cli {
 namespace {
 
 /// Turns "NAME=VALUE" into a pair, or throws what makes a usage message.
-Variable split_assignment(const std::string &option, const std::string &text) {
+kavro_broker::variable split_assignment(const std::string &option, const std::string &text) {
     const auto equals = text.find('=');
     if (equals == std::string::npos || equals == 0)
         throw CLI::ValidationError(option, "takes NAME=VALUE");
@@ -146,19 +147,19 @@ CLI::Option *add_assignments(CLI::App &app, const std::string &option, Variables
                     });
 }
 
-void take_words(CLI::Option &option, const Words &words) {
-    const auto translate = [words](std::string &text) {
-        std::string known;
-        for (const auto &[word, number] : words) {
-            if (word == text) {
-                text = std::to_string(number);
-                return std::string();
-            }
-            known += (known.empty() ? "" : ", ") + word;
-        }
-        return "\"" + text + "\" is none of " + known;
+CLI::Option *add_choice(CLI::App &app, const std::string &name,
+                        const std::vector<std::string> &words,
+                        const std::function<void(std::size_t)> &take,
+                        const std::string &description) {
+    const auto find = [name, words, take](const std::string &text) {
+        const auto word = std::ranges::find(words, text);
+        if (word == words.end())
+            throw CLI::ValidationError(
+                name, fmt::format("\"{}\" is none of {}", text, fmt::join(words, ", ")));
+        take(static_cast<std::size_t>(word - words.begin()));
     };
-    option.transform(CLI::Validator(translate, ""));
+    return app.add_option_function<std::string>(name, find, description)
+        ->type_name(fmt::format("{{{}}}", fmt::join(words, ",")));
 }
 
 void add_desktop(CLI::App &app, Options &options) {
@@ -168,21 +169,30 @@ void add_desktop(CLI::App &app, Options &options) {
         ->required();
 }
 
-void add_output_options(CLI::App &app, Options &options) {
+void add_form_options(CLI::App &app, Options &options) {
     app.option_defaults()->group("Output");
-    Words levels{{"off", 0},
-                 {"error", KAVRO_BROKER_LOG_ERROR},
-                 {"info", KAVRO_BROKER_LOG_INFO},
-                 {"debug", KAVRO_BROKER_LOG_DEBUG},
-                 {"verbose", KAVRO_BROKER_LOG_VERBOSE}};
-    for (uint32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
+    auto *json = app.add_flag_callback(
+        "--json", [&options] { options.form = Form::json; },
+        "Print one JSON object, also on failure");
+    if (auto *form = app.get_option_no_throw("--output"))
+        json->excludes(form);
+}
+
+void add_output_options(CLI::App &app, Options &options) {
+    add_form_options(app, options);
+    add_words(app, "--color", options.colouring,
+              {{"auto", Colouring::automatic},
+               {"always", Colouring::always},
+               {"never", Colouring::never}},
+              "Colour the output; auto, on a terminal, unless NO_COLOR is set");
+    std::vector<std::pair<std::string, int32_t>> levels{{"off", 0},
+                                                        {"error", KAVRO_BROKER_LOG_ERROR},
+                                                        {"info", KAVRO_BROKER_LOG_INFO},
+                                                        {"debug", KAVRO_BROKER_LOG_DEBUG},
+                                                        {"verbose", KAVRO_BROKER_LOG_VERBOSE}};
+    for (int32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
         levels.emplace_back(std::to_string(level), level);
-    app.add_flag("--json", options.json, "Print one JSON object, also on failure");
-    auto *level = app.add_option("--log-level", options.log_level,
-                                 "Log to standard error: off, error, info, debug or verbose, or "
-                                 "0 to 4");
-    level->type_name("LEVEL");
-    take_words(*level, levels);
+    add_words(app, "--log-level", options.log_level, levels, "Log to standard error");
 }
 
 CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,

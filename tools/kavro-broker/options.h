@@ -2,7 +2,9 @@
 
 #include "records.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,7 +22,7 @@ namespace kavro_cli {
 struct LoginOptions {
     std::optional<std::string> user, domain, button;
     std::optional<int> password_descriptor, new_password_descriptor, oauth_code_descriptor;
-    std::vector<std::pair<std::string, std::string>> answers;
+    Variables answers;
     std::vector<std::pair<std::string, int>> answer_descriptors;
     bool accept_disclaimer = false;
     bool non_interactive = false;
@@ -31,6 +33,12 @@ struct ClientCertificateOptions {
     std::optional<std::string> uri, module_path;
     std::optional<int> pin_descriptor;
 };
+
+/// How a result is printed: for reading, as one JSON object, or as variables of a shell.
+enum class Form { text, json, shell };
+
+/// When output is coloured; "automatic" is on terminals whose user has not set NO_COLOR.
+enum class Colouring { automatic, always, never };
 
 struct Options {
     std::string broker_host, broker_port; ///< an empty port means the library's usual ones
@@ -43,15 +51,19 @@ struct Options {
     bool insecure = false;
     std::vector<std::string> trust_anchor_files;
     std::string pin; ///< fingerprint of the broker's own certificate; empty for none
-    bool json = false;
+    Form form = Form::text;
+    Colouring colouring = Colouring::automatic;
     int32_t log_level = 0;
 
     std::string desktop; ///< id or name, as typed
     Variables agent_variables;
     uint16_t timeout_seconds = 180;
     bool wait = false;
+    std::optional<std::string> output_file;
     bool show_secrets = false;
     uint32_t operation = 0;
+
+    bool json() const { return form == Form::json; }
 };
 
 /// Takes "HOST", "HOST:PORT", "[IPV6]", "[IPV6]:PORT" or a bare IPv6 address apart. False when it
@@ -65,6 +77,9 @@ CLI::Option *add_address_options(CLI::App &app, const char *name, const char *de
 /// The options of every command that talks to a broker.
 void add_session_options(CLI::App &app, Options &options);
 
+/// What decides how the result of a command looks.
+void add_form_options(CLI::App &app, Options &options);
+
 /// The options of every command.
 void add_output_options(CLI::App &app, Options &options);
 
@@ -72,11 +87,24 @@ void add_output_options(CLI::App &app, Options &options);
 CLI::Option *add_assignments(CLI::App &app, const std::string &option, Variables &variables,
                              const std::string &description);
 
-/// Words that stand for numbers, in the order in which a message names them.
-using Words = std::vector<std::pair<std::string, uint32_t>>;
+/// An option that takes one of these words; `take` gets the index of it.
+CLI::Option *add_choice(CLI::App &app, const std::string &name,
+                        const std::vector<std::string> &words,
+                        const std::function<void(std::size_t)> &take,
+                        const std::string &description);
 
-/// Lets an option take one of these words for the number that it means.
-void take_words(CLI::Option &option, const Words &words);
+/// The same for words that stand for values.
+template <class Value>
+CLI::Option *add_words(CLI::App &app, const std::string &name, Value &value,
+                       const std::vector<std::pair<std::string, Value>> &meanings,
+                       const std::string &description) {
+    std::vector<std::string> words;
+    for (const auto &[word, meaning] : meanings)
+        words.push_back(word);
+    return add_choice(
+        app, name, words, [&value, meanings](std::size_t index) { value = meanings[index].second; },
+        description);
+}
 
 /// The desktop that a command is about.
 void add_desktop(CLI::App &app, Options &options);

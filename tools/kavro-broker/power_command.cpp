@@ -38,12 +38,12 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
     const auto state_after = state_of(desktop.id, session);
 
     const auto *operation = word_for(options.operation);
-    if (options.json)
+    if (options.json())
         report_success({{"desktop", reference_to(desktop)},
                         {"operation", operation},
                         {"state_before", desktop.state},
                         {"state_after", state_after ? Json(*state_after) : Json()}},
-                       surroundings);
+                       surroundings.out);
     else
         surroundings.out << visible(fmt::format("{}: {}, was {}, is {}", title(desktop), operation,
                                                 desktop.state, state_after.value_or("unknown")))
@@ -52,13 +52,10 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
 
 void add_options(CLI::App &app, Options &options) {
     add_desktop(app, options);
-    Words words;
+    std::vector<std::pair<std::string, uint32_t>> words;
     for (const auto &operation : operations)
         words.emplace_back(operation.word, operation.value);
-    auto *option =
-        app.add_option("OPERATION", options.operation, "up, down, restart, sleep or resume");
-    option->type_name("")->required();
-    take_words(*option, words);
+    add_words(app, "OPERATION", options.operation, words, "What is done to it")->required();
 }
 
 } // namespace

@@ -1,18 +1,15 @@
-#include "api.h"
 #include "command.h"
 #include "display_text.h"
+#include "probe.h"
 #include "registration_table.h"
 #include "report.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 
 namespace kavro_cli {
 namespace {
-
-using TypeFinder = Owned<kavro_broker_type_finder, kavro_broker_free_type_finder>;
 
 struct Kind {
     uint32_t type;
@@ -39,40 +36,38 @@ Finding find(const Options &options, const Surroundings &surroundings) {
         update_registration_table(options, surroundings);
     const auto &asked =
         options.registration_code.empty() ? options.broker_host : options.registration_code;
-    const auto *port = options.broker_port.empty() ? nullptr : options.broker_port.c_str();
-    kavro_broker_type_finder handle = nullptr;
-    require(kavro_broker_create_type_finder(&handle));
-    const TypeFinder finder(handle);
-
-    uint32_t type = 0;
-    std::array<char, 2049> resolved{};
-    std::array<char, 8> answering{};
-    const Interruption::Watch watch(surroundings.interruption,
-                                    [handle] { kavro_broker_cancel_find_type(handle); });
-    const auto result = wait_for("Looking who answers", surroundings, [&] {
-        return kavro_broker_find_type_extended(handle, asked.c_str(), port, &type, resolved.data(),
-                                               resolved.size(), answering.data(), answering.size());
+    kavro_broker::type_finder finder;
+    const Interruption::Watch watch(surroundings.interruption, [&finder] { finder.cancel(); });
+    const auto found = wait_for("Looking who answers", surroundings, [&] {
+        return finder.find_type_extended(asked, options.broker_port);
     });
-    require(result);
-    const auto *kind = std::ranges::find(kinds, type, &Kind::type);
+    const auto *kind = std::ranges::find(kinds, found.type, &Kind::type);
     if (kind == std::end(kinds))
         throw Failure(KAVRO_BROKER_ERR_NO_BROKER_FOUND);
-    if (type == KAVRO_BROKER_TYPE_AWS)
-        return {kind, resolved.data(), {}};
-    return {kind, asked, answering.data()};
+    if (found.type == KAVRO_BROKER_TYPE_AWS)
+        return {kind, found.address, {}};
+    return {kind, asked, found.port};
 }
 
 void run(const Options &options, const Surroundings &surroundings) {
     const auto [kind, address, port] = find(options, surroundings);
-    if (options.json)
+    if (options.json())
         return report_success({{"kind", kind->word}, {"address", address}, {"port", port}},
-                              surroundings);
+                              surroundings.out);
     surroundings.out << visible(fmt::format("{} answers at {}{}.", kind->noun, address,
                                             port.empty() ? "" : ", port " + port))
                      << '\n';
 }
 
 } // namespace
+
+uint32_t find_kind(const Options &options, const Surroundings &surroundings) {
+    uint32_t type = 0;
+    const auto failure = failure_of([&] { type = find(options, surroundings).kind->type; });
+    if (failure && failure->status == ExitStatus::cancelled)
+        throw *failure;
+    return type;
+}
 
 constexpr Command probe_command{
     "probe",

@@ -1,6 +1,7 @@
 #include "report.h"
 
 #include "certificates.h"
+#include "colour.h"
 #include "display_text.h"
 
 #include <fmt/format.h>
@@ -31,8 +32,10 @@ bool is_from_here(ExitStatus status) {
            status == ExitStatus::untrusted;
 }
 
-void print_words(const Failure &failure, std::ostream &err) {
-    err << "kavro-broker: " << visible(failure.what());
+void print_words(const Failure &failure, const Surroundings &surroundings) {
+    auto &err = surroundings.err;
+    err << painted("kavro-broker:", Colour::red, surroundings.err_in_colour) << ' '
+        << visible(failure.what());
     if (failure.code)
         err << fmt::format(" ({} {})", *failure.code, failure.name);
     err << '\n';
@@ -50,8 +53,8 @@ void print_words(const Failure &failure, std::ostream &err) {
 
 Json to_json(const BrokerInfo &broker) {
     return {{"address", broker.address},
-            {"product", broker.product},
-            {"version", broker.version},
+            {"product", broker.product_name},
+            {"version", broker.product_version},
             {"platform", broker.platform}};
 }
 
@@ -59,24 +62,33 @@ Json reference_to(const Desktop &desktop) {
     return {{"id", desktop.id}, {"name", desktop.name}};
 }
 
-void report_success(Json findings, const Surroundings &surroundings) {
-    Json object{{"result", result_of(Failure(KAVRO_BROKER_OK))}};
+void report_success(const Json &findings, std::ostream &out) {
+    report_result(Failure(KAVRO_BROKER_OK), findings, out);
+}
+
+void report_result(const Failure &result, const Json &findings, std::ostream &out) {
+    Json object{{"result", result_of(result)}};
     object.update(findings);
-    print(object, surroundings.out);
+    print(object, out);
 }
 
 void report_failure(const Failure &failure, bool json, const Surroundings &surroundings) {
     if (!json)
-        return print_words(failure, surroundings.err);
+        return print_words(failure, surroundings);
     Json object{{"result", result_of(failure)}};
     if (!failure.certificates.empty())
         object["certificates"] = to_json(failure.certificates);
     print(object, surroundings.out);
 }
 
+void require_written(std::ostream &out) {
+    if (!out.flush())
+        throw Failure(ExitStatus::usage, "OUTPUT_FAILED", "The result could not be written.");
+}
+
 void warn(const std::string &text, const Surroundings &surroundings) {
-    surroundings.err << (surroundings.colour ? "\x1b[1;31m" : "") << "WARNING: " << text
-                     << (surroundings.colour ? "\x1b[0m" : "") << '\n';
+    surroundings.err << painted("WARNING: " + text, Colour::red, surroundings.err_in_colour)
+                     << '\n';
 }
 
 } // namespace kavro_cli

@@ -11,43 +11,27 @@
 namespace kavro_cli {
 namespace {
 
-std::string escaped(const std::string &text) {
-    return read_text(kavro_broker_escape_text, text.c_str());
-}
+using kavro_broker::escape_text;
 
-Secret escaped(const Secret &text) {
+/// Not by way of a string, which would leave the secret in memory.
+Secret escape_text(const Secret &text) {
+    const auto escape = [&text](char *buffer, std::size_t *length) {
+        const auto result = kavro_broker_escape_text(text.c_str(), buffer, length);
+        if (result != KAVRO_BROKER_OK)
+            throw kavro_broker::error(result);
+    };
     std::size_t length = 0;
-    require(kavro_broker_escape_text(text.c_str(), nullptr, &length));
+    escape(nullptr, &length);
     std::vector<char, WipingAllocator<char>> buffer(length);
-    require(kavro_broker_escape_text(text.c_str(), buffer.data(), &length));
+    escape(buffer.data(), &length);
     return Secret({buffer.data(), length - 1});
 }
 
-VariableList escaped(const Variables &variables) {
+Variables escape_text(const Variables &variables) {
     Variables texts;
     for (const auto &[name, value] : variables)
-        texts.emplace_back(escaped(name), escaped(value));
-    return make_variable_list(texts);
-}
-
-void trust(kavro_broker_handle handle, const Der &certificate) {
-    require(kavro_broker_add_trust_anchor(handle, certificate.data(), certificate.size()));
-}
-
-void set_address(kavro_broker_handle handle, const Options &options,
-                 const Surroundings &surroundings) {
-    if (options.registration_code.empty())
-        return require(kavro_broker_set_broker_address(handle, options.broker_host.c_str(),
-                                                       options.broker_port.c_str()));
-    update_registration_table(options, surroundings);
-    require(kavro_broker_set_broker_address(handle, options.registration_code.c_str(), nullptr));
-    require(kavro_broker_set_broker_variant(handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE));
-}
-
-Handle make_handle() {
-    kavro_broker_handle handle = nullptr;
-    require(kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle));
-    return Handle(handle);
+        texts.push_back({escape_text(name), escape_text(value)});
+    return texts;
 }
 
 } // namespace
@@ -56,43 +40,50 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     : surroundings_(surroundings),
       pin_(options.pin),
       registration_code_(options.registration_code),
-      handle_(make_handle()),
-      watch_(surroundings.interruption, [handle = handle_.get()] { kavro_broker_cancel(handle); }) {
-    auto *handle = handle_.get();
-    set_address(handle, options, surroundings);
-    require(kavro_broker_set_client_info(handle, "kavro-broker", KAVRO_CLI_VERSION,
-                                         KAVRO_CLI_PLATFORM));
+      watch_(surroundings.interruption, [this] { broker_.cancel(); }) {
+    set_address(options);
+    broker_.set_client_info("kavro-broker", KAVRO_CLI_VERSION, KAVRO_CLI_PLATFORM);
     if (options.locale)
-        require(kavro_broker_set_locale(handle, escaped(*options.locale).c_str()));
+        broker_.set_locale(escape_text(*options.locale));
     if (options.timezone)
-        require(kavro_broker_set_timezone(handle, escaped(*options.timezone).c_str()));
-    require(
-        kavro_broker_set_hello_client_variables(handle, escaped(options.hello_variables).get()));
-    require(kavro_broker_fail_if_unverified(handle, !options.insecure));
-    require(kavro_broker_enable_oauth(handle, true));
+        broker_.set_timezone(escape_text(*options.timezone));
+    broker_.set_hello_client_variables(escape_text(options.hello_variables));
+    broker_.fail_if_unverified(!options.insecure);
+    broker_.enable_oauth(true);
     for (const auto &file : options.trust_anchor_files)
         for (const auto &certificate : load_certificates(file))
-            trust(handle, certificate);
+            broker_.add_trust_anchor(certificate);
+}
+
+void Session::set_address(const Options &options) {
+    if (options.registration_code.empty())
+        return broker_.set_broker_address(options.broker_host, options.broker_port);
+    update_registration_table(options, surroundings_);
+    broker_.set_broker_address(options.registration_code);
+    broker_.set_broker_variant(KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
 }
 
 void Session::show(ClientCertificate &certificate) {
-    certificate.install(handle_.get());
+    broker_.use_signing_certificate(
+        certificate.der(), [&certificate](const auto &digest) { return certificate.sign(digest); });
     client_certificate_ = &certificate;
 }
 
 uint32_t Session::auth_method() {
-    uint32_t method = 0;
     const auto ask = [&] {
-        return request("Asking the broker",
-                       [&] { return kavro_broker_get_auth_method(handle_.get(), &method); });
+        return request("Asking the broker", [&] { return broker_.auth_method(); });
     };
-    auto result = ask();
-    if (result == KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE && shows_pinned_certificate()) {
+    uint32_t method = 0;
+    try {
+        method = ask();
+    } catch (const Failure &failure) {
+        if (failure.code != KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE ||
+            !shows_pinned_certificate())
+            throw;
         // The pin vouches for it. As an anchor it is also what every later connection must show.
-        trust(handle_.get(), certificates().front().der);
-        result = ask();
+        broker_.add_trust_anchor(broker_.certificates().front().der);
+        method = ask();
     }
-    check(result);
     check_pin();
     tell_what_the_code_stands_for();
     return method;
@@ -101,7 +92,7 @@ uint32_t Session::auth_method() {
 void Session::tell_what_the_code_stands_for() {
     if (const auto code = std::exchange(registration_code_, {}); !code.empty())
         surroundings_.err << visible(fmt::format("The registration code {} stands for {}.", code,
-                                                 resolved_address()))
+                                                 broker_.resolved_broker_address()))
                           << std::endl;
 }
 
@@ -120,116 +111,90 @@ void Session::check_pin() const {
     throw failure;
 }
 
-kavro_broker_result Session::send_password(const std::string &user, const std::string &domain,
-                                           const Secret &password) {
-    return request("Logging in", [&] {
-        return kavro_broker_send_password(handle_.get(), escaped(user).c_str(),
-                                          escaped(domain).c_str(), escaped(password).c_str());
+void Session::send_password(const std::string &user, const std::string &domain,
+                            const Secret &password) {
+    request("Logging in", [&] {
+        broker_.send_password(escape_text(user), escape_text(domain),
+                              escape_text(password).c_str());
     });
 }
 
-kavro_broker_result Session::send_new_password(const std::string &user, const std::string &domain,
-                                               const Secret &old_password,
-                                               const Secret &new_password) {
-    const auto replacement = escaped(new_password);
-    return request("Changing the password", [&] {
-        return kavro_broker_send_new_password(
-            handle_.get(), escaped(user).c_str(), escaped(domain).c_str(),
-            escaped(old_password).c_str(), replacement.c_str(), replacement.c_str());
+void Session::send_new_password(const std::string &user, const std::string &domain,
+                                const Secret &old_password, const Secret &new_password) {
+    request("Changing the password", [&] {
+        broker_.send_new_password(escape_text(user), escape_text(domain),
+                                  escape_text(old_password).c_str(),
+                                  escape_text(new_password).c_str());
     });
 }
 
-kavro_broker_result
-Session::send_dialog(const std::string &button_id,
-                     const std::vector<std::pair<std::string, Secret>> &fields) {
+void Session::send_dialog(const std::string &button_id,
+                          const std::vector<std::pair<std::string, Secret>> &fields) {
     std::vector<Secret> values;
     for (const auto &field : fields)
-        values.push_back(escaped(field.second));
+        values.push_back(escape_text(field.second));
     // The names are compared with those that the broker sent, so they stay what they are.
     std::vector<kavro_broker_name_value> pairs;
     for (std::size_t i = 0; i < fields.size(); ++i)
         pairs.push_back({fields[i].first.c_str(), values[i].c_str()});
-    return request("Logging in", [&] {
-        return kavro_broker_send_auth_dialog(handle_.get(), escaped(button_id).c_str(),
-                                             pairs.data(), static_cast<uint32_t>(pairs.size()));
+    request("Logging in", [&] {
+        const auto result =
+            kavro_broker_send_auth_dialog(broker_.get(), escape_text(button_id).c_str(),
+                                          pairs.data(), static_cast<uint32_t>(pairs.size()));
+        if (result != KAVRO_BROKER_OK)
+            throw kavro_broker::error(result, broker_.broker_error_message());
     });
 }
 
-kavro_broker_result Session::send_disclaimer(bool accept) {
-    return request("Answering the disclaimer", [&] {
-        return kavro_broker_send_accept_disclaimer(handle_.get(), accept ? 1 : 0);
-    });
+void Session::send_disclaimer(bool accept) {
+    request("Answering the disclaimer", [&] { broker_.send_accept_disclaimer(accept); });
 }
 
-kavro_broker_result Session::send_oauth_code(const Secret &code) {
-    return request("Logging in", [&] {
-        return kavro_broker_send_oauth_code(handle_.get(), escaped(code).c_str());
-    });
+void Session::send_oauth_code(const Secret &code) {
+    request("Logging in", [&] { broker_.send_oauth_code(escape_text(code).c_str()); });
 }
 
-std::string Session::resolved_address() const {
-    return read_text(kavro_broker_get_resolved_broker_address, handle_.get());
-}
-
-std::string Session::disclaimer() const {
-    return read_text(kavro_broker_get_disclaimer_text, handle_.get());
-}
-
-std::vector<Desktop> Session::desktops() {
-    kavro_broker_desktop_list list = nullptr;
-    check(request("Listing the desktops",
-                  [&] { return kavro_broker_request_desktop_list(handle_.get(), &list); }));
-    return read_desktops(DesktopList(list).get());
+const std::vector<Desktop> &Session::desktops() {
+    if (!desktops_)
+        desktops_ = request("Listing the desktops", [&] { return broker_.request_desktop_list(); });
+    return *desktops_;
 }
 
 void Session::operate(const std::string &desktop_id, uint32_t operation) {
-    check(request("Waiting for the desktop", [&] {
-        return kavro_broker_perform_desktop_operation(handle_.get(), escaped(desktop_id).c_str(),
-                                                      operation);
-    }));
+    forget_desktops();
+    request("Waiting for the desktop",
+            [&] { broker_.perform_desktop_operation(escape_text(desktop_id), operation); });
 }
 
-kavro_broker_result Session::connect(const std::string &desktop_id,
-                                     const Variables &agent_variables, uint16_t timeout_seconds,
-                                     Target &target) {
-    require(kavro_broker_set_connect_to_desktop_timeout(handle_.get(), timeout_seconds));
-    const auto variables = escaped(agent_variables);
-    kavro_broker_desktop_connection_info info = nullptr;
-    const auto result = request("Connecting the desktop", [&] {
-        return kavro_broker_connect_to_desktop(handle_.get(), escaped(desktop_id).c_str(),
-                                               variables.get(), &info);
+Connection Session::connect(const std::string &desktop_id, const Variables &agent_variables,
+                            uint16_t timeout_seconds) {
+    forget_desktops();
+    broker_.set_connect_to_desktop_timeout(timeout_seconds);
+    return request("Connecting the desktop", [&] {
+        return broker_.connect_to_desktop(escape_text(desktop_id), escape_text(agent_variables));
     });
-    const ConnectionInfo owned(info);
-    if (result == KAVRO_BROKER_OK)
-        target = read_target(info);
-    return result;
 }
 
 void Session::log_out() {
     if (!surroundings_.interruption.raised())
-        request("Logging out", [&] { return kavro_broker_clear_session(handle_.get()); });
+        failure_of([&] { request("Logging out", [&] { broker_.clear_session(); }); });
 }
 
-Failure Session::failure(kavro_broker_result result) const {
-    Failure failure(result, read_text(kavro_broker_get_broker_error_message, handle_.get()));
-    if (result == KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED && client_certificate_ != nullptr)
+Failure Session::failure(const kavro_broker::error &error) const {
+    Failure failure(error);
+    if (error.code() == KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED && client_certificate_ != nullptr)
         failure.detail = client_certificate_->problem();
-    if (result == KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED && !registration_code_.empty() &&
-        resolved_address().empty())
+    if (error.code() == KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED && !registration_code_.empty() &&
+        broker_.resolved_broker_address().empty())
         failure.detail = "The registration code is not in the table of codes.";
     if (failure.status != ExitStatus::untrusted)
         return failure;
     uint32_t verdict = 0;
-    if (kavro_broker_get_certificate_error(handle_.get(), 0, &verdict) == KAVRO_BROKER_OK)
+    if (kavro_broker_get_certificate_error(broker_.get(), 0, &verdict) == KAVRO_BROKER_OK)
         failure.detail =
             std::string("The broker's certificate ") + describe_certificate(verdict) + ".";
     failure.certificates = certificates();
     return failure;
-}
-
-void Session::check(kavro_broker_result result) const {
-    if (result != KAVRO_BROKER_OK)
-        throw failure(result);
 }
 
 } // namespace kavro_cli

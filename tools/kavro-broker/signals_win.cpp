@@ -46,12 +46,17 @@ SignalWatch::~SignalWatch() {
 }
 
 void SignalWatch::run() {
-    WaitForSingleObject(stop_requested(), INFINITE);
-    if (!stopping_)
-        interruption_.raise(SIGINT);
     while (!stopping_) {
-        interruption_.cancel_request();
-        Sleep(cancel_interval_ms);
+        WaitForSingleObject(stop_requested(), INFINITE);
+        if (stopping_)
+            return;
+        interruption_.raise(SIGINT);
+        while (!stopping_ && interruption_.raised()) {
+            interruption_.cancel_request();
+            Sleep(cancel_interval_ms);
+        }
+        if (!stopping_)
+            ResetEvent(stop_requested());
     }
 }
 

@@ -18,9 +18,11 @@ struct Surroundings {
     Console *console;  ///< null when there is nobody to ask
     Interruption &interruption;
     bool spinner = false;
-    bool colour = false;
-    std::string login_name = {};   ///< offered as the user name
-    std::string cache_folder = {}; ///< for the table of registration codes; empty for none
+    bool out_in_colour = false;
+    bool err_in_colour = false;
+    std::optional<int> script = {}; ///< has the commands of a shell, when nobody types them
+    std::string login_name = {};    ///< offered as the user name
+    std::string cache_folder = {};  ///< for the table of registration codes; empty for none
 
     /// Between two questions for a desktop that is being prepared.
     std::chrono::milliseconds retry_pause = std::chrono::seconds(3);

@@ -17,8 +17,11 @@ std::unique_ptr<Console> open_terminal(const Interruption &interruption);
 /// way out that runs no destructors.
 void restore_terminal();
 
-/// Whether standard error shows on a terminal that understands control sequences.
-bool stderr_is_terminal();
+/// Whether somebody types what can be read from a descriptor, or sees what is written to it.
+bool is_terminal(int descriptor);
+
+/// Whether what is written to a descriptor shows on a terminal that understands control sequences.
+bool takes_control_sequences(int descriptor);
 
 inline constexpr std::size_t longest_line = 64 * 1024;
 

@@ -113,13 +113,17 @@ std::unique_ptr<Console> open_terminal(const Interruption &interruption) {
 
 void restore_terminal() {
     switch_echo_on();
-    if (stderr_is_terminal())
+    if (takes_control_sequences(STDERR_FILENO))
         write_all(STDERR_FILENO, "\r\x1b[K");
 }
 
-bool stderr_is_terminal() {
+bool is_terminal(int descriptor) {
+    return isatty(descriptor) == 1;
+}
+
+bool takes_control_sequences(int descriptor) {
     const char *kind = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && kind != nullptr && std::string_view(kind) != "dumb";
+    return is_terminal(descriptor) && kind != nullptr && std::string_view(kind) != "dumb";
 }
 
 bool read_character(int descriptor, char &character, const Interruption &interruption) {

@@ -146,15 +146,19 @@ std::unique_ptr<Console> open_terminal(const Interruption &interruption) {
 
 void restore_terminal() {
     set_mode(console_input(), ENABLE_ECHO_INPUT, true);
-    if (stderr_is_terminal())
+    if (takes_control_sequences(_fileno(stderr)))
         std::fputs("\r\x1b[K", stderr);
 }
 
-bool stderr_is_terminal() {
-    const HANDLE error = GetStdHandle(STD_ERROR_HANDLE);
+bool is_terminal(int descriptor) {
+    return _isatty(descriptor) != 0;
+}
+
+bool takes_control_sequences(int descriptor) {
+    const HANDLE screen = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
     DWORD mode = 0;
-    return GetConsoleMode(error, &mode) != 0 &&
-           SetConsoleMode(error, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    return GetConsoleMode(screen, &mode) != 0 &&
+           SetConsoleMode(screen, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 bool read_character(int descriptor, char &character, const Interruption &interruption) {

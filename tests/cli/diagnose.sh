@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# What `diagnose` finds out about brokers in all sorts of trouble: diagnose.sh SIMULATOR CLIENT
+set -euo pipefail
+. "$(dirname "$0")/../../tools/simulator.sh"
+. "$(dirname "$0")/expect.sh"
+
+folder=$(mktemp -d)
+export SSL_CERT_FILE=$folder/ca.pem SSL_CERT_DIR=$folder/none
+client=$2
+
+# finds STATUS NAME WORDS ARGUMENTS...: the exit status, the finding by its name and in words
+finds() {
+  expect "$1" "$3" diagnose "${@:4}"
+  expect "$1" "\"name\": \"$2\"" diagnose "${@:4}" --json
+}
+
+# A row: exit status | finding | words | scenario
+while IFS='|' read -r status name words scenario; do
+  echo "$scenario" >"$folder/scenario.json"
+  start_simulator "$1" --scenario "$folder/scenario.json"
+  finds "$status" "$name" "$words" --broker "127.0.0.1:$port"
+  kill "$simulator"
+  wait "$simulator" 2>/dev/null || true
+done <<'ROWS'
+0|healthy|, is healthy.|{}
+3|expired|that has expired|{"tls": {"expired": true}}
+3|wrong-name|for another name|{"tls": {"names": ["other.test"], "automatic_names": false}}
+3|self-signed|signed itself|{"tls": {"issuer": "self"}}
+3|unknown-authority|issuer is not known here|{"tls": {"issuer": "stranger"}}
+3|weak-key|a key that is too short|{"tls": {"key": "rsa-768"}}
+6|redirected|to another place|{"overrides": [{"status": 302, "body": "moved"}]}
+6|web-page|with a web page|{"overrides": [{"body": "<html><body>Log in<br></body></html>"}]}
+6|no-broker|it has no broker|{"overrides": [{"status": 404, "body": "none"}]}
+6|server-failure|reports a failure|{"overrides": [{"status": 503, "body": "down"}]}
+6|wrong-version|another version|{"broker": {}, "overrides": [{"body": "<kavro-client version='3.0'><x/></kavro-client>"}]}
+6|not-a-broker|a broker's language|{"faults": [{"bad_xml": true}]}
+6|broker-failure|with an error|{"overrides": [{"error_id": "ERR_BROKER_SYS_FAILED"}]}
+2|closed-before-tls|before TLS is agreed on|{"faults": [{"stage": "handshake", "ending": "close"}]}
+2|lost|broke the connection off|{"faults": [{"request": "hello", "ending": "reset"}]}
+ROWS
+
+finds 2 refused 'Nobody listens at 127.0.0.1, port 1.' --broker 127.0.0.1:1
+finds 1 unusable-address 'cannot be used' --broker user@host
+finds 2 unknown-code 'NONE is not in the table' --registration-code NONE --cache "$folder"
+echo '{"view_broker": {}}' >"$folder/scenario.json"
+start_simulator "$1" --scenario "$folder/scenario.json"
+finds 6 view-broker 'A View broker answers' --broker "127.0.0.1:$(port_of view_broker)"
+echo "diagnose: all as expected"

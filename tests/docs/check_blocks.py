@@ -1,0 +1,159 @@
+"""Builds and runs what the pages show, and compares what comes out; docs/README.md tells the rules:
+check_blocks.py SIMULATOR CLIENT LIBRARY CC CXX"""
+
+import contextlib
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+from itertools import zip_longest
+
+from pages import PAGES, ROOT, blocks
+
+SIMULATOR, CLIENT, LIBRARY, CC, CXX = sys.argv[1:]
+PORT_OF_THE_PAGES = "60443"
+
+FOLDERS = [f"-I{ROOT / 'sdk/libs/broker_client'}", f"-I{ROOT / 'tools/broker-sim'}"]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", "-Wno-unused"]
+COMPILERS = {"c": [CC, "-x", "c", "-std=c99", *WARNINGS, *FOLDERS],
+             "cpp": [CXX, "-x", "c++", "-std=c++20", *WARNINGS, *FOLDERS]}
+INCLUDES = {"c": ("kavro_broker_extras.h", "stdio.h", "stdlib.h", "string.h"),
+            "cpp": ("kavro_broker.hpp", "broker_sim.h", "status_server.h", "iostream", "thread")}
+
+# What a console knows: a simulator is started in the background, and known by its port from then on.
+CONSOLE = r"""
+mkdir console && cd console && cp ../ca.pem ../password.txt . && export SSL_CERT_FILE=ca.pem
+kavro-broker-sim() {
+  mkfifo ready
+  command kavro-broker-sim "$@" >ready &
+  read -r line <ready
+  rm ready
+  port=$(grep -oE '"port":[0-9]+' <<<"$line" | grep -oE '[0-9]+')
+  echo "$line"
+}
+trap 'kill $(jobs -p) 2>/dev/null' EXIT
+exec 2>&1 </dev/null
+"""
+
+
+@contextlib.contextmanager
+def simulator(folder, scenario=None):
+    options = ["--scenario", scenario, "--address", "127.0.0.1", "--port", "0"] if scenario else []
+    with subprocess.Popen([SIMULATOR, "--ca-file", folder / "ca.pem", *options],
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True) as process:
+        try:
+            yield process.stdout.readline()
+        finally:
+            process.terminate()
+
+
+def run(command, folder, port, **options):
+    """The output of a command that knows the page's broker, and what is wrong if it failed."""
+    path = os.pathsep.join([str(folder / "bin"), os.environ["PATH"]])
+    done = subprocess.run(command, cwd=folder, text=True, capture_output=True, timeout=120, **options, env={
+                              **os.environ, "PATH": path, "SSL_CERT_FILE": str(folder / "ca.pem"),
+                              "SSL_CERT_DIR": str(folder / "none"), "port": port,
+                              "LD_LIBRARY_PATH": str(pathlib.Path(LIBRARY).parent),
+                              "KAVRO_BROKER_LIBRARY": LIBRARY, "PYTHONPATH": str(ROOT / "python"),
+                              "PYTHONDONTWRITEBYTECODE": "1"})
+    problem = f"status {done.returncode}\n{done.stdout}{done.stderr}" if done.returncode else None
+    return done.stdout, problem
+
+
+def same(expected, output):
+    """Whether a page shows this output: "..." in it is anything, and the broker may be called by any name
+    and port that the page has for it."""
+    def general(text):
+        text = re.sub(r"(127\.0\.0\.1|broker\.example)(:|, port )\d+", "BROKER", text)
+        text = re.sub(r'("(?:port|broker)"): ?\d+', r"\1:0", text)
+        return text.replace("broker.example", "127.0.0.1").strip()
+    pattern = re.escape(general(expected)).replace(r"\.\.\.", "[\\s\\S]*?")
+    return re.fullmatch(pattern, general(output)) is not None
+
+
+def difference(expected, output):
+    return f"the page shows\n{expected}\nbut it is\n{output}"
+
+
+def compiled(block, folder, port):
+    """Compiles a block; one that is a whole program runs as well. Gives its output."""
+    source = block.text.replace(f'"{PORT_OF_THE_PAGES}"', f'"{port}"')
+    if not source.startswith("#include"):
+        includes = "".join(f'#include "{name}"\n' for name in INCLUDES[block.language])
+        source = f"{includes}void shown({block.given or 'void'}) {{\n{source}\n}}\n"
+    is_program = re.search(r"^int main\(", source, re.M)
+    build = ["-", "-x", "none", LIBRARY, "-o", "program"] if is_program else ["-fsyntax-only", "-"]
+    output, problem = run([*COMPILERS[block.language], *build], folder, port, input=source)
+    return run([folder / "program"], folder, port) if is_program and not problem else (output, problem)
+
+
+def scripted(block, folder, port):
+    source = block.text.replace(f'"{PORT_OF_THE_PAGES}"', f'"{port}"')
+    return run([sys.executable, "-"], folder, port, input=source)
+
+
+def played(block, folder, port):
+    (folder / "scenario.json").write_text(block.text)
+    with simulator(folder, folder / "scenario.json") as line:
+        return line, None if line.startswith("{") else line
+
+
+CHECKS = {"c": compiled, "cpp": compiled, "python": scripted, "json": played}
+
+
+def console_problems(shown, folder, port):
+    """Runs the commands of all consoles of a page in one shell."""
+    script, expectations = [CONSOLE], []
+    for block in shown:
+        for entry in re.split(r"^\$ ", block.text, flags=re.M)[1:]:
+            command, *lines = re.fullmatch(r"((?:.*\\\n)*.*)\n?([\s\S]*)", entry).groups()
+            expectations.append((block, command, "".join(lines)))
+            command = re.sub(rf"127\.0\.0\.1:{PORT_OF_THE_PAGES}|broker\.example", "127.0.0.1:$port", command)
+            if command.startswith("kavro-broker-sim"):
+                command = command.replace(f"--port {PORT_OF_THE_PAGES}", "--port 0").removesuffix(" &")
+            script += [command, r'status=$?; [ $status = 0 ] || echo "(exit status $status)"; printf "\036"']
+    output, _ = run(["bash", "-c", "\n".join(script)], folder, port)
+    outputs = output.split("\036")[:-1]
+    for (block, command, expected), told in zip_longest(expectations, outputs, fillvalue=""):
+        if not same(expected, told):
+            yield f"{block.place}: {command}\n{difference(expected, told)}"
+
+
+def page_problems(page, folder):
+    found = blocks(page)
+    with simulator(folder) as line:
+        port = str(json.loads(line)["port"])
+        yield from console_problems([block for block in found if block.language == "console"], folder, port)
+        output = ""
+        for block in found:
+            if block.language == "output":
+                if not same(block.text, output):
+                    yield f"{block.place}: {difference(block.text, output)}"
+            elif block.language in CHECKS:
+                output, problem = CHECKS[block.language](block, folder, port)
+                if problem:
+                    yield f"{block.place}: {problem}"
+            elif block.language not in ("console", "text"):
+                yield f'{block.place}: what is "{block.language}"?'
+
+
+def main():
+    count = 0
+    for page in PAGES:
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            (folder / "bin").mkdir()
+            for program in (SIMULATOR, CLIENT):
+                (folder / "bin" / pathlib.Path(program).name).symlink_to(program)
+            (folder / "password.txt").write_text("wonderland\n")
+            for problem in page_problems(page, folder):
+                count += 1
+                print(problem)
+    return count != 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

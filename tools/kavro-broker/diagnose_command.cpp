@@ -1,0 +1,141 @@
+#include "colour.h"
+#include "command.h"
+#include "diagnosis.h"
+#include "display_text.h"
+#include "probe.h"
+#include "report.h"
+
+#include <fmt/format.h>
+
+#include <ostream>
+
+namespace kavro_cli {
+namespace {
+
+constexpr std::size_t text_width = 80;
+
+/// Whether somebody else may answer in the broker's place, and nothing speaks against asking: to a
+/// host that is not trusted nothing more is told.
+bool may_be_another_kind(const Failure &result, const Json &report) {
+    const bool looked_up = report["failed_in"] != "prepare" && report["failed_in"] != "resolve";
+    return looked_up &&
+           (result.status == ExitStatus::unreachable || result.status == ExitStatus::timed_out ||
+            result.status == ExitStatus::protocol);
+}
+
+Evidence examine(Session &session, const Options &options, const Surroundings &surroundings) {
+    Evidence evidence{
+        options.broker_host + options.registration_code, Failure(KAVRO_BROKER_OK), {}};
+    try {
+        session.auth_method();
+    } catch (const Failure &failure) {
+        if (!failure.code || failure.status == ExitStatus::cancelled)
+            throw;
+        evidence.result = failure;
+    }
+    evidence.report = Json::parse(session.request_report());
+    if (may_be_another_kind(evidence.result, evidence.report))
+        evidence.kind = find_kind(options, surroundings);
+    return evidence;
+}
+
+// How the fields of the report are shown.
+
+std::string plain(const Json &value) {
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+std::string listed(const Json &list) {
+    std::string text;
+    for (const Json &item : list)
+        text += (text.empty() ? "" : ", then ") + plain(item);
+    return text;
+}
+
+std::string milliseconds(const Json &microseconds) {
+    return fmt::format("{:.1f} ms", microseconds.get<double>() / 1000);
+}
+
+std::string verdict(const Json &code) {
+    return describe_certificate(code.get<uint32_t>());
+}
+
+struct Row {
+    const char *title;
+    const char *field; ///< JSON pointer into the connection
+    std::string (*text)(const Json &value);
+};
+
+constexpr Row rows[] = {
+    {"Address", "/tried", listed},
+    {"Look-up", "/times_us/resolve", milliseconds},
+    {"Connection", "/times_us/connect", milliseconds},
+    {"Handshake", "/times_us/handshake", milliseconds},
+    {"Request", "/times_us/send", milliseconds},
+    {"Waiting", "/times_us/wait", milliseconds},
+    {"Answer", "/times_us/receive", milliseconds},
+    {"Reading", "/times_us/parse", milliseconds},
+    {"TLS", "/tls/version", plain},
+    {"Cipher", "/tls/cipher", plain},
+    {"Certificate", "/certificates/0/code", verdict},
+    {"HTTP status", "/http_status", plain},
+    {"In detail", "/error", plain},
+};
+
+/// The steps of the connection that tells, as far as it came.
+void print_steps(const Evidence &evidence, std::ostream &out) {
+    const auto print = [&out](const char *title, const std::string &text) {
+        out << fmt::format("  {:<11}  {}\n", title, visible(text));
+    };
+    for (const auto &[title, field, text] : rows) {
+        const Json value = evidence.connection().value(Json::json_pointer(field), Json());
+        if (!value.is_null() && !(value.is_array() && value.empty()))
+            print(title, text(value));
+    }
+    print("Result", fmt::format("{} {}", *evidence.result.code, evidence.result.name));
+}
+
+void run(Session &session, const Options &options, const Surroundings &surroundings) {
+    const Evidence evidence = examine(session, options, surroundings);
+    session.log_out();
+    const Diagnosis diagnosis = diagnose(evidence);
+    if (options.json()) {
+        report_result(
+            evidence.result,
+            {{"diagnosis",
+              {{"name", diagnosis.name}, {"words", diagnosis.words}, {"advice", diagnosis.advice}}},
+             {"report", evidence.report}},
+            surroundings.out);
+    } else {
+        const bool well = evidence.result.status == ExitStatus::ok;
+        surroundings.out << painted(visible(diagnosis.words), well ? Colour::green : Colour::red,
+                                    surroundings.out_in_colour)
+                         << '\n';
+        if (!diagnosis.advice.empty())
+            surroundings.out << word_wrapped(diagnosis.advice, text_width) << '\n';
+        surroundings.out << '\n';
+        print_steps(evidence, surroundings.out);
+    }
+    if (evidence.result.status != ExitStatus::ok)
+        throw Told{evidence.result.status};
+}
+
+} // namespace
+
+constexpr Command diagnose_command{
+    "diagnose",
+    "Find out why a broker cannot be used, and what to do about it",
+    "Greets the broker as every command does, without logging in, and says in plain words what is\n"
+    "wrong, with the time that each step took. When it is no broker that answers, it looks for\n"
+    "other kinds there, as probe does, unless the host is not trusted. The object of --json holds\n"
+    "the library's report and nothing secret, so that it can be sent to an administrator.\n\n"
+    "Examples:\n"
+    "  kavro-broker diagnose --broker broker.example\n"
+    "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
+    false,
+    false,
+    [](CLI::App &, Options &) {},
+    run,
+};
+
+} // namespace kavro_cli

@@ -1,0 +1,248 @@
+#include "diagnosis.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+namespace kavro_cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// What must hold for a finding; what is not stated may be anything.
+struct Condition {
+    std::optional<kavro_broker_result> result{};
+    const char *reached = nullptr;     ///< the last phase of the connection that tells
+    std::optional<uint32_t> verdict{}; ///< on any certificate of the chain
+    const char *peer_speaks = nullptr;
+    const char *answer = nullptr;
+    int first_status = 0, last_status = 999; ///< of HTTP
+    uint32_t kind = 0;
+};
+
+/// In the words "{0}" is the host and "{1}" the port.
+struct Finding {
+    const char *name;
+    Condition condition;
+    const char *words;
+    const char *advice;
+};
+
+constexpr const char *portal =
+    "Open a web page in a browser: if the network asks for a log-in, log in there and try again. "
+    "Else the address is that of a web site: ask for the broker's own.";
+constexpr const char *other_port =
+    "Check the port: brokers listen on 443 or 60443 unless they were set up otherwise.";
+
+/// The first that holds counts; the last one always does.
+constexpr Finding findings[] = {
+    {"healthy", {.result = KAVRO_BROKER_OK}, "The broker at {0}, port {1}, is healthy.", ""},
+    {"unknown-code",
+     {.result = KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED, .reached = "prepare"},
+     "The registration code {0} is not in the table of codes.",
+     "Check its spelling. A new code needs a new table: try again when the registration service "
+     "can be reached."},
+    {"unknown-name",
+     {.result = KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED},
+     "The name {0} has no address.",
+     "Check its spelling. The names of a company are often known only in its own network: check "
+     "the VPN and the name server of this machine."},
+    {"unusable-address",
+     {.result = KAVRO_BROKER_ERR_INVALID_PARAMETER},
+     "The address {0} cannot be used.",
+     "Give a host name or an IP address, without a user name or a path."},
+    {"view-broker",
+     {.kind = KAVRO_BROKER_TYPE_VIEW},
+     "A View broker answers at {0}, port {1}.",
+     "Use a client for View brokers, or ask for the address of the other broker."},
+    {"direct-host",
+     {.reached = "connect", .kind = KAVRO_BROKER_TYPE_DIRECT_HOST},
+     "{0} is a desktop's host or a gateway, not a broker.",
+     "Connect to it directly, or ask for the broker's address."},
+    {"direct-host",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "wait", .kind = KAVRO_BROKER_TYPE_DIRECT_HOST},
+     "{0}, port {1}, agrees on TLS but answers no request: it may be a desktop's host or a "
+     "gateway.",
+     "Connect to it directly, or ask for the broker's address. If it is the broker, have its "
+     "service looked at."},
+    {"refused",
+     {.result = KAVRO_BROKER_ERR_CONNECT_REFUSED, .reached = "connect"},
+     "Nobody listens at {0}, port {1}.",
+     "Check the address and the port, and whether the broker's service is running. A firewall may "
+     "refuse in its place."},
+    {"no-answer",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "connect"},
+     "Nothing answers at {0}, port {1}.",
+     "Check the address, and whether a firewall or a missing VPN is in the way: they drop packets "
+     "without a word."},
+    {"no-name-server",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "resolve"},
+     "The name server does not answer.",
+     "Check this machine's network and its name server, or give the broker's IP address."},
+    {"unreachable",
+     {.result = KAVRO_BROKER_ERR_CONNECT_FAILED},
+     "There is no way from here to {0}.",
+     "Check this machine's network, its routes and its VPN."},
+    {"not-tls",
+     {.reached = "handshake", .peer_speaks = "http"},
+     "{0}, port {1}, speaks HTTP without TLS.",
+     other_port},
+    {"not-tls",
+     {.reached = "handshake", .peer_speaks = "other"},
+     "{0}, port {1}, does not speak TLS at all.",
+     other_port},
+    {"tls-disagreement",
+     {.result = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED},
+     "No TLS connection to {0} could be agreed on.",
+     "The broker must offer TLS 1.2 or 1.3 with a cipher that is in use today. If it demands a "
+     "certificate of the client, give it with --client-certificate."},
+    {"silent-before-tls",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "handshake"},
+     "{0}, port {1}, takes connections and then says nothing.",
+     "Check the port. If it is right, the broker's host or the device in front of it hangs."},
+    {"closed-before-tls",
+     {.result = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE, .reached = "handshake"},
+     "{0}, port {1}, closes the connection before TLS is agreed on.",
+     "Another service may have the port, or a load balancer that has no broker behind it."},
+    {"wrong-name",
+     {.verdict = KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH},
+     "{0} shows a certificate for another name.",
+     "Use the name that the broker was set up for: kavro-broker certificates shows it. When the "
+     "name is right, a log-in page of the network may be in the way."},
+    {"expired",
+     {.verdict = KAVRO_BROKER_CERTIFICATE_EXPIRED},
+     "{0} shows a certificate that has expired.",
+     "Have the broker's administrator renew it, after a look at this machine's clock."},
+    {"not-yet-valid",
+     {.verdict = KAVRO_BROKER_CERTIFICATE_NOT_YET_VALID},
+     "{0} shows a certificate that is not valid yet.",
+     "Set this machine's clock. If it is right, the broker's was wrong when the certificate was "
+     "made."},
+    {"weak-key",
+     {.verdict = KAVRO_BROKER_CERTIFICATE_KEY_TOO_SHORT},
+     "{0} shows a certificate with a key that is too short.",
+     "Have the broker's administrator get one with a longer key."},
+    {"self-signed",
+     {.verdict = KAVRO_BROKER_CERTIFICATE_SELF_SIGNED},
+     "{0} shows a certificate that it has signed itself.",
+     "Ask the administrator for the certificate's fingerprint. If it is the one that kavro-broker "
+     "certificates shows, give it with --pin."},
+    {"unknown-authority",
+     {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE},
+     "{0} shows a certificate whose issuer is not known here.",
+     "Get the issuer's certificate from the administrator and give it with --trust-anchor, or "
+     "install it on this machine. Do not go on before: somebody may stand in between."},
+    {"bad-certificate",
+     {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED},
+     "{0} shows a certificate that is rejected.",
+     "Show the report and the output of kavro-broker certificates to the administrator."},
+    {"redirected",
+     {.first_status = 300, .last_status = 399},
+     "{0}, port {1}, sends its callers to another place.",
+     portal},
+    {"web-page", {.answer = "html"}, "{0}, port {1}, answers with a web page.", portal},
+    {"no-broker",
+     {.first_status = 400, .last_status = 499},
+     "A web server answers at {0}, port {1}, but it has no broker.",
+     other_port},
+    {"server-failure",
+     {.first_status = 500, .last_status = 599},
+     "The web server in front of the broker at {0} reports a failure.",
+     "Have the broker's service looked at: it may be down or overloaded."},
+    {"wrong-version",
+     {.result = KAVRO_BROKER_ERR_UNSUPPORTED_VERSION},
+     "The broker at {0} speaks another version of the protocol.",
+     "Update this client or the broker: versions 2.0 and 2.1 are understood here."},
+    {"not-a-broker",
+     {.reached = "parse"},
+     "What answers at {0}, port {1}, does not speak a broker's language.",
+     other_port},
+    {"lost",
+     {.result = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE},
+     "{0}, port {1}, broke the connection off.",
+     "Try again. If it stays so, have the broker and the devices in front of it looked at."},
+    {"silent-after-tls",
+     {.reached = "wait"},
+     "{0}, port {1}, agrees on TLS but does not answer the request.",
+     "Have the broker's service looked at: it may hang or be overloaded."},
+    {"broker-failure",
+     {.reached = "answered"},
+     "The broker at {0} answers with an error.",
+     "Show the report to the broker's administrator."},
+    {"unknown",
+     {},
+     "The broker at {0} cannot be used.",
+     "Show the report to the broker's administrator."},
+};
+
+std::string text_at(const Json &object, const char *key) {
+    return object.is_object() && object[key].is_string() ? object[key].get<std::string>() : "";
+}
+
+bool is(const char *wanted, const std::string &text) {
+    return wanted == nullptr || wanted == text;
+}
+
+bool has_verdict(const Json &connection, uint32_t wanted) {
+    return connection.is_object() &&
+           std::ranges::any_of(connection["certificates"], [wanted](const Json &certificate) {
+               return certificate["code"] == wanted;
+           });
+}
+
+bool holds(const Condition &condition, const Evidence &evidence) {
+    const Json &connection = evidence.connection();
+    const Json status = connection.value("http_status", Json());
+    const int http_status = status.is_number() ? status.get<int>() : 0;
+    return (!condition.result || *condition.result == evidence.result.code) &&
+           is(condition.reached, text_at(connection, "reached")) &&
+           (!condition.verdict || has_verdict(connection, *condition.verdict)) &&
+           is(condition.peer_speaks, text_at(connection, "peer_speaks")) &&
+           is(condition.answer, text_at(connection, "answer")) &&
+           condition.first_status <= http_status && http_status <= condition.last_status &&
+           (condition.kind == 0 || condition.kind == evidence.kind);
+}
+
+/// The furthest that a connection came, as a number.
+auto progress(const Json &connection) {
+    static constexpr std::string_view phases[] = {"prepare", "resolve", "connect", "handshake",
+                                                  "ready",   "send",    "wait",    "receive",
+                                                  "parse",   "answered"};
+    return std::ranges::find(phases, text_at(connection, "reached")) - std::begin(phases);
+}
+
+/// The port, or all that were tried in vain.
+std::string ports_of(const Evidence &evidence) {
+    const Json &connection = evidence.connection();
+    if (!evidence.report["second_port"].get<bool>() || connection.value("reached", "") != "connect")
+        return text_at(connection, "port");
+    std::string ports;
+    for (const Json &tried : evidence.report["connections"])
+        ports += (ports.empty() ? "" : " or ") + text_at(tried, "port");
+    return ports;
+}
+
+} // namespace
+
+const Json &Evidence::connection() const {
+    static const Json none = Json::object();
+    const Json &all = report["connections"];
+    if (all.empty())
+        return none;
+    if (result.code != KAVRO_BROKER_OK && !report["second_port"].get<bool>())
+        return all.back();
+    return *std::ranges::max_element(all, {}, progress);
+}
+
+Diagnosis diagnose(const Evidence &evidence) {
+    const auto *finding = std::ranges::find_if(
+        findings, [&](const Finding &candidate) { return holds(candidate.condition, evidence); });
+    const std::string host = text_at(evidence.connection(), "host");
+    return {finding->name,
+            fmt::format(fmt::runtime(finding->words), host.empty() ? evidence.broker : host,
+                        ports_of(evidence)),
+            finding->advice};
+}
+
+} // namespace kavro_cli

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "options.h"
+#include "surroundings.h"
+
+#include <cstdint>
+
+namespace kavro_cli {
+
+/// What kind of broker or host answers at the address, a `KAVRO_BROKER_TYPE_...` value; 0 when none
+/// does that is known.
+uint32_t find_kind(const Options &options, const Surroundings &surroundings);
+
+} // namespace kavro_cli

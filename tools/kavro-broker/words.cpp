@@ -1,0 +1,40 @@
+#include "words.h"
+
+#include "failure.h"
+
+namespace kavro_cli {
+
+std::vector<std::string> words_of(std::string_view line) {
+    std::vector<std::string> words;
+    bool in_word = false;
+    char quote = 0;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        char character = line[i];
+        const bool blank = character == ' ' || character == '\t' || character == '\r';
+        if (quote == 0 && blank) {
+            in_word = false;
+            continue;
+        }
+        if (quote == 0 && !in_word && character == '#')
+            break;
+        if (!in_word)
+            words.emplace_back();
+        in_word = true;
+        if (character == quote) {
+            quote = 0;
+            continue;
+        }
+        if (quote == 0 && (character == '\'' || character == '"')) {
+            quote = character;
+            continue;
+        }
+        if (character == '\\' && quote != '\'' && i + 1 < line.size())
+            character = line[++i];
+        words.back() += character;
+    }
+    if (quote != 0)
+        throw Failure(ExitStatus::usage, "UNCLOSED_QUOTE", "A quote is not closed.");
+    return words;
+}
+
+} // namespace kavro_cli
