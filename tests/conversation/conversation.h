@@ -66,19 +66,6 @@ std::string text_of(Function accessor, Arguments... arguments) {
         [&](char *buffer, std::size_t *length) { return accessor(arguments..., buffer, length); });
 }
 
-/// A pair from an accessor of variables, as "name=value".
-template <class Function, class Handle>
-std::string variable_of(Function accessor, Handle handle, uint32_t index) {
-    std::size_t length = 0;
-    const auto name = read_text([&](char *buffer, std::size_t *size) {
-        return accessor(handle, index, buffer, size, nullptr, &length);
-    });
-    const auto value = read_text([&](char *buffer, std::size_t *size) {
-        return accessor(handle, index, nullptr, &length, buffer, size);
-    });
-    return name + "=" + value;
-}
-
 /// A simulated broker whose authority is trusted, and a handle that is set up to talk to it.
 struct Conversation {
     explicit Conversation(broker_sim::Scenario scenario = broker_sim::Scenario::demo(),

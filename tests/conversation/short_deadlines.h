@@ -35,27 +35,4 @@ inline broker_sim::Scenario without_authentication() {
     return scenario;
 }
 
-/// The ways in which a broker can keep its client waiting, by where in a request.
-struct Silence {
-    const char *where;
-    broker_sim::Fault fault;
-};
-
-inline std::vector<Silence> silences() {
-    using broker_sim::Ending;
-    using broker_sim::Stage;
-    return {
-        {"before the handshake", {.stage = Stage::handshake, .ending = Ending::stall}},
-        {"before the answer to the greeting",
-         {.match = {.request = "hello"}, .ending = Ending::stall}},
-        {"before the answer", {.match = {.request = "get-resource-list"}, .ending = Ending::stall}},
-        {"in the head",
-         {.match = {.request = "get-resource-list"}, .ending = Ending::stall, .at_byte = 20}},
-        {"in the body",
-         {.match = {.request = "get-resource-list"}, .ending = Ending::stall, .at_byte = 700}},
-        {"between drops",
-         {.match = {.request = "get-resource-list"}, .drip_bytes = 1, .drip_every = 20ms}},
-    };
-}
-
 } // namespace conversation

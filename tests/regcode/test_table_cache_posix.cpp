@@ -3,14 +3,11 @@
 #include <csignal>
 #include <set>
 #include <sys/ptrace.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace kavro {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Runs something in a process that is killed at its n-th stop at a system call (before or after
 /// it). False when it came to its end before that.
@@ -36,11 +33,9 @@ bool killed_at(int stop, Work work) {
     return true;
 }
 
-class TableCache : public TableFolder {};
-
 } // namespace
 
-TEST_F(TableCache, APowerCutAtAnyStepLeavesTheOldTableOrTheNewOne) {
+TEST_F(TableFolder, APowerCutAtAnyStepLeavesTheOldTableOrTheNewOne) {
     std::set<std::string> left_behind;
     int stop = 0;
     bool killed = true;
@@ -51,16 +46,6 @@ TEST_F(TableCache, APowerCutAtAnyStepLeavesTheOldTableOrTheNewOne) {
     }
     EXPECT_EQ(left_behind, (std::set<std::string>{"old", "new"}));
     EXPECT_GT(stop, 10) << "the updates were not traced";
-}
-
-TEST_F(TableCache, LinksAndPipesAreNotFollowed) {
-    write_table_cache(folder(), R"({"ABC": "right"})");
-    fs::rename(cache_file(), folder() + "/aside");
-    fs::create_symlink("aside", cache_file());
-    EXPECT_EQ(convert("ABC"), "");
-    fs::remove(cache_file());
-    ASSERT_EQ(mkfifo(cache_file().c_str(), 0600), 0);
-    EXPECT_EQ(convert("ABC"), "");
 }
 
 } // namespace kavro

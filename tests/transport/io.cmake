@@ -3,7 +3,6 @@ add_executable(test_transport_io
   io_addresses.cpp
   io_answers.cpp
   io_deadlines.cpp
-  io_descriptors.cpp
   io_handshake.cpp)
 target_link_libraries(test_transport_io PRIVATE
   broker_client_internals test_support GTest::gtest_main)

@@ -1,7 +1,5 @@
 #include "io_client.h"
 
-#include <openssl/ssl.h>
-
 namespace kavro {
 
 namespace {
@@ -9,7 +7,6 @@ namespace {
 const std::string document = "<kavro-client><hello-resp/></kavro-client>";
 const std::string answer = http_ok(document);
 const std::string half_head = answer.substr(0, 20);
-const std::string half_body = answer.substr(0, answer.size() - 10);
 
 /// Reads a request and then does something with the connection.
 Script after_request(Script steps) {
@@ -21,30 +18,18 @@ class AnswerTest : public TransportTest {};
 
 } // namespace
 
-TEST_F(AnswerTest, EveryWayToEndIsToldApart) {
+// Ends and silences at every moment are in the table of faults of the whole library.
+TEST_F(AnswerTest, IsWhatItsLastByteMakesIt) {
     struct Case {
         const char *name;
         Script steps; ///< after the request
         ePOST_RESULT result;
         milliseconds timeout = ample;
     };
-    const auto lost = POST_RESULT_SOCKET_OR_SYS_FAILURE;
     const std::string big_body(20 << 20, 'x');
     const Case cases[] = {
         {"whole", {send(answer)}, POST_RESULT_SUCCESS},
         {"one byte a record", {send_split(answer, 1)}, POST_RESULT_SUCCESS},
-        {"FIN at once", {fin()}, lost},
-        {"RST at once", {rst()}, lost},
-        {"close-notify at once", {close_notify()}, lost},
-        {"silence", {stall()}, POST_RESULT_TIMEOUT, short_timeout},
-        {"FIN in the head", {send(half_head), fin()}, lost},
-        {"RST in the head", {send(half_head), rst()}, lost},
-        {"close-notify in the head", {send(half_head), close_notify()}, lost},
-        {"silence in the head", {send(half_head), stall()}, POST_RESULT_TIMEOUT, short_timeout},
-        {"FIN in the body", {send(half_body), fin()}, lost},
-        {"RST in the body", {send(half_body), rst()}, lost},
-        {"close-notify in the body", {send(half_body), close_notify()}, lost},
-        {"silence in the body", {send(half_body), stall()}, POST_RESULT_TIMEOUT, short_timeout},
         {"dripping head", {drip(answer, 1, 20ms)}, POST_RESULT_TIMEOUT, short_timeout},
         {"dripping body",
          {send(half_head), send(answer.substr(20, 30)), drip(big_body, 1, 20ms)},
@@ -53,7 +38,6 @@ TEST_F(AnswerTest, EveryWayToEndIsToldApart) {
         {"status 500 with a big body",
          {send("HTTP/1.1 500 Oh\r\nContent-Length: 20971520\r\n\r\n"), send(big_body)},
          POST_RESULT_NOT_HTTP_OK},
-        {"not HTTP", {send("220 mail.test ESMTP\r\n\r\n")}, POST_RESULT_MANGLED_RESPONSE},
         {"not XML", {send(http_ok("<kavro-client>"))}, POST_RESULT_MANGLED_RESPONSE},
     };
     for (const Case &row : cases) {
@@ -65,10 +49,8 @@ TEST_F(AnswerTest, EveryWayToEndIsToldApart) {
         const auto posted = post(client, small_xml, row.timeout);
         EXPECT_EQ(posted.result.result, row.result) << posted.result.error_text;
         EXPECT_EQ(posted.result.document != nullptr, row.result == POST_RESULT_SUCCESS);
-        EXPECT_EQ(posted.result.error_text.empty(), row.result != lost);
-        EXPECT_EQ(logged("cHTTPS_XML_CLIENT encountered error"), row.result == lost);
         const bool timed_out = row.result == POST_RESULT_TIMEOUT;
-        EXPECT_EQ(logged("Deadline Timer has expired!"), timed_out);
+        EXPECT_EQ(CapturedLog::holds("Deadline Timer has expired!"), timed_out);
         EXPECT_LT(posted.took, timed_out ? row.timeout + margin : margin);
         EXPECT_GE(posted.took, timed_out ? row.timeout : 0ms);
         expect_usable(client);
@@ -86,44 +68,23 @@ TEST_F(AnswerTest, NoFurtherRequestOnAConnectionThatFailed) {
     expect_usable(client);
 }
 
-TEST_F(AnswerTest, OneConnectionCarriesManyExchanges) {
-    const ScriptedPeer peer({{handshake(), expect_request(), send(answer), expect_request(),
-                              send_split(answer, 7), expect_request(), send(answer)}});
-    HttpsXmlClient client;
-    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
-    for (const char *xml : {"<first/>", "<second/>", "<third/>"}) {
-        const auto posted = post(client, xml);
-        ASSERT_EQ(posted.result.result, POST_RESULT_SUCCESS);
-        EXPECT_EQ(posted.result.document->root().child().name(), "hello-resp");
-        EXPECT_TRUE(peer.record(0).requests.back().ends_with(xml));
+TEST_F(AnswerTest, PeerThatStopsReadingMayHaveAnswered) {
+    const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
+    const struct {
+        Step next;
+        milliseconds timeout;
+        ePOST_RESULT result;
+    } rows[] = {{send(answer), ample, POST_RESULT_SUCCESS},
+                {stall(), short_timeout, POST_RESULT_TIMEOUT}};
+    for (const auto &[next, timeout, result] : rows) {
+        const ScriptedPeer peer({{handshake(), expect_bytes(100), next, expect_request()}});
+        HttpsXmlClient client;
+        ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+        const auto posted = post(client, big_request, timeout);
+        EXPECT_EQ(posted.result.result, result);
+        EXPECT_LT(posted.took, ample);
+        expect_usable(client);
     }
-    EXPECT_EQ(peer.connection_count(), 1u);
-}
-
-TEST_F(AnswerTest, AnswerBeforeTheRequestIsCompleteIsUsed) {
-    const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
-    const ScriptedPeer peer({{handshake(), expect_bytes(100), send(answer), expect_request()}});
-    HttpsXmlClient client;
-    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
-    EXPECT_EQ(post(client, big_request).result.result, POST_RESULT_SUCCESS);
-    expect_usable(client);
-}
-
-TEST_F(AnswerTest, PeerThatStopsReadingRunsIntoTheDeadline) {
-    const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
-    const ScriptedPeer peer({{handshake(), expect_bytes(100), stall()}});
-    HttpsXmlClient client;
-    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
-    const auto posted = post(client, big_request, short_timeout);
-    EXPECT_EQ(posted.result.result, POST_RESULT_TIMEOUT);
-    EXPECT_LT(posted.took, ample);
-    expect_usable(client);
-}
-
-TEST_F(AnswerTest, PostWithoutAConnectionFails) {
-    HttpsXmlClient client;
-    EXPECT_EQ(post(client).result.result, POST_RESULT_SOCKET_OR_SYS_FAILURE);
-    expect_usable(client);
 }
 
 } // namespace kavro

@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
-#include <optional>
 #include <string>
 
 namespace kavro {
@@ -90,16 +88,6 @@ protected:
         EXPECT_TRUE(seen.received.ends_with(small_xml)) << seen.received;
         EXPECT_EQ(seen.received.find("Cookie:"), std::string::npos) << seen.received;
         client.disconnect();
-    }
-
-    static std::ptrdiff_t times_logged(std::string_view text) {
-        return std::ranges::count(CapturedLog::lines(), text, &LogLine::text);
-    }
-
-    static bool logged(std::string_view part) {
-        return std::ranges::any_of(CapturedLog::lines(), [part](const LogLine &line) {
-            return line.text.find(part) != std::string::npos;
-        });
     }
 
     CapturedLog log_;

@@ -6,10 +6,49 @@ using namespace conversation;
 
 namespace {
 
+/// The ways in which a broker can keep its client waiting, by where in a request.
+struct Silence {
+    const char *where;
+    broker_sim::Fault fault;
+};
+
+std::vector<Silence> silences() {
+    using broker_sim::Ending;
+    using broker_sim::Stage;
+    return {
+        {"before the handshake", {.stage = Stage::handshake, .ending = Ending::stall}},
+        {"before the answer to the greeting",
+         {.match = {.request = "hello"}, .ending = Ending::stall}},
+        {"before the answer", {.match = {.request = "get-resource-list"}, .ending = Ending::stall}},
+        {"in the head",
+         {.match = {.request = "get-resource-list"}, .ending = Ending::stall, .at_byte = 20}},
+        {"in the body",
+         {.match = {.request = "get-resource-list"}, .ending = Ending::stall, .at_byte = 700}},
+        {"between drops",
+         {.match = {.request = "get-resource-list"}, .drip_bytes = 1, .drip_every = 20ms}},
+    };
+}
+
+TEST(Silence, EndsWithTheDeadline) {
+    constexpr auto deadline = 400ms;
+    for (const auto &[where, fault] : silences()) {
+        SCOPED_TRACE(where);
+        Conversation talk(without_authentication(), handle_with_deadline(deadline));
+        talk.broker.inject(fault);
+        const auto start = Clock::now();
+        EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_TIMEOUT);
+        EXPECT_GE(since(start), deadline);
+        EXPECT_LT(since(start), deadline + margin);
+
+        talk.broker.clear_faults();
+        EXPECT_EQ(talk.list(), KAVRO_BROKER_OK) << "afterwards";
+    }
+}
+
 /// Promised are 200 ms; the rest is for slow machines and sanitizers.
 constexpr auto promptly = 1s;
 
-TEST(Cancel, EndsARequestWhereverTheBrokerFallsSilent) {
+TEST(Silence, EndsWithACancel) {
     for (const auto &[where, fault] : silences()) {
         SCOPED_TRACE(where);
         Conversation talk(without_authentication(), handle_with_deadline(30s));
