@@ -18,11 +18,10 @@ set(left_out_tests
 
 # Source files of programs that are otherwise the same.
 set(left_out_sources
-  conversation/silent_name_server.cpp # network namespaces
-  conversation/test_silent_name_server.cpp
-  regcode/test_table_cache_posix.cpp  # ptrace, to stop a process at a system call
-  trust/test_public_suite.cpp         # strptime(); and the suite says the same everywhere
-  trust/test_safe_file_posix.cpp)     # links, pipes and access rights
+  conversation/test_silent_name_server.cpp # network namespaces
+  regcode/test_table_cache_posix.cpp       # ptrace, to stop a process at a system call
+  trust/test_public_suite.cpp              # strptime(); and the suite says the same everywhere
+  trust/test_safe_file_posix.cpp)          # links, pipes and access rights
 
 # Whole folders and programs, where these names are looked for:
 #   signing              tokens are reached through p11-kit, which serves POSIX systems only

@@ -192,6 +192,7 @@ TEST(RequestFrame, CancelIsSticky) {
         handle.client->hooks[during] = [&handle] { kavro_broker_cancel(handle); };
         EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_CANCELLED);
         EXPECT_EQ(handle.client->calls, calls);
+        EXPECT_EQ(handle.handle->port, "443") << "no second port is tried";
 
         handle.client->hooks.clear();
         EXPECT_EQ(list(handle), KAVRO_BROKER_OK);

@@ -207,7 +207,7 @@ TEST_F(Probe, SmallBuffersAndTheFinishedFlag) {
 
 TEST_F(Probe, ASingleProtocolIsTriedOnceWithTheLongestTimeout) {
     const ScriptedPeer peer({{handshake(), expect_request(), stall()}});
-    QueryBrokerClient probe("127.0.0.1", peer.port(), 1, {.timeouts = {10s, 100ms}});
+    QueryBrokerClient probe("127.0.0.1", peer.port(), 1, {.timeouts = {1s, 1s, 100ms}});
     std::optional<ProbeResult> found;
     probe.get_broker_type([&found](const ProbeResult &result) { found = result; });
     while (!found)
