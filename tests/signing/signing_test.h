@@ -16,18 +16,6 @@ namespace signing {
 
 using namespace test_support;
 
-/// Greets a client, and asks it nothing.
-inline Script welcome() {
-    static constexpr const char *hello =
-        R"(<kavro-client version="2.1"><hello-resp><brokers-info><broker-info>)"
-        "<product-name>Test broker</product-name><product-version>1</product-version>"
-        "<platform>Linux</platform><locale>en_US</locale><ip-address>127.0.0.1</ip-address>"
-        "<hostname>localhost</hostname></broker-info></brokers-info><next-authentication>"
-        "<method>AUTHENTICATION_NOT_REQUIRED</method></next-authentication>"
-        "</hello-resp></kavro-client>";
-    return {handshake(), expect_request(), send(http_ok(hello))};
-}
-
 /// A server that lets in those whose certificate is by the trusted authority, and who sign with one
 /// of these algorithms.
 inline PeerTls demanding(const char *signatures, int min_version = 0, int max_version = 0) {

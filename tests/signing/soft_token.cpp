@@ -2,16 +2,15 @@
 
 #include "minting.h"
 #include "module.h"
+#include "system.h"
 
-#include <openssl/bn.h>
-#include <openssl/core_names.h>
 #include <openssl/evp.h>
-#include <openssl/param_build.h>
 #include <openssl/x509.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -93,27 +92,14 @@ std::shared_ptr<EVP_PKEY> make_key_pair(const TokenSession &session, const Bytes
                                                open.size(), closed.data(), closed.size(),
                                                &public_key, &private_key),
             "key pair");
-    const Bytes modulus = session.attribute(public_key, CKA_MODULUS);
-    const Bytes exponent = session.attribute(public_key, CKA_PUBLIC_EXPONENT);
 
-    const auto number = [](const Bytes &digits) {
-        return std::unique_ptr<BIGNUM, decltype(&BN_free)>(
-            BN_bin2bn(digits.data(), static_cast<int>(digits.size()), nullptr), BN_free);
-    };
-    const auto n = number(modulus);
-    const auto e = number(exponent);
-    const std::unique_ptr<OSSL_PARAM_BLD, decltype(&OSSL_PARAM_BLD_free)> builder(
-        OSSL_PARAM_BLD_new(), OSSL_PARAM_BLD_free);
-    OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, n.get());
-    OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_E, e.get());
-    const std::unique_ptr<OSSL_PARAM, decltype(&OSSL_PARAM_free)> parameters(
-        OSSL_PARAM_BLD_to_param(builder.get()), OSSL_PARAM_free);
-    const std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)> context(
-        EVP_PKEY_CTX_new_id(EVP_PKEY_RSA, nullptr), EVP_PKEY_CTX_free);
-    EVP_PKEY *key = nullptr;
-    EVP_PKEY_fromdata_init(context.get());
-    EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters.get());
-    return {key, EVP_PKEY_free};
+    // RSAPublicKey of RFC 8017, as long as it is with 2048 bits and the usual exponent, 65537.
+    Bytes der{0x30, 0x82, 0x01, 0x0A, 0x02, 0x82, 0x01, 0x01, 0x00};
+    std::ranges::copy(session.attribute(public_key, CKA_MODULUS), std::back_inserter(der));
+    std::ranges::copy(Bytes{0x02, 0x03, 0x01, 0x00, 0x01}, std::back_inserter(der));
+    const unsigned char *from = der.data();
+    return {d2i_PublicKey(EVP_PKEY_RSA, nullptr, &from, static_cast<long>(der.size())),
+            EVP_PKEY_free};
 }
 
 Bytes subject_of(const Bytes &certificate) {
@@ -144,16 +130,9 @@ void store_certificate(const TokenSession &session, const std::string &name, con
             "certificate");
 }
 
-fs::path make_folder() {
-    std::string path = fs::temp_directory_path() / "soft_token_XXXXXX";
-    if (mkdtemp(path.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    return path;
-}
-
 } // namespace
 
-SoftToken::SoftToken() : folder_(make_folder()) {
+SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
     fs::create_directory(folder_ / "tokens");
     std::ofstream(folder_ / "softhsm2.conf")
         << "directories.tokendir = " << (folder_ / "tokens").string() << "\nlog.level = ERROR\n";

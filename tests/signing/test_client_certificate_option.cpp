@@ -2,6 +2,7 @@
 #include "cli/terminal_program.h"
 #include "signing_test.h"
 #include "soft_token.h"
+#include "system.h"
 
 #include <gmock/gmock.h>
 #include <openssl/x509.h>
@@ -9,7 +10,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <sstream>
-#include <unistd.h>
 
 // The command-line client with a certificate on a token, against servers that demand one.
 
@@ -29,13 +29,10 @@ protected:
 
     /// Runs with nobody to ask, and this text to be read as the PIN.
     Outcome run(std::vector<std::string> options, const std::string &pin) const {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(pipe(ends), 0);
-        EXPECT_EQ(write(ends[1], pin.data(), pin.size()), static_cast<ssize_t>(pin.size()));
-        close(ends[1]);
+        const int descriptor = descriptor_with(pin);
         for (std::string &option : options) {
             if (const auto at = option.find("{fd}"); at != std::string::npos)
-                option.replace(at, 4, std::to_string(ends[0]));
+                option.replace(at, 4, std::to_string(descriptor));
         }
         std::ostringstream out;
         std::ostringstream err;
@@ -43,7 +40,7 @@ protected:
         options.insert(options.begin(), {"logout", "--broker", peer_.address()});
         const int status = kavro_cli::run_application(
             options, {.out = out, .err = err, .console = nullptr, .interruption = interruption});
-        close(ends[0]);
+        close_descriptor(descriptor);
         return {status, err.str()};
     }
 

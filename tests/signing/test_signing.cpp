@@ -119,16 +119,6 @@ TEST_F(Signing, a_server_that_wants_what_a_bare_digest_cannot_give_ends_the_hand
     }
 }
 
-TEST_F(Signing, without_a_certificate_a_server_that_demands_one_refuses) {
-    PeerRecord seen;
-    EXPECT_EQ(greet(demanding("RSA+SHA256", 0, TLS1_2_VERSION), seen),
-              KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
-    // With TLS 1.3 the client is through the handshake before the server has seen what it shows.
-    EXPECT_EQ(greet(demanding("RSA-PSS+SHA256", TLS1_3_VERSION), seen),
-              KAVRO_BROKER_ERR_TLS_PROTOCOL_ERROR);
-    expect_usable();
-}
-
 TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
     struct Case {
         const char *name;

@@ -239,6 +239,17 @@ std::string http_ok(std::string_view body, std::string_view header_lines) {
     return answer += body;
 }
 
+Script welcome() {
+    static constexpr const char *hello =
+        R"(<kavro-client version="2.1"><hello-resp><brokers-info><broker-info>)"
+        "<product-name>Test broker</product-name><product-version>1</product-version>"
+        "<platform>Linux</platform><locale>en_US</locale><ip-address>127.0.0.1</ip-address>"
+        "<hostname>localhost</hostname></broker-info></brokers-info><next-authentication>"
+        "<method>AUTHENTICATION_NOT_REQUIRED</method></next-authentication>"
+        "</hello-resp></kavro-client>";
+    return {handshake(), expect_request(), send(http_ok(hello))};
+}
+
 namespace {
 
 ssl::context server_context(const PeerTls &settings) {

@@ -55,6 +55,9 @@ Step stall();
 /// An HTTP answer with status 200.
 std::string http_ok(std::string_view body, std::string_view header_lines = {});
 
+/// Greets a client, and asks it nothing.
+Script welcome();
+
 struct PeerTls {
     ServerIdentity identity = trusted_server({"127.0.0.1"});
     int min_version = 0; ///< as OpenSSL numbers them; 0 sets no bound

@@ -3,8 +3,6 @@
 #include "transport/server_verification.h"
 #include "utils/src/openssl_handles.h"
 
-#include <openssl/pem.h>
-
 #include <stdexcept>
 #include <utility>
 
@@ -101,9 +99,7 @@ test_support::ServerIdentity shown(const Identity &leaf, const std::vector<Ident
 }
 
 std::vector<std::uint8_t> der_of(const Identity &identity) {
-    Security::cX509_CERT_CHAIN list;
-    list.set_cert(0, identity.certificate.get());
-    return list.entries()[0];
+    return test_support::der_of(identity.certificate.get());
 }
 
 Judged judge(const ChainCase &shown) {

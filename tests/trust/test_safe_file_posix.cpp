@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <fstream>
-#include <optional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -14,11 +13,9 @@ namespace kavro {
 
 namespace fs = std::filesystem;
 
-TEST_F(SafeFile, LinksPipesAndDevicesAreNotRead) {
-    std::ofstream(path("plain")) << "content";
-    fs::create_symlink("plain", path("link"));
+TEST_F(SafeFile, PipesAndDevicesAreNotRead) {
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0); // nobody writes: waiting would be for ever
-    for (const std::string &name : {path("link"), path("pipe"), std::string("/dev/zero")})
+    for (const std::string &name : {path("pipe"), std::string("/dev/zero")})
         EXPECT_EQ(read_plain_file(name, limit), std::nullopt) << name;
 }
 

@@ -93,19 +93,15 @@ TEST(TrustAnchors, UselessOnesAreLeftOut) {
 TEST(TrustAnchors, EachIsLogged) {
     const CapturedLog log;
     const Der root = der_of(trusted_root());
-    const Anchors anchors{{root, root}};
-    extract_certificates(anchors.extractor());
-    const OpenSslText serial(BN_bn2hex(
-        BignumHandle(
-            ASN1_INTEGER_to_BN(X509_get0_serialNumber(trusted_root().certificate.get()), nullptr))
-            .get()));
-    const std::string names = std::string(" subject '/CN=Trusted root', issuer '/CN=Trusted root', "
-                                          "serial '") +
-                              serial.get() + "'.";
-    const std::string function = "HttpsXmlClient::setCertificateExtractor():";
+    extract_certificates(Anchors{{root, root}}.extractor());
+    const auto *serial = X509_get0_serialNumber(trusted_root().certificate.get());
+    const OpenSslText digits(BN_bn2hex(BignumHandle(ASN1_INTEGER_to_BN(serial, nullptr)).get()));
+    const std::string function = "HttpsXmlClient::setCertificateExtractor(): ";
+    const std::string names = " subject '/CN=Trusted root', issuer '/CN=Trusted root', serial '" +
+                              std::string(digits.get()) + "'.";
     EXPECT_EQ(CapturedLog::lines(),
-              (std::vector<LogLine>{{0, 4, 0, function + " added" + names},
-                                    {0, 3, -500, function + " COULDN'T add" + names},
+              (std::vector<LogLine>{{0, 4, 0, function + "added" + names},
+                                    {0, 3, -500, function + "COULDN'T add" + names},
                                     {0, 3, 0, summary(1, 2)}}));
 }
 

@@ -25,48 +25,33 @@ constexpr const char *key_text =
 constexpr const char *differs_text =
     "the certificate is unverifiable and differs from the earlier unverifiable certificate.";
 
-CertificateFacts good(int depth) {
-    CertificateFacts facts;
+/// What the TLS library does not say.
+enum Remarks : unsigned { self_signed = 1, wrong_host = 2, short_key = 4, vouched_for = 8 };
+
+CertificateFacts fault(int error, int depth, unsigned remarks = 0) {
+    return {.platform_trusted = (remarks & vouched_for) != 0,
+            .error = error,
+            .error_text = "E" + std::to_string(error),
+            .depth = depth,
+            .self_signed = (remarks & self_signed) != 0,
+            .host_matches = (remarks & wrong_host) == 0,
+            .key_long_enough = (remarks & short_key) == 0};
+}
+
+CertificateFacts good(int depth, unsigned remarks = 0) {
+    CertificateFacts facts = fault(X509_V_OK, depth, remarks);
     facts.preverified = true;
-    facts.depth = depth;
+    facts.error_text.clear();
     return facts;
 }
 
-CertificateFacts fault(int error, int depth) {
-    CertificateFacts facts;
-    facts.error = error;
-    facts.error_text = "E" + std::to_string(error);
-    facts.depth = depth;
-    return facts;
+CertificateFacts lone(unsigned remarks = 0) {
+    return fault(self_signed_leaf, 0, self_signed | remarks);
 }
 
-CertificateFacts self_signed(CertificateFacts facts) {
-    facts.self_signed = true;
-    return facts;
+CertificateFacts late(int depth, unsigned remarks = 0) {
+    return fault(expired, depth, remarks);
 }
-
-CertificateFacts wrong_host(CertificateFacts facts) {
-    facts.host_matches = false;
-    return facts;
-}
-
-CertificateFacts short_key(CertificateFacts facts) {
-    facts.key_long_enough = false;
-    return facts;
-}
-
-CertificateFacts vouched_for(CertificateFacts facts) {
-    facts.platform_trusted = true;
-    return facts;
-}
-
-CertificateFacts remembered(StoredCertificate stored, CertificateFacts facts) {
-    facts.stored = stored;
-    return facts;
-}
-
-const CertificateFacts lone = self_signed(fault(self_signed_leaf, 0));
-const CertificateFacts root_above = self_signed(fault(self_signed_above, 1));
 
 using Codes = std::vector<std::uint32_t>;
 
@@ -82,40 +67,33 @@ TEST(VerdictRules, HandshakeFromCallToCall) {
         bool accepted; ///< the certificate judged last
         std::optional<VerificationOutcome> by_view_rules = std::nullopt; ///< when they differ
     };
+    const CertificateFacts root_below = fault(self_signed_above, 0, self_signed);
+    const CertificateFacts root_above = fault(self_signed_above, 1, self_signed);
     const CertificateFacts unknown = fault(unknown_issuer, 0);
     const CertificateFacts unknown_above = fault(unknown_issuer, 1);
-    const CertificateFacts lone_fault = fault(lone_leaf, 0);
-    const CertificateFacts late = fault(expired, 0);
-    const CertificateFacts late_above = fault(expired, 1);
-    const CertificateFacts root_error_below = self_signed(fault(self_signed_above, 0));
     const CertificateFacts ok = good(0);
     const Case cases[] = {
         {"trusted chain", {good(2), good(1), ok}, passed, {0, 0, 0}, "", true},
-        {"wrong host", {good(1), wrong_host(ok)}, failed, {28, 0}, host_text, false},
-        {"host counts at depth 0 only", {wrong_host(good(1)), ok}, passed, {0, 0}, "", true},
-        {"short key above", {short_key(good(1)), ok}, failed, {0, 27}, key_text, true},
-        {"host before key", {wrong_host(short_key(ok))}, failed, {28}, host_text, false},
-        {"self-signed", {lone, ok}, warnable, {13}, "E18", true},
-        {"its host", {wrong_host(lone), wrong_host(ok)}, warnable, {13}, "E18", true},
-        {"its key, at the fault", {short_key(lone)}, failed, {13}, "E18", false},
-        {"its key", {short_key(lone), short_key(ok)}, failed, {27}, key_text, false},
+        {"wrong host", {good(1), good(0, wrong_host)}, failed, {28, 0}, host_text, false},
+        {"host counts at depth 0 only", {good(1, wrong_host), ok}, passed, {0, 0}, "", true},
+        {"short key above", {good(1, short_key), ok}, failed, {0, 27}, key_text, true},
+        {"host before key", {good(0, wrong_host | short_key)}, failed, {28}, host_text, false},
+        {"self-signed", {lone(), ok}, warnable, {13}, "E18", true},
+        {"its host", {lone(wrong_host), good(0, wrong_host)}, warnable, {13}, "E18", true},
+        {"its key, at the fault", {lone(short_key)}, failed, {13}, "E18", false},
+        {"its key", {lone(short_key), good(0, short_key)}, failed, {27}, key_text, false},
         {"by its error alone", {fault(self_signed_leaf, 0)}, failed, {13}, "E18", false},
         {"self-signed root", {root_above, ok}, warnable, {0, 14}, "E19", true},
-        {"root's error below", {root_error_below}, failed, {14}, "E19", false},
+        {"root's error below", {root_below}, failed, {14}, "E19", false},
         {"unknown issuer above", {unknown_above, ok}, warnable, {0, 29}, "E20", true},
-        {"unknown issuer", {unknown, lone_fault, ok}, warnable, {15}, "E21", true},
-        {"not verified otherwise", {lone_fault}, failed, {15}, "E21", false},
-        {"unknown, wrong host",
-         {unknown_above, wrong_host(ok)},
-         failed,
-         {28, 29},
-         host_text,
-         false},
-        {"failed after warnable", {unknown_above, late, ok}, failed, {9, 29}, "E10", true},
-        {"warnable after failed", {late_above, unknown, ok}, failed, {29, 9}, "E20", true},
-        {"platform vouches", {vouched_for(late)}, passed, {0}, "", true},
-        {"but not for the host", {vouched_for(wrong_host(late))}, failed, {28}, host_text, false},
-        {"nor for the key", {vouched_for(short_key(late))}, failed, {27}, key_text, false},
+        {"unknown issuer", {unknown, fault(lone_leaf, 0), ok}, warnable, {15}, "E21", true},
+        {"not verified otherwise", {fault(lone_leaf, 0)}, failed, {15}, "E21", false},
+        {"both", {unknown_above, good(0, wrong_host)}, failed, {28, 29}, host_text, false},
+        {"failed after warnable", {unknown_above, late(0), ok}, failed, {9, 29}, "E10", true},
+        {"warnable after failed", {late(1), unknown, ok}, failed, {29, 9}, "E20", true},
+        {"platform vouches", {late(0, vouched_for)}, passed, {0}, "", true},
+        {"not for the host", {late(0, vouched_for | wrong_host)}, failed, {28}, host_text, false},
+        {"not for the key", {late(0, vouched_for | short_key)}, failed, {27}, key_text, false},
         {"faults of two kinds", {root_above, unknown}, warnable, {29, 14}, "E20", false, failed},
     };
     for (const Case &row : cases) {
@@ -136,36 +114,41 @@ TEST(VerdictRules, HandshakeFromCallToCall) {
 
 // One call for the fault, one when the TLS library goes on as if there had been none.
 TEST(VerdictRules, ViewRemembersWhatIsWorthIt) {
+    using enum StoredCertificate;
     struct Case {
         const char *name;
+        StoredCertificate before;
         CertificateFacts facts;
         bool stored;
         const char *text;
     };
-    using enum StoredCertificate;
     const CertificateFacts unknown = fault(unknown_issuer, 0);
     const Case cases[] = {
-        {"trusted, new", remembered(none, good(0)), true, ""},
-        {"trusted, another before", remembered(other_accepted, good(0)), true, ""},
-        {"trusted, above the server's", good(1), false, ""},
-        {"self-signed, new", remembered(none, lone), true, "E18"},
-        {"self-signed, seen", remembered(same, lone), false, "E18"},
-        {"self-signed, another accepted", remembered(other_accepted, lone), false, "E18"},
-        {"self-signed, another refused", remembered(other_not_accepted, lone), true, differs_text},
-        {"wrong host", remembered(none, wrong_host(good(0))), false, host_text},
-        {"unknown issuer", remembered(none, unknown), false, "E20"},
-        {"unknown issuer, another", remembered(other_not_accepted, unknown), false, "E20"},
+        {"trusted, new", none, good(0), true, ""},
+        {"trusted, another before", other_accepted, good(0), true, ""},
+        {"trusted, above the server's", none, good(1), false, ""},
+        {"self-signed, new", none, lone(), true, "E18"},
+        {"self-signed, seen", same, lone(), false, "E18"},
+        {"self-signed, another accepted", other_accepted, lone(), false, "E18"},
+        {"self-signed, another refused", other_not_accepted, lone(), true, differs_text},
+        {"wrong host", none, good(0, wrong_host), false, host_text},
+        {"unknown issuer", none, unknown, false, "E20"},
+        {"unknown issuer, another", other_not_accepted, unknown, false, "E20"},
     };
     for (const Case &row : cases) {
         SCOPED_TRACE(row.name);
         ChainVerdict verdict;
-        const Judgement first = judge_view(row.facts, verdict);
+        CertificateFacts facts = row.facts;
+        facts.stored = row.before;
+        const Judgement first = judge_view(facts, verdict);
         EXPECT_EQ(first.to_be_stored, row.stored);
-        EXPECT_EQ(first.stored_as_accepted, row.facts.trusted() && row.facts.host_matches);
+        EXPECT_EQ(first.stored_as_accepted, facts.trusted() && facts.host_matches);
         EXPECT_EQ(verdict.error_text, row.text);
-        if (row.facts.trusted())
+        if (facts.trusted())
             continue;
-        const Judgement second = judge_view(remembered(same, good(0)), verdict);
+        facts = good(0);
+        facts.stored = same;
+        const Judgement second = judge_view(facts, verdict);
         EXPECT_FALSE(second.to_be_stored);
         EXPECT_FALSE(second.stored_as_accepted);
         EXPECT_EQ(verdict.error_text, row.text);

@@ -64,7 +64,6 @@ TEST_F(Verifiers, PlatformsWordCountsWhereTheTlsLibraryHasNone) {
     const ServerIdentity good = shown(server(trusted_root()));
     const ServerIdentity strange = shown(server(strange_root()));
     const ServerIdentity elsewhere = shown(server(strange_root(), {.names = {"127.0.0.2"}}));
-    const ServerIdentity weak = shown(server(strange_root(), {.key = "rsa-1023"}));
     struct Case {
         const char *name;
         ServerIdentity identity;
@@ -78,7 +77,6 @@ TEST_F(Verifiers, PlatformsWordCountsWhereTheTlsLibraryHasNone) {
         {"yes", strange, {yes, yes}, connected, true, true},
         {"no", strange, {no, yes}, certificate_failed_but_warnable, true, true},
         {"yes, another host", elsewhere, {yes, yes}, certificate_failed, true, false},
-        {"yes, short key", weak, {yes, yes}, certificate_failed, true, false},
         {"throws", strange, {throws, yes}, certificate_failed, true, true},
         {"does not remember", strange, {yes, no}, connected, true, true},
         {"throws when it shall remember", good, {yes, throws}, certificate_failed, false, true},

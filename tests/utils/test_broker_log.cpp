@@ -31,7 +31,7 @@ std::string reported_session_id;
 TEST(BrokerLog, ChannelsCarryTheirCategorySeverityAndError) {
     const CapturedLog log;
     log_error("%d %s", 1, "one");
-    log_info("info");
+    log_info("%s", "%n%s%99999d"); // formats in arguments mean nothing
     log_debug("debug");
     log_verbose("verbose");
     discovery_log_error("error");
@@ -46,7 +46,7 @@ TEST(BrokerLog, ChannelsCarryTheirCategorySeverityAndError) {
 
     const std::vector<LogLine> expected = {
         {0, 1, -500, "1 one"},
-        {0, 2, 0, "info"},
+        {0, 2, 0, "%n%s%99999d"},
         {0, 3, 0, "debug"},
         {0, 4, 0, "verbose"},
         {1, 1, -500, "error"},
@@ -60,13 +60,6 @@ TEST(BrokerLog, ChannelsCarryTheirCategorySeverityAndError) {
         {0, 4, 0, "EXIT: A::b"},
     };
     EXPECT_EQ(log.lines(), expected);
-}
-
-TEST(BrokerLog, FormatCharactersInArgumentsMeanNothing) {
-    const CapturedLog log;
-    log_info("%s", "%n%s%n%99999d");
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_EQ(log.lines()[0].text, "%n%s%n%99999d");
 }
 
 TEST(BrokerLog, NullDoesNotReplaceTheFunctions) {
