@@ -176,19 +176,41 @@ INSTANTIATE_TEST_SUITE_P(Files, Answers,
                                          "resource_list", "allocate_resource", "power_operation"),
                          [](const auto &file) { return std::string(file.param); });
 
+TEST(Exchange, FailedPostKeepsItsReason) {
+    const std::pair<ePOST_RESULT, eERROR_CODE> rows[] = {
+        {POST_RESULT_INVALID_PARAMS, ERROR_CODE_INVALID_PARAMS},
+        {POST_RESULT_TIMEOUT, ERROR_CODE_TIMEOUT},
+        {POST_RESULT_CANCELLED, ERROR_CODE_CANCELLED},
+        {POST_RESULT_TLS_PROTOCOL_ERROR, ERROR_CODE_TLS_PROTOCOL_ERROR},
+        {POST_RESULT_SOCKET_OR_SYS_FAILURE, ERROR_CODE_SOCKET_OR_SYS_FAILURE},
+        {POST_RESULT_MANGLED_RESPONSE, ERROR_CODE_PROTOCOL_MANGLED_RESPONSE},
+        {POST_RESULT_NOT_HTTP_OK, ERROR_CODE_HTTP_NOT_OK},
+    };
+    for (const auto &[post, code] : rows) {
+        BrokerResult failure;
+        std::string version = "2.1";
+        EXPECT_FALSE(get_response_node({post, "the reason", nullptr}, version, failure));
+        EXPECT_EQ(failure.code, code);
+        EXPECT_EQ(failure.message, "the reason") << post;
+    }
+}
+
 TEST(AuthMethod, WhatIsToldAgainFollowsEveryAnswer) {
     const std::string asked = "<next-authentication><method>AUTHENTICATE_VIA_DISCLAIMER</method>"
                               "<disclaimer>&lt;b&gt; &amp; more</disclaimer></next-authentication>";
-    const std::pair<const char *, std::string> rows[] = {
-        {"AUTH_DONE_PREVIOUSLY", next_authentication("AUTHENTICATION_ALREADY_DONE")},
-        {"AUTH_SUCCESSFUL_AND_INCOMPLETE", asked},
-        {"AUTH_FAILED_ACCESS_DENIED", ""},
+    const std::string blocked = "<next-authentication><method>AUTHENTICATION_BLOCKED</method>"
+                                "<domains/></next-authentication>";
+    const std::tuple<const char *, std::string, std::string> rows[] = {
+        {"AUTH_DONE_PREVIOUSLY", asked, next_authentication("AUTHENTICATION_ALREADY_DONE")},
+        {"AUTH_SUCCESSFUL_AND_INCOMPLETE", asked, asked},
+        {"AUTH_SUCCESSFUL_AND_INCOMPLETE", blocked, next_authentication("AUTHENTICATION_BLOCKED")},
+        {"AUTH_FAILED_ACCESS_DENIED", asked, ""},
     };
-    for (const auto &[id, kept] : rows) {
+    for (const auto &[id, next, kept] : rows) {
         std::string version;
         const std::string answer =
             "<kavro-client version='2.1'><authenticate-resp><result><result-id>" + std::string(id) +
-            "</result-id><result-str/></result>" + asked + "</authenticate-resp></kavro-client>";
+            "</result-id><result-str/></result>" + next + "</authenticate-resp></kavro-client>";
         EXPECT_EQ(read_answer("password", answer, false, version).auth.next_authentication, kept);
     }
 }
