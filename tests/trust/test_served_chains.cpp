@@ -30,11 +30,13 @@ public:
     explicit Client(bool verify = true) {
         kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle_);
         kavro_broker_set_client_info(handle_, "test client", "1", "Linux");
-        kavro_broker_fail_if_unverified(handle_, verify);
+        set_verification(verify);
     }
     ~Client() { kavro_broker_free(handle_); }
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
+
+    void set_verification(bool verify) { kavro_broker_fail_if_unverified(handle_, verify); }
 
     kavro_broker_result ask(const ScriptedPeer &peer, const std::string &host = literal_host) {
         kavro_broker_set_broker_address(handle_, host.c_str(), peer.port().c_str());
@@ -228,6 +230,20 @@ TEST_F(ServedChains, HugeOnes) {
         {"a long chain", chain(99), trusted},
         {"more bytes of chain than a handshake takes", chain(300), no_tls},
     });
+}
+
+TEST_F(ServedChains, SwitchingVerificationOnMakesAFullHandshake) {
+    for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
+        const ScriptedPeer peer({welcome()}, {shown(self_signed()), version, version});
+        Client client(false);
+        EXPECT_EQ(client.ask(peer), KAVRO_BROKER_OK);
+        client.set_verification(true);
+        EXPECT_EQ(client.ask(peer), warnable);
+        const std::size_t last = peer.connection_count() - 1;
+        ASSERT_TRUE(peer.wait_for(last, [](const PeerRecord &seen) { return seen.closed; }));
+        EXPECT_FALSE(peer.record(last).resumed);
+        EXPECT_EQ(peer.record(last).received, "");
+    }
 }
 
 TEST_F(ServedChains, AnchorOfAHandleCountsForThatHandleOnly) {
