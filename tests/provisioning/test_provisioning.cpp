@@ -113,6 +113,8 @@ TEST_F(Provisioning, AnswersAndTheirResults) {
         {"status 500", answering("HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n"), failed, unread},
         {"no XML", telling("<a>"), failed, "The provision result is no XML"},
         {"no root", telling("<broker/>"), failed, "Could not find kavro-client tag"},
+        {"no element", telling("<?xml version=\"1.0\"?>\n"), failed,
+         "Could not find kavro-client tag"},
         {"no result", telling(without(good, "result")), failed, "Could not find result tag"},
         {"another id", telling(provisioned("session_provision_successful")), failed,
          "Session provisioning failed: session_provision_successful in words"},

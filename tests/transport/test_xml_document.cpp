@@ -49,7 +49,7 @@ TEST(XmlDocument, ReadsWhatIsMeant) {
         {"<a b=\"1\" c='\"&lt;>' b='2'/>", "<a b=\"1\" c=\"&quot;&lt;&gt;\" b=\"2\"></a>"},
         {"<a b = \"\n\" ></a >", "<a b=\"\n\"></a>"},
         {"<k:a k:b=''>\xff\xfe</k:a>", "<k:a k:b=\"\">\xff\xfe</k:a>"},
-        {"<a>x&#0;y</a>", "<a>x\0y</a>"s},
+        {"<a b=\"&#0;\">x&#0;y</a>", "<a b=\"&#0;\">x&#0;y</a>"},
     };
     for (const auto &[text, expected] : rows) {
         const auto document = parsed(text);

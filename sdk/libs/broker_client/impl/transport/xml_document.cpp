@@ -127,13 +127,27 @@ std::string XmlNode::text() const {
     return whole.data() == buffer.data() ? std::move(buffer) : std::string(whole);
 }
 
+namespace {
+
+/// A zero character stands in XML as a reference only: as it is, it would end the document.
+void append_text(std::string &out, std::string_view text) {
+    for (auto zero = text.find('\0'); zero != std::string_view::npos; zero = text.find('\0')) {
+        append_escaped_xml(out, text.substr(0, zero));
+        out += "&#0;";
+        text.remove_prefix(zero + 1);
+    }
+    append_escaped_xml(out, text);
+}
+
+} // namespace
+
 void append_xml(std::string &out, XmlNode element) {
     std::string value;
     const auto append_value = [&](std::string_view raw, bool cdata) {
         value.clear();
         if (!cdata)
             xml::append_decoded(value, raw);
-        append_escaped_xml(out, cdata ? raw : value);
+        append_text(out, cdata ? raw : value);
     };
     (out += '<') += element.name();
     element.for_each_attribute([&](const RawAttribute &attribute) {

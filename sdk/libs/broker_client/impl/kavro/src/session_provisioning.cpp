@@ -148,7 +148,7 @@ BrokerResult SessionProvisioning::run(SessionProvision content, const ReadTarget
         content.gateway_ticket = provisioner_.gateway_ticket;
         const auto document = ask(content);
         const XmlNode root = document->root();
-        if (root.name() != "kavro-client")
+        if (!root || root.name() != "kavro-client")
             throw std::runtime_error("Could not find kavro-client tag");
         const XmlNode message = required(root, "session-provision-resp");
         const XmlNode result = required(message, "result");
