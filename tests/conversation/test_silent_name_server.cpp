@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <string>
@@ -44,14 +45,15 @@ bool listen_and_stay_silent() {
 }
 
 bool replace_file(const char *path, const std::string &text) {
-    char replacement[] = "/tmp/silent-name-server-XXXXXX";
-    const int file = mkstemp(replacement);
+    auto replacement =
+        (std::filesystem::temp_directory_path() / "silent-name-server-XXXXXX").string();
+    const int file = mkstemp(replacement.data());
     if (file < 0)
         return false;
     close(file);
-    const bool mounted =
-        write_file(replacement, text) && mount(replacement, path, nullptr, MS_BIND, nullptr) == 0;
-    unlink(replacement);
+    const bool mounted = write_file(replacement.c_str(), text) &&
+                         mount(replacement.c_str(), path, nullptr, MS_BIND, nullptr) == 0;
+    unlink(replacement.c_str());
     return mounted;
 }
 
