@@ -30,6 +30,10 @@ else()
   set(warnings -Wall -Wextra -Wpedantic -Wshadow -Wformat=2 -Wimplicit-fallthrough -Wswitch)
   set(warnings_as_errors -Werror)
 endif()
+if(NOT MSVC)
+  # Boost keeps the places that report errors, which would tell everybody where the library was built.
+  add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=>")
+endif()
 if(MINGW)
   # Its va_list has an attribute that templates over functions which take one are told to lack.
   list(APPEND warnings -Wno-ignored-attributes)
