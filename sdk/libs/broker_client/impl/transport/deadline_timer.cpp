@@ -2,43 +2,56 @@
 
 #include "utils/src/broker_log.h"
 
-#include <boost/asio/error.hpp>
-
 namespace kavro {
 
-DeadlineTimer::DeadlineTimer(boost::asio::io_context &context, std::function<void()> on_expired)
-    : timer_(context), on_expired_(std::move(on_expired)) {}
+DeadlineTimer::DeadlineTimer(std::function<void()> on_expired)
+    : on_expired_(std::move(on_expired)) {}
 
 void DeadlineTimer::set(std::chrono::milliseconds timeout) {
     log_debug("Deadline Timer timeout set to %ld milliseconds.",
               static_cast<long>(timeout.count()));
     expired_ = false;
-    ++generation_;
     if (timeout == std::chrono::milliseconds::zero())
-        return;
-    timer_.expires_after(timeout);
-    timer_.async_wait([this, generation = generation_](const boost::system::error_code &error) {
-        handle_wait(error, generation);
-    });
+        replace({});
+    else
+        replace(Clock::now() + timeout);
 }
 
 void DeadlineTimer::clear() {
     log_debug("Deadline Timer timeout cleared.");
-    ++generation_;
-    // Moving the expiry ends the pending wait as cancelled.
-    timer_.expires_after(std::chrono::milliseconds(-1));
+    replace({});
 }
 
-void DeadlineTimer::handle_wait(const boost::system::error_code &error, std::uint64_t generation) {
-    if (error == boost::asio::error::operation_aborted) {
+void DeadlineTimer::replace(std::optional<Clock::time_point> due) {
+    if (due_)
         log_debug("Deadline Timer was cancelled.");
-        return;
-    }
-    if (generation != generation_)
-        return;
+    due_ = due;
+}
+
+void DeadlineTimer::expire() {
     log_debug("Deadline Timer has expired!");
+    due_.reset();
     expired_ = true;
     on_expired_();
+}
+
+bool DeadlineTimer::run_one(boost::asio::io_context &context) {
+    if (!due_)
+        return context.run_one() != 0;
+    if (context.run_one_until(*due_) != 0)
+        return true;
+    if (context.stopped())
+        return false;
+    expire();
+    return true;
+}
+
+void DeadlineTimer::poll(boost::asio::io_context &context) {
+    context.poll();
+    if (due_ && Clock::now() >= *due_) {
+        expire();
+        context.poll();
+    }
 }
 
 } // namespace kavro

@@ -12,7 +12,7 @@ namespace asio = boost::asio;
 
 HttpsXmlClient::HttpsXmlClient(NameResolver::BlockingLookup lookup)
     : tls_(client_tls_context()),
-      timer_(context_, [this] { abort_operation(); }),
+      timer_([this] { abort_operation(); }),
       resolver_(context_, std::move(lookup)) {
     configure_verified_tls(tls_.native_handle());
 }
@@ -34,10 +34,10 @@ void HttpsXmlClient::post(std::function<void()> handler) {
 
 void HttpsXmlClient::run_io(bool block) {
     context_.restart();
-    if (block)
-        context_.run();
-    else
-        context_.poll();
+    if (!block)
+        return timer_.poll(context_);
+    while (timer_.run_one(context_)) {
+    }
 }
 
 void HttpsXmlClient::resolve_name(const std::string &host, ResolveHandler on_resolved,

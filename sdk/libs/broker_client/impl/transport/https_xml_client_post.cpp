@@ -78,7 +78,7 @@ void HttpsXmlClient::handle_write(const error_code &error) {
     if (error)
         return post_failed(error);
     report_->enter(ConnectionPhase::wait);
-    read_more();
+    stream_->async_wait_readable([this](const error_code &failure) { handle_readable(failure); });
 }
 
 /// Takes all that is there, but lets the deadline and a cancel have their turn in between.

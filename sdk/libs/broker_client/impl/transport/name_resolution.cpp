@@ -36,10 +36,10 @@ struct NameResolver::Lookup {
         const std::lock_guard lock(mutex);
         if (!handler)
             return false;
-        asio::post(context, [handler = std::move(handler), error,
-                             endpoints = std::move(endpoints)] { handler(error, endpoints); });
+        // Let go of from here, the context might stop while its thread starts the next operation.
+        asio::post(context, [handler = std::move(handler), error, endpoints = std::move(endpoints),
+                             work = std::move(work)] { handler(error, endpoints); });
         handler = nullptr;
-        work.reset();
         return true;
     }
 

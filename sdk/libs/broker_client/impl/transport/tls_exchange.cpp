@@ -28,12 +28,11 @@ std::string text_of(const boost::system::error_code &error) {
 
 TlsExchange::TlsExchange(ssl::context &tls, std::chrono::milliseconds timeout,
                          std::function<void()> on_timeout, NameResolver::BlockingLookup lookup)
-    : timer_(context_,
-             [this, on_timeout = std::move(on_timeout)] {
-                 if (on_timeout)
-                     on_timeout();
-                 abort();
-             }),
+    : timer_([this, on_timeout = std::move(on_timeout)] {
+          if (on_timeout)
+              on_timeout();
+          abort();
+      }),
       resolver_(context_, std::move(lookup)),
       stream_(context_, tls) {
     timer_.set(timeout);
@@ -48,7 +47,7 @@ TlsExchange::error_code TlsExchange::run(Start start) {
     context_.restart();
     start([&outcome](const error_code &error) { outcome = error; });
     while (!outcome)
-        context_.run_one();
+        timer_.run_one(context_);
     return timed_out() || cancelled_ ? asio::error::operation_aborted : *outcome;
 }
 

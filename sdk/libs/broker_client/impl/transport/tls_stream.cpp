@@ -46,9 +46,9 @@ struct TlsStream::Bio {
     }
 
     static int read(BIO *bio, char *data, int size) {
-        const auto room = asio::buffer(data, static_cast<std::size_t>(size));
-        const int bytes = transfer(bio, BIO_FLAGS_READ, [room](Socket &socket, error_code &error) {
-            return socket.read_some(room, error);
+        const auto room = static_cast<std::size_t>(size);
+        const int bytes = transfer(bio, BIO_FLAGS_READ, [data, room](TlsStream &stream) {
+            return stream.read_socket(data, room);
         });
         if (bytes > 0)
             stream_of(bio).traffic_.note_received({data, static_cast<std::size_t>(bytes)});
@@ -57,10 +57,9 @@ struct TlsStream::Bio {
 
     static int write(BIO *bio, const char *data, int size) {
         const auto content = asio::buffer(data, static_cast<std::size_t>(size));
-        const int bytes =
-            transfer(bio, BIO_FLAGS_WRITE, [content](Socket &socket, error_code &error) {
-                return socket.write_some(content, error);
-            });
+        const int bytes = transfer(bio, BIO_FLAGS_WRITE, [content](TlsStream &stream) {
+            return stream.socket_.write_some(content, stream.socket_error_);
+        });
         if (bytes > 0)
             stream_of(bio).traffic_.sent += static_cast<std::uint64_t>(bytes);
         return bytes;
@@ -77,7 +76,7 @@ private:
     static int transfer(BIO *bio, int direction, Transfer transfer) {
         TlsStream &stream = stream_of(bio);
         BIO_clear_retry_flags(bio);
-        const std::size_t bytes = transfer(stream.socket_, stream.socket_error_);
+        const std::size_t bytes = transfer(stream);
         if (stream.socket_error_ == asio::error::would_block) {
             BIO_set_flags(bio, direction | BIO_FLAGS_SHOULD_RETRY);
             stream.socket_error_.clear();
@@ -113,6 +112,25 @@ int TlsStream::verify_certificate(int preverified, X509_STORE_CTX *store) {
     return stream.verify_(preverified != 0, certificates) ? 1 : 0;
 }
 
+/// First what a wait has brought, then what else there is. A read that does not fill its room has
+/// emptied the socket: to ask once more would be a system call for nothing.
+std::size_t TlsStream::read_socket(char *data, std::size_t size) {
+    Arrived &arrived = *arrived_;
+    std::size_t bytes = std::min(size, arrived.end - arrived.begin);
+    std::copy_n(arrived.bytes.data() + arrived.begin, bytes, data);
+    arrived.begin += bytes;
+    if (bytes < size && !arrived.behind) {
+        const asio::mutable_buffer room(data + bytes, size - bytes);
+        const std::size_t more = socket_.read_some(room, arrived.behind);
+        if (!arrived.behind && more < room.size())
+            arrived.behind = asio::error::would_block;
+        bytes += more;
+    }
+    if (bytes == 0)
+        socket_error_ = arrived.behind;
+    return bytes;
+}
+
 /// Tries a step of OpenSSL's, and again whenever the socket is ready for what the step waits for.
 template <class Step>
 void TlsStream::run(Step step, Handler handler, bool first) {
@@ -124,7 +142,7 @@ void TlsStream::run(Step step, Handler handler, bool first) {
         async_wait([this, step, handler = std::move(handler)](const error_code &failure) mutable {
             failure ? handler(failure) : run(step, std::move(handler), false);
         });
-    else if (first)
+    else if (first && error)
         asio::post(socket_.get_executor(),
                    [handler = std::move(handler), error] { handler(error); });
     else
@@ -181,7 +199,37 @@ std::size_t TlsStream::read_some(char *data, std::size_t size, error_code &error
 }
 
 void TlsStream::async_wait(Handler handler) {
-    socket_.async_wait(awaited_, std::move(handler));
+    if (awaited_ == Socket::wait_write)
+        socket_.async_wait(awaited_, std::move(handler));
+    else
+        async_receive(std::move(handler));
+}
+
+void TlsStream::async_wait_readable(Handler handler) {
+    const bool unread = arrived_->begin < arrived_->end ||
+                        arrived_->behind != asio::error::would_block ||
+                        SSL_has_pending(tls_.get()) != 0;
+    if (unread)
+        asio::post(socket_.get_executor(), [handler = std::move(handler)] { handler({}); });
+    else
+        async_receive(std::move(handler));
+}
+
+/// To read is cheaper than to wait and then to read: the socket is not asked for twice. How the
+/// connection ended is for the next read to say.
+void TlsStream::async_receive(Handler handler) {
+    arrived_->begin = arrived_->end = 0;
+    socket_.async_read_some(asio::buffer(arrived_->bytes),
+                            [arrived = arrived_, handler = std::move(handler)](
+                                const error_code &error, std::size_t bytes) {
+                                if (error == asio::error::operation_aborted)
+                                    return handler(error);
+                                arrived->end = bytes;
+                                arrived->behind = error;
+                                if (!error && bytes < arrived->bytes.size())
+                                    arrived->behind = asio::error::would_block;
+                                handler({});
+                            });
 }
 
 } // namespace kavro

@@ -3,12 +3,14 @@
 #include "transport/connection_report.h"
 #include "utils/src/openssl_handles.h"
 
+#include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/verify_context.hpp>
 #include <boost/system/error_code.hpp>
 #include <openssl/ssl.h>
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -18,10 +20,10 @@ namespace kavro {
 
 /// TLS as the client of one connection. OpenSSL reads the socket by itself and ahead, so that a
 /// long answer takes a system call for every 64 KiB and not several for every record, and nothing
-/// is copied on the way.
+/// is copied on the way but the first bytes that a wait ends with.
 ///
-/// One operation at a time; handlers are called from the context, never from the call that starts
-/// the operation. Closing the socket ends the one under way.
+/// One operation at a time. Handlers are called from the context; only async_write() calls its own
+/// at once when the socket has taken everything. Closing the socket ends the operation under way.
 class TlsStream {
 public:
     using error_code = boost::system::error_code;
@@ -49,14 +51,27 @@ public:
     std::size_t read_some(char *data, std::size_t size, error_code &error);
     /// After `would_block`: until it is worth to try again.
     void async_wait(Handler handler);
+    /// Until there may be something to read.
+    void async_wait_readable(Handler handler);
 
 private:
     struct Bio;
+    /// What a wait ended with and OpenSSL has not read yet. The system may write to it for as long
+    /// as the wait is under way, whatever becomes of the stream.
+    struct Arrived {
+        std::array<char, 4096> bytes;
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        /// What a read meets behind them; nothing when that must be asked.
+        error_code behind = boost::asio::error::would_block;
+    };
     using SslHandle = std::unique_ptr<SSL, OpenSslRelease<SSL_free>>;
 
     template <class Step>
     void run(Step step, Handler handler, bool first);
     error_code error_of(int result);
+    void async_receive(Handler handler);
+    std::size_t read_socket(char *data, std::size_t size);
     static int verify_certificate(int preverified, X509_STORE_CTX *store);
 
     Socket socket_;
@@ -65,6 +80,7 @@ private:
     error_code socket_error_; ///< of the last read or write
     Traffic traffic_;
     Socket::wait_type awaited_ = Socket::wait_read;
+    std::shared_ptr<Arrived> arrived_ = std::make_shared<Arrived>();
 };
 
 } // namespace kavro
