@@ -3,7 +3,6 @@
 
 using namespace conversation;
 namespace canary = hostile::canary;
-using broker_sim::Ending;
 
 namespace {
 
@@ -57,8 +56,6 @@ TEST(SecretAudit, AllWell) {
 
 TEST(SecretAudit, FaultsOfAnswers) {
     const broker_sim::Fault faults[] = {
-        {.match = {.request = "authenticate"}, .ending = Ending::fin, .at_byte = 20},
-        {.match = {.request = "authenticate"}, .ending = Ending::close, .at_byte = 300},
         {.match = {.request = "authenticate"}, .bad_xml = true},
         {.match = {.request = "allocate-resource"}, .bad_xml = true},
         {.match = {.request = "update-password"}, .status_line = "HTTP/1.1 500 No"},

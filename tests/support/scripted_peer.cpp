@@ -239,15 +239,47 @@ std::string http_ok(std::string_view body, std::string_view header_lines) {
     return answer += body;
 }
 
-Script welcome() {
-    static constexpr const char *hello =
-        R"(<kavro-client version="2.1"><hello-resp><brokers-info><broker-info>)"
-        "<product-name>Test broker</product-name><product-version>1</product-version>"
-        "<platform>Linux</platform><locale>en_US</locale><ip-address>127.0.0.1</ip-address>"
-        "<hostname>localhost</hostname></broker-info></brokers-info><next-authentication>"
-        "<method>AUTHENTICATION_NOT_REQUIRED</method></next-authentication>"
-        "</hello-resp></kavro-client>";
-    return {handshake(), expect_request(), send(http_ok(hello))};
+std::string broker_message(std::string_view content) {
+    return R"(<kavro-client version="2.1">)" + std::string(content) + "</kavro-client>";
+}
+
+std::string broker_answer(const std::string &request, std::string_view result_id,
+                          std::string_view content) {
+    std::string message = "<" + request + "-resp><result><result-id>";
+    message += result_id;
+    message += "</result-id><result-str>in words</result-str></result>";
+    message += content;
+    return broker_message(message + "</" + request + "-resp>");
+}
+
+std::string hello_answer(std::string_view next_authentication) {
+    std::string hello =
+        "<hello-resp><brokers-info><broker-info><product-name>Test broker</product-name>"
+        "<product-version>1</product-version><platform>Linux</platform><locale>en_US</locale>"
+        "<ip-address>127.0.0.1</ip-address><hostname>localhost</hostname></broker-info>"
+        "</brokers-info>";
+    hello += next_authentication.empty()
+                 ? "<next-authentication><method>AUTHENTICATION_NOT_REQUIRED</method>"
+                   "</next-authentication>"
+                 : next_authentication;
+    return broker_message(hello + "</hello-resp>");
+}
+
+Script after_request(Script steps) {
+    steps.insert(steps.begin(), {handshake(), expect_request()});
+    return steps;
+}
+
+Script answering(std::string_view body, std::string_view header_lines) {
+    return after_request({send(http_ok(body, header_lines))});
+}
+
+Script ending_with(std::string bytes) {
+    return after_request({send(std::move(bytes)), close_notify()});
+}
+
+Script welcome(std::string_view header_lines) {
+    return answering(hello_answer(), header_lines);
 }
 
 namespace {
