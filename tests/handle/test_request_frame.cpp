@@ -19,27 +19,8 @@ BrokerResult failed(eERROR_CODE code, std::string message = {}) {
     return {code, std::move(message), {}, {}};
 }
 
-/// Every request export, and what it asks of the protocol client.
-const std::pair<const char *, kavro_broker_result (*)(Handle)> requests[] = {
-    {"method", ask_method},
-    {"password", [](Handle h) { return kavro_broker_send_password(h, "u", "d", "p"); }},
-    {"dialog", [](Handle h) { return kavro_broker_send_auth_dialog(h, "ok", nullptr, 0); }},
-    {"oauth", [](Handle h) { return kavro_broker_send_oauth_code(h, "c"); }},
-    {"accept", [](Handle h) { return kavro_broker_send_accept_disclaimer(h, 1); }},
-    {"reject", [](Handle h) { return kavro_broker_send_accept_disclaimer(h, 0); }},
-    {"new password",
-     [](Handle h) { return kavro_broker_send_new_password(h, "u", "d", "old", "new", "new"); }},
-    {"securid", [](Handle h) { return kavro_broker_send_securid_auth(h, "u", "c"); }},
-    {"securid token", [](Handle h) { return kavro_broker_send_securid_token(h, "t"); }},
-    {"securid pin", [](Handle h) { return kavro_broker_send_securid_pinchange(h, "t", "1", "1"); }},
-    {"securid wait", kavro_broker_send_securid_wait},
-    {"list", list},
-    {"allocate", allocate},
-    {"operate", [](Handle h) { return kavro_broker_perform_desktop_operation(h, "d", 2); }},
-};
-
 TEST(RequestFrame, EveryRequestGreetsOnceAndConnectsForItself) {
-    for (const auto &[operation, run] : requests) {
+    for (const auto &[operation, run] : all_requests) {
         SCOPED_TRACE(operation);
         FakeHandle handle;
         EXPECT_EQ(run(handle), KAVRO_BROKER_OK);

@@ -1,15 +1,14 @@
 #include "hostile/fault_case.h"
 
-#include "hostile/canaries.h"
 #include "hostile/thread_log.h"
-#include "kavro_broker_extras.h"
-#include "refusing_port.h"
 #include "requests.h"
 #include "scripted_peer.h"
+#include "support/unreachable.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 namespace hostile {
 
@@ -27,34 +26,42 @@ const std::string demand =
     "</authentication-methods><dialog-parameters><fields><field><id>pin</id>"
     "<do-not-log>true</do-not-log></field></fields></dialog-parameters></next-authentication>";
 
-const std::string authenticated =
-    broker_answer("authenticate", "AUTH_SUCCESSFUL_AND_INCOMPLETE", demand);
-const std::string updated =
-    broker_answer("update-password", "PSWD_UPDATE_SUCCESSFUL_AUTH_INCOMPLETE", demand);
-const std::string listed = broker_answer(
-    "get-resource-list", "LIST_SUCCESSFUL",
-    "<resource><resource-name>Desk</resource-name><resource-id>d</resource-id>"
-    "<resource-type>DESKTOP</resource-type><resource-state>POWERED_ON</resource-state>"
-    "<protocols><protocol>KAVRO</protocol></protocols></resource>");
-const std::string allocated = broker_answer(
-    "allocate-resource", "ALLOC_SUCCESSFUL",
-    std::string("<target><ip-address>127.0.0.1</ip-address><hostname>h</hostname><port>1</port>"
-                "<session-id>1</session-id><connect-tag>") +
-        canary::connect_tag + "</connect-tag></target><gateway-ticket-info><gateway-ticket>" +
-        canary::ticket +
-        "</gateway-ticket><gt-creation-time>1</gt-creation-time>"
-        "<gt-expiry-time>2</gt-expiry-time></gateway-ticket-info>");
-const std::string operated = broker_answer("perform-operation", "OP_SUCCESSFUL");
+/// The broker's answers to requests by their names.
+std::map<std::string_view, std::string> answers() {
+    const std::string welcome_back =
+        broker_answer("authenticate", "AUTH_SUCCESSFUL_AND_INCOMPLETE", demand);
+    return {
+        {"hello", hello_answer(demand)},
+        {"password", welcome_back},
+        {"dialog", welcome_back},
+        {"oauth", welcome_back},
+        {"accept", welcome_back},
+        {"reject", welcome_back},
+        {"new password",
+         broker_answer("update-password", "PSWD_UPDATE_SUCCESSFUL_AUTH_INCOMPLETE", demand)},
+        {"list",
+         broker_answer("get-resource-list", "LIST_SUCCESSFUL",
+                       "<resource><resource-name>Desk</resource-name><resource-id>d</resource-id>"
+                       "<resource-type>DESKTOP</resource-type><resource-state>s</resource-state>"
+                       "<protocols><protocol>KAVRO</protocol></protocols></resource>")},
+        {"allocate",
+         broker_answer(
+             "allocate-resource", "ALLOC_SUCCESSFUL",
+             std::string("<target><ip-address>127.0.0.1</ip-address><hostname>h</hostname>"
+                         "<port>1</port><session-id>1</session-id><connect-tag>") +
+                 canary::connect_tag +
+                 "</connect-tag></target><gateway-ticket-info><gateway-ticket>" + canary::ticket +
+                 "</gateway-ticket><gt-creation-time>1</gt-creation-time>"
+                 "<gt-expiry-time>2</gt-expiry-time></gateway-ticket-info>")},
+        {"operate", broker_answer("perform-operation", "OP_SUCCESSFUL")},
+        {"bye", broker_message("<bye-resp/>")},
+    };
+}
 
 /// The broker is told the locale with the hello, so the next request begins with one.
 kavro_broker_result greet(Handle handle) {
     kavro_broker_set_locale(handle, "en_US");
     return list(handle);
-}
-
-kavro_broker_result answer_dialog(Handle handle) {
-    const kavro_broker_name_value field = {"pin", canary::pin};
-    return kavro_broker_send_auth_dialog(handle, "ok", &field, 1);
 }
 
 bool connecting(const Case &fault) {
@@ -146,51 +153,23 @@ std::string name_of(const Case &fault) {
 } // namespace
 
 const std::vector<Request> &requests() {
-    using namespace canary;
-    constexpr auto missing = KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
-    static const std::vector<Request> all = {
-        {.name = "list", .send = list, .answer = listed},
-        {.name = "hello", .send = greet, .answer = hello_answer(demand), .greets_after = true},
-        {.name = "authentication method", .send = ask_method, .answer = {}},
-        {"password",
-         [](Handle h) { return kavro_broker_send_password(h, user, "EXAMPLE", password); },
-         authenticated},
-        {"dialog", answer_dialog, authenticated},
-        {"OAuth code", [](Handle h) { return kavro_broker_send_oauth_code(h, oauth_code); },
-         authenticated},
-        {"disclaimer", [](Handle h) { return kavro_broker_send_accept_disclaimer(h, 1); },
-         authenticated},
-        {"new password",
-         [](Handle h) {
-             return kavro_broker_send_new_password(h, user, "EXAMPLE", password, new_password,
-                                                   new_password);
-         },
-         updated},
-        {"SecurID",
-         [](Handle h) { return kavro_broker_send_securid_auth(h, user, pin); },
-         {},
-         missing},
-        {"SecurID token",
-         [](Handle h) { return kavro_broker_send_securid_token(h, pin); },
-         {},
-         missing},
-        {"SecurID PIN",
-         [](Handle h) { return kavro_broker_send_securid_pinchange(h, pin, pin, pin); },
-         {},
-         missing},
-        {"SecurID wait", [](Handle h) { return kavro_broker_send_securid_wait(h); }, {}, missing},
-        {"allocation", allocate, allocated},
-        {"power",
-         [](Handle h) {
-             return kavro_broker_perform_desktop_operation(h, "d", KAVRO_BROKER_OPERATION_POWER_UP);
-         },
-         operated},
-        {.name = "log-out",
-         .send = [](Handle h) { return kavro_broker_clear_session(h); },
-         .answer = broker_message("<bye-resp/>"),
-         .fails = false,
-         .greets_after = true},
-    };
+    static const std::vector<Request> all = [] {
+        auto answer = answers();
+        std::vector<Request> made;
+        for (const auto &[name, send] : all_requests) {
+            const bool missing = std::string_view(name).starts_with("securid");
+            made.push_back({name, send, answer[name],
+                            missing ? KAVRO_BROKER_ERR_NOT_IMPLEMENTED : KAVRO_BROKER_OK});
+        }
+        made.push_back(
+            {.name = "hello", .send = greet, .answer = answer["hello"], .greets_after = true});
+        made.push_back({.name = "bye",
+                        .send = kavro_broker_clear_session,
+                        .answer = answer["bye"],
+                        .fails = false,
+                        .greets_after = true});
+        return made;
+    }();
     return all;
 }
 

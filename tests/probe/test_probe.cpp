@@ -1,7 +1,7 @@
 #include "probe_test.h"
 
 #include "regcode/table_folder.h"
-#include "support/refusing_port.h"
+#include "support/unreachable.h"
 #include "transport/io_names.h"
 
 #include <boost/asio/ip/host_name.hpp>

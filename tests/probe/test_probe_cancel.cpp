@@ -1,6 +1,6 @@
 #include "probe_test.h"
 
-#include "support/full_backlog.h"
+#include "support/unreachable.h"
 #include "transport/io_names.h"
 
 #include <atomic>

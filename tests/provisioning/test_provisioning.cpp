@@ -1,8 +1,7 @@
 #include "captured_log.h"
-#include "support/full_backlog.h"
-#include "support/refusing_port.h"
 #include "support/requests.h"
 #include "support/scripted_peer.h"
+#include "support/unreachable.h"
 #include "transport/io_names.h"
 
 #include <gtest/gtest.h>
@@ -258,7 +257,7 @@ TEST_F(Provisioning, LookUpsAndConnectsThatNobodyAnswersDoNotHoldIt) {
         NameResolver::BlockingLookup lookup;
     } rows[] = {
         {"server.test", "443", silent.lookup()},
-        {"127.0.0.1", std::to_string(full.endpoint().port()), NameResolver::system_lookup},
+        {"127.0.0.1", full.port(), NameResolver::system_lookup},
     };
     for (const auto &row : rows) {
         TlsExchange late(tls, 200ms, {}, row.lookup);

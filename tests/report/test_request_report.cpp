@@ -1,8 +1,8 @@
 #include "conversation/short_deadlines.h"
 #include "handle/fake_client.h"
 #include "json_writer.h"
-#include "support/refusing_port.h"
 #include "support/scripted_peer.h"
+#include "support/unreachable.h"
 
 #include <nlohmann/json.hpp>
 

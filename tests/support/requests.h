@@ -1,7 +1,9 @@
 #pragma once
 
 #include "broker_client_impl.h"
+#include "canaries.h"
 #include "kavro/src/kavro_broker_client.h"
+#include "kavro_broker_extras.h"
 
 #include <gtest/gtest.h>
 
@@ -54,5 +56,42 @@ inline kavro_broker_result allocate(Handle handle) {
     kavro_broker_free_desktop_connection_info(target);
     return result;
 }
+
+struct NamedRequest {
+    const char *name;
+    kavro_broker_result (*send)(Handle);
+};
+
+/// Every request export but the log-out, by what the protocol client is asked for.
+inline const NamedRequest all_requests[] = {
+    {"list", list},
+    {"method", ask_method},
+    {"password",
+     [](Handle h) {
+         return kavro_broker_send_password(h, canary::user, "EXAMPLE", canary::password);
+     }},
+    {"dialog",
+     [](Handle h) {
+         const kavro_broker_name_value field = {"pin", canary::pin};
+         return kavro_broker_send_auth_dialog(h, "ok", &field, 1);
+     }},
+    {"oauth", [](Handle h) { return kavro_broker_send_oauth_code(h, canary::oauth_code); }},
+    {"accept", [](Handle h) { return kavro_broker_send_accept_disclaimer(h, 1); }},
+    {"reject", [](Handle h) { return kavro_broker_send_accept_disclaimer(h, 0); }},
+    {"new password",
+     [](Handle h) {
+         return kavro_broker_send_new_password(h, canary::user, "EXAMPLE", canary::password,
+                                               canary::new_password, canary::new_password);
+     }},
+    {"securid", [](Handle h) { return kavro_broker_send_securid_auth(h, canary::user, "1"); }},
+    {"securid token", [](Handle h) { return kavro_broker_send_securid_token(h, canary::pin); }},
+    {"securid pin",
+     [](Handle h) {
+         return kavro_broker_send_securid_pinchange(h, "1", canary::pin, canary::pin);
+     }},
+    {"securid wait", kavro_broker_send_securid_wait},
+    {"allocate", allocate},
+    {"operate", [](Handle h) { return kavro_broker_perform_desktop_operation(h, "d", 2); }},
+};
 
 } // namespace test_support

@@ -1,6 +1,6 @@
 #include "io_client.h"
 #include "io_names.h"
-#include "refusing_port.h"
+#include "support/unreachable.h"
 
 namespace kavro {
 

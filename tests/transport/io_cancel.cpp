@@ -1,6 +1,6 @@
-#include "full_backlog.h"
 #include "io_client.h"
 #include "io_names.h"
+#include "support/unreachable.h"
 
 #include <thread>
 

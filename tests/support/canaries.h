@@ -8,7 +8,7 @@
 // Secrets that a log must not show. All of them begin with the same word, so that one search finds
 // each of them, escaped for XML or for an address or not.
 
-namespace hostile::canary {
+namespace canary {
 
 inline constexpr const char *user = "canary-user";
 inline constexpr const char *password = "canary-password&amp;1";
@@ -37,4 +37,4 @@ inline std::string line_with_secret(const std::string &log) {
     return {};
 }
 
-} // namespace hostile::canary
+} // namespace canary
