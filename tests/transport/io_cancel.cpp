@@ -32,16 +32,31 @@ private:
     std::thread thread_;
 };
 
-/// Look-ups, connects, handshakes and answers are cancelled through the public interface.
+/// The handshake and the wait for an answer are cancelled through the public interface.
 class CancelTest : public TransportTest {};
 
 } // namespace
 
-TEST_F(CancelTest, EndsTheLookUpOfADesktop) {
+TEST_F(CancelTest, EndsTheLookUp) {
     const SilentNames silent;
     Client client(silent.lookup());
-    const Canceller canceller(client, [&] { silent.wait_for_lookups(1); });
+    {
+        const Canceller canceller(client, [&] { silent.wait_for_lookups(1); });
+        EXPECT_EQ(connect(client, "broker.test:443", true).result.result, ConnectCode::cancelled);
+    }
+    const Canceller canceller(client, [&] { silent.wait_for_lookups(2); });
     EXPECT_EQ(resolve(client, "desktop.test").result, "");
+}
+
+TEST_F(CancelTest, EndsTheTcpConnect) {
+    const FullBacklog silent;
+    Client client;
+    const auto outcome = drive<ConnectResult>(client, [&](auto handler) {
+        client.connect("127.0.0.1", true, handler, ample, silent.port());
+        client.cancel();
+    });
+    EXPECT_EQ(outcome.result.result, ConnectCode::cancelled);
+    EXPECT_LT(outcome.took, margin);
 }
 
 TEST_F(CancelTest, EndsTheWriting) {
