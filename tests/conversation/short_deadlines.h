@@ -1,8 +1,7 @@
 #pragma once
 
-#include "broker_client_impl.h"
 #include "conversation/conversation.h"
-#include "kavro/src/kavro_broker_client.h"
+#include "support/requests.h"
 
 #include <chrono>
 #include <thread>
@@ -18,11 +17,7 @@ constexpr auto margin = 2s;
 /// A handle whose requests have this long instead of half a minute.
 inline kavro_broker_handle handle_with_deadline(std::chrono::milliseconds deadline) {
     Log::start();
-    auto handle = std::make_unique<broker_client_impl>();
-    handle->create(
-        KAVRO_BROKER_TYPE_KAVRO,
-        kavro::BrokerClientHandle(new kavro::cKAVRO_BROKER_CLIENT({deadline, deadline})));
-    return handle.release();
+    return test_support::new_handle(deadline).release();
 }
 
 inline std::chrono::milliseconds since(Clock::time_point start) {

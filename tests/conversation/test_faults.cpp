@@ -1,9 +1,11 @@
 #include "conversation/conversation.h"
+#include "support/repeated.h"
 #include "system.h"
 
 using namespace conversation;
 using broker_sim::Override;
 using broker_sim::Scenario;
+using test_support::repeated;
 
 namespace {
 
@@ -16,13 +18,6 @@ Scenario open_door() {
 std::string answer(const std::string &body, const std::string &headers = {}) {
     return "HTTP/1.1 200 OK\r\n" + headers + "Content-Length: " + std::to_string(body.size()) +
            "\r\n\r\n" + body;
-}
-
-std::string repeated(const std::string &text, std::size_t times) {
-    std::string all;
-    for (std::size_t i = 0; i < times; ++i)
-        all += text;
-    return all;
 }
 
 TEST(Faults, WhatABrokerCanMakeUsHoldIsLimited) {

@@ -19,12 +19,6 @@ void *allocate(std::size_t size) {
     return fails() ? nullptr : std::malloc(size != 0 ? size : 1);
 }
 
-void *allocate_or_throw(std::size_t size) {
-    if (void *memory = allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
 /// OpenSSL lets its memory functions be replaced before it has allocated anything, which it does in
 /// constructors of static objects already.
 [[gnu::constructor(101)]] void replace_functions_of_openssl() {
@@ -39,28 +33,19 @@ void *allocate_or_throw(std::size_t size) {
 
 } // namespace
 
+// The operators for arrays are the standard library's, which calls these.
 void *operator new(std::size_t size) {
-    return allocate_or_throw(size);
-}
-void *operator new[](std::size_t size) {
-    return allocate_or_throw(size);
+    if (void *memory = allocate(size))
+        return memory;
+    throw std::bad_alloc();
 }
 void *operator new(std::size_t size, const std::nothrow_t &) noexcept {
-    return allocate(size);
-}
-void *operator new[](std::size_t size, const std::nothrow_t &) noexcept {
     return allocate(size);
 }
 void operator delete(void *memory) noexcept {
     std::free(memory);
 }
-void operator delete[](void *memory) noexcept {
-    std::free(memory);
-}
 void operator delete(void *memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void *memory, std::size_t) noexcept {
     std::free(memory);
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include "broker_client_impl.h"
+#include "requests.h"
 
-#include <memory>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 // Every request of the public interface, and every way in which the network can spoil it.
@@ -36,19 +34,12 @@ struct Case {
 };
 
 std::vector<Case> all_cases();
-std::string name_of(const Case &fault);
-/// The result, or the two between which chance decides.
-std::vector<kavro_broker_result> expected(const Case &fault);
-/// Part of a line that the log must have; empty when it need not say anything.
-std::string_view log_sentence(const Case &fault);
 
-using OwnedHandle = std::unique_ptr<broker_client_impl, decltype(&kavro_broker_free)>;
-
-/// A handle of short deadlines.
-OwnedHandle new_handle();
+/// The shortest that an allocation can be given; all other requests have as long.
+constexpr std::chrono::seconds deadline{1};
 
 /// Runs the cases one after the other against a broker of their own, and after each a good request.
 /// Whatever is not as expected fails the test.
-void run_cases(broker_client_impl &handle, std::span<const Case> faults);
+void run_cases(const test_support::OwnedHandle &handle, std::span<const Case> faults);
 
 } // namespace hostile

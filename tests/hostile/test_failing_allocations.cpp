@@ -1,9 +1,7 @@
 #include "conversation/short_deadlines.h"
 #include "hostile/failing_allocation.h"
 #include "hostile/rounds.h"
-#include "regcode/registration_code.h"
-#include "regcode/table_cache.h"
-#include "system.h"
+#include "regcode/table_folder.h"
 
 #include <algorithm>
 #include <functional>
@@ -117,18 +115,14 @@ TEST(FailingAllocations, NeverMakeAStrangerTrusted) {
 }
 
 TEST(FailingAllocations, OfALookUpInTheTable) {
-    const auto folder = test_support::fresh_folder();
     Conversation talk(without_authentication());
-    kavro::write_table_cache(folder.string(), R"({"CODE": ")" + talk.broker.address() + R"("})");
-    kavro::set_cache_location(folder.string());
+    const kavro::TableFolder table(R"({"CODE": ")" + talk.broker.address() + R"("})");
     kavro_broker_set_broker_variant(talk.handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
     kavro_broker_set_broker_address(talk.handle, "CODE",
                                     std::to_string(talk.broker.port()).c_str());
     const auto act = [&talk] { return talk.list(); };
     EXPECT_EQ(act(), KAVRO_BROKER_OK);
     EXPECT_GT(sweep(act, act)[KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED], 5);
-    kavro::set_cache_location({});
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

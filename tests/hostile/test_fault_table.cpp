@@ -26,7 +26,7 @@ TEST(FaultTable, EveryRequestByEveryFaultAtEveryMoment) {
     for (std::size_t i = 0; i < threads; ++i) {
         workers.emplace_back([&] {
             for (std::size_t at; (at = next.fetch_add(block)) < cases.size();)
-                run_cases(*new_handle(),
+                run_cases(test_support::new_handle(deadline),
                           std::span(cases).subspan(at, std::min(block, cases.size() - at)));
         });
     }

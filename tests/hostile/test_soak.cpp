@@ -39,14 +39,14 @@ TEST(Soak, NeitherMemoryNorDescriptorsGrow) {
     const test_support::TrustedCa trust;
     ThreadLog::install();
     Chance chance;
-    const OwnedHandle handle = new_handle();
+    const auto handle = test_support::new_handle(deadline);
     for (int warm_up = 0; warm_up < 4; ++warm_up)
-        run_cases(*handle, chance.take(block));
+        run_cases(handle, chance.take(block));
     const auto descriptors = test_support::open_descriptors();
     const auto memory = mallinfo2().uordblks;
     const int rounds = hostile::rounds(400);
     for (int done = 0; done < rounds && !testing::Test::HasFailure(); done += block)
-        run_cases(*handle, chance.take(block));
+        run_cases(handle, chance.take(block));
     const auto grown = std::ptrdiff_t(mallinfo2().uordblks) - std::ptrdiff_t(memory);
     std::cout << rounds << " requests: memory in use " << memory << " bytes and then " << grown
               << " more, " << descriptors << " descriptors and then "

@@ -1,8 +1,11 @@
-#include "conversation/short_deadlines.h"
+#include "broker_sim.h"
 #include "hostile/failing_allocation.h"
 #include "hostile/masked_text.h"
 #include "hostile/rounds.h"
 #include "hostile/thread_log.h"
+#include "kavro_broker_extras.h"
+#include "support/requests.h"
+#include "support/scripted_peer.h"
 
 #include <openssl/crypto.h>
 
@@ -13,7 +16,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using namespace conversation;
+using namespace test_support;
+using namespace std::chrono_literals;
 using broker_sim::Ending;
 using broker_sim::Scenario;
 using hostile::MaskedText;
@@ -105,30 +109,23 @@ Scenario scenario_of(const Row &row) {
     if (!row.answer.empty())
         answer.raw = row.answer;
     if (row.echo)
-        answer.body = "<kavro-client version=\"2.1\"><x><password>" + std::string(Plain(password)) +
-                      "</password></x></kavro-client>";
+        answer.body =
+            broker_message("<x><password>" + std::string(Plain(password)) + "</password></x>");
     scenario.overrides = {answer};
     return scenario;
 }
 
 std::vector<Row> rows() {
+    constexpr auto mangled = KAVRO_BROKER_ERR_MANGLED_RESPONSE;
+    constexpr auto lost = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
     std::vector<Row> all = {
         {"all well", KAVRO_BROKER_OK},
         {"a request that is no XML", KAVRO_BROKER_ERR_PROTOCOL_GENERIC, {}, {}, "al<ice"},
-        {"no HTTP", KAVRO_BROKER_ERR_MANGLED_RESPONSE, {}, "220 mail.test ESMTP\r\n\r\n"},
-        {"no XML",
-         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
-         {},
-         "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n<"},
-        {"an answer that says the password",
-         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
-         {},
-         {},
-         "alice",
-         true},
+        {"no HTTP", mangled, {}, "220 mail.test ESMTP\r\n\r\n"},
+        {"no XML", mangled, {}, http_ok("<")},
+        {"an answer that says the password", mangled, {}, {}, "alice", true},
         {"wrong status", KAVRO_BROKER_ERR_HTTP_NOT_OK, {}, "HTTP/1.1 500 No\r\n\r\n"},
     };
-    const auto lost = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
     for (const std::size_t byte : {0, 20, 300}) {
         all.push_back(
             {"silence", KAVRO_BROKER_ERR_TIMEOUT, {.ending = Ending::stall, .at_byte = byte}});
@@ -139,7 +136,7 @@ std::vector<Row> rows() {
 }
 
 /// After each request that carried a secret, memory is searched; the handle is still there.
-void speak_secrets(kavro_broker_handle handle, const Row &row) {
+void speak_secrets(Handle handle, const Row &row) {
     EXPECT_EQ(kavro_broker_send_password(handle, row.user, "EXAMPLE", Plain(password)), row.result);
     EXPECT_EQ(password.copies_in_memory(), 0u) << "password";
     kavro_broker_send_oauth_code(handle, Plain(oauth_code));
@@ -162,25 +159,20 @@ struct Talk {
     explicit Talk(const Row &row)
         : broker([&row] { return scenario_of(row); }),
           trust(broker.authority),
-          handle(handle_with_deadline(300ms)) {
+          handle(new_handle(300ms, broker.port)) {
         hostile::ThreadLog::install();
-        kavro_broker_set_broker_address(handle, "127.0.0.1", broker.port.c_str());
-        kavro_broker_set_client_info(handle, "test client", "1", "Linux");
     }
-    ~Talk() { kavro_broker_free(handle); }
-    Talk(const Talk &) = delete;
-    Talk &operator=(const Talk &) = delete;
 
     BrokerProcess broker;
-    test_support::TrustedCa trust;
-    kavro_broker_handle handle;
+    TrustedCa trust;
+    OwnedHandle handle;
 };
 
 TEST(WipedMemory, HoldsNoSecretAfterARequest) {
     for (const Row &row : rows()) {
         SCOPED_TRACE(row.what);
         const Talk talk(row);
-        speak_secrets(talk.handle, row);
+        speak_secrets(talk.handle.get(), row);
     }
 }
 
@@ -194,7 +186,7 @@ TEST(WipedMemory, HoldsNoSecretAfterARequestThatRanOutOfMemory) {
     for (std::size_t nth = 1; happened; nth += step) {
         {
             const hostile::FailingAllocation failing(nth);
-            kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", plain);
+            kavro_broker_send_password(talk.handle.get(), "alice", "EXAMPLE", plain);
             happened = failing.happened();
         }
         places += password.copies_in_memory() != own;

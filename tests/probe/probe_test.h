@@ -16,10 +16,6 @@ using namespace test_support;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 
-inline Script answers(std::string_view xml) {
-    return {handshake(), expect_request(), send(http_ok(xml))};
-}
-
 /// What a search tells its caller: "KAVR 443", with the address behind it for a registration code;
 /// or the result's number, when the outputs are left alone as they should be.
 inline std::string find(broker_query_impl &finder, const std::string &address,

@@ -1,7 +1,7 @@
 #include "probe_test.h"
 
-#include "support/full_backlog.h"
-#include "transport/io_silent_names.h"
+#include "support/unreachable.h"
+#include "transport/io_names.h"
 
 #include <atomic>
 #include <future>
@@ -21,7 +21,7 @@ TEST(CancelFindType, EndsTheSearchWhateverItWaitsFor) {
     const SilentNames names;
     const FullBacklog backlog;
     const ScriptedPeer no_handshake({{expect_bytes(1), stall()}});
-    const ScriptedPeer no_answer({{handshake(), expect_request(), stall()}});
+    const ScriptedPeer no_answer({after_request({stall()})});
     const auto is_asked = [](const ScriptedPeer &peer) {
         peer.wait_for(0, [](const PeerRecord &seen) { return !seen.received.empty(); });
     };
@@ -59,7 +59,7 @@ TEST(CancelFindType, EndsTheSearchWhateverItWaitsFor) {
 /// comes before the search has begun is forgotten.
 TEST(CancelFindType, AtAnyMomentIsEitherInTimeOrWithoutEffect) {
     const CapturedLog log;
-    const ScriptedPeer peer({{handshake(), expect_request(), rst()}});
+    const ScriptedPeer peer({after_request({rst()})});
     broker_query_impl finder;
     std::mt19937 random(20261122);
     for (int round = 0; round < 24; ++round) {

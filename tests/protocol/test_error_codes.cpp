@@ -41,8 +41,8 @@ TEST(ErrorCodes, MethodsAndVerdictsHavePublicValues) {
 TEST(ErrorCodesDeathTest, WhatHasNoPublicValueIsAProgrammingError) {
     for (const std::uint32_t code : {34u, 47u, 49u, 58u, 0x7FFFFFFFu}) {
         expect_abort([code] { broker_convert_error(code); },
-                     "\\[3\\] broker_convert_error: Unknown error code \\(" + std::to_string(code) +
-                         "\\) coming from ConnectionBrokerClient",
+                     "\\(0, 3, 0\\) broker_convert_error: Unknown error code \\(" +
+                         std::to_string(code) + "\\) coming from ConnectionBrokerClient",
                      "broker_convert_error");
     }
     for (const int method : {-1, 12}) {

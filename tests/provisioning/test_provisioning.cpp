@@ -1,7 +1,8 @@
-#include "provisioning_test.h"
-#include "support/full_backlog.h"
-#include "support/refusing_port.h"
-#include "transport/io_silent_names.h"
+#include "captured_log.h"
+#include "support/requests.h"
+#include "support/scripted_peer.h"
+#include "support/unreachable.h"
+#include "transport/io_names.h"
 
 #include <gtest/gtest.h>
 #include <openssl/ssl.h>
@@ -11,14 +12,49 @@
 namespace kavro {
 namespace {
 
+using namespace test_support;
+using namespace std::chrono_literals;
+
 constexpr auto ok = KAVRO_BROKER_OK;
 constexpr auto mangled = KAVRO_BROKER_ERR_MANGLED_RESPONSE;
 constexpr auto too_late = KAVRO_BROKER_ERR_SESSION_PROVISION_TIMEOUT;
 constexpr auto failed = KAVRO_BROKER_ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED;
 
-Script answering(std::string bytes) {
-    return {handshake(), expect_request(), send(std::move(bytes)), close_notify()};
+/// The provisioning server's answer.
+std::string provisioned(const std::string &id = "SESSION_PROVISION_SUCCESSFUL") {
+    return broker_answer(
+        "session-provision", id,
+        "<target><ip-address>localhost</ip-address><hostname>vm.test</hostname><port>4172</port>"
+        "<session-id>7</session-id><connect-tag>0123456789abcdef</connect-tag></target>");
 }
+
+/// A `provision-info`.
+std::string description(const std::string &address, const std::string &port,
+                        const std::string &leaf = {}) {
+    return "<provision-info><provisioner><provisioning-scheme>s</provisioning-scheme><ip-address>" +
+           address + "</ip-address><port>" + port + "</port><leaf-certificate>" + leaf +
+           "</leaf-certificate><provisioning-variables><variable><name>n</name><value>TICKET"
+           "</value></variable><variable><name>n</name><value>OTHER</value></variable></"
+           "provisioning-variables></provisioner>"
+           "</provision-info>";
+}
+
+/// A client with that long for its provisioning, and a broker that answers its allocation so.
+struct Allocation {
+    explicit Allocation(const std::string &allocation, std::chrono::milliseconds timeout = 10s)
+        : broker({welcome("Set-Cookie: b=second; Path=/\r\nSet-Cookie: a=first; Path=/\r\n"),
+                  answering(broker_answer("allocate-resource", "ALLOC_SUCCESSFUL", allocation))}),
+          handle(new_handle(10s, broker.port(), timeout)) {
+        kavro_broker_set_timezone(handle.get(), "W. Europe Standard Time");
+        CapturedLog::lines().clear();
+    }
+    kavro_broker_result run() const { return allocate(handle.get()); }
+    const std::string &message() const { return handle->last_error_message; }
+
+    TrustedCa trusted;
+    ScriptedPeer broker;
+    const OwnedHandle handle;
+};
 
 /// XML without any element of that name: it has another one.
 std::string without(std::string xml, const std::string &name) {
@@ -64,15 +100,15 @@ TEST_F(Provisioning, TlsOptionsAreExactlyThese) {
 }
 
 TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
-    const ScriptedPeer server({answering(http_ok(provisioned()))},
-                              {.identity = self_signed_server({"x"})});
+    const ScriptedPeer server({answering(provisioned())}, {.identity = self_signed_server({"x"})});
     Allocation allocation(description("127.0.0.1", server.port()));
     EXPECT_EQ(allocation.run(), ok) << allocation.message();
-    const std::string &address = allocation.connection().target_address;
+    const std::string &address = allocation.handle->connection.target_address;
     EXPECT_TRUE(address == "127.0.0.1" || address == "::1") << address; // it was "localhost"
     EXPECT_EQ(server.connection_count(), 1u);
     const std::string request(session_provision_request(
-        "127.0.0.1", {"first", "TICKET", allocation.log_id(), "W. Europe Standard Time", "en_US"}));
+        "127.0.0.1", {"first", "TICKET", allocation.handle->protocol->get_client_log_id(),
+                      "W. Europe Standard Time", "en_US"}));
     EXPECT_EQ(server.record(0).received, request);
     for (const std::string &line : {"Session provisioner info ==> scheme=s, ip=127.0.0.1, port=" +
                                         server.port() + ", aws-gateway-ticket=TICKET, leaf-cert= ",
@@ -97,7 +133,6 @@ TEST_F(Provisioning, EveryMissingElementOfTheDescriptionIsReported) {
 
 TEST_F(Provisioning, AnswersAndTheirResults) {
     const std::string good = provisioned();
-    const auto telling = [](const std::string &xml) { return answering(http_ok(xml)); };
     constexpr const char *unread = "Failed to get provision result: ";
     const struct {
         const char *what;
@@ -105,20 +140,20 @@ TEST_F(Provisioning, AnswersAndTheirResults) {
         kavro_broker_result result;
         const char *message = "";
     } rows[] = {
-        {"byte by byte", {handshake(), expect_request(), send_split(http_ok(good), 1)}, ok},
-        {"no length", answering("HTTP/1.1 200 OK\r\n\r\n" + good), ok},
-        {"XML alone", answering(good), ok},
+        {"byte by byte", after_request({send_split(http_ok(good), 1)}), ok},
+        {"no length", ending_with("HTTP/1.1 200 OK\r\n\r\n" + good), ok},
+        {"XML alone", ending_with(good), ok},
         {"no TLS", {expect_bytes(1), fin()}, failed, "Handshake failed: "},
-        {"reset", {handshake(), expect_request(), rst()}, failed, unread},
-        {"status 500", answering("HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n"), failed, unread},
-        {"no XML", telling("<a>"), failed, "The provision result is no XML"},
-        {"no root", telling("<broker/>"), failed, "Could not find kavro-client tag"},
-        {"no element", telling("<?xml version=\"1.0\"?>\n"), failed,
+        {"reset", after_request({rst()}), failed, unread},
+        {"status 500", ending_with("HTTP/1.1 500 No\r\nContent-Length: 0\r\n\r\n"), failed, unread},
+        {"no XML", answering("<a>"), failed, "The provision result is no XML"},
+        {"no root", answering("<broker/>"), failed, "Could not find kavro-client tag"},
+        {"no element", answering("<?xml version=\"1.0\"?>\n"), failed,
          "Could not find kavro-client tag"},
-        {"no result", telling(without(good, "result")), failed, "Could not find result tag"},
-        {"another id", telling(provisioned("session_provision_successful")), failed,
+        {"no result", answering(without(good, "result")), failed, "Could not find result tag"},
+        {"another id", answering(provisioned("session_provision_successful")), failed,
          "Session provisioning failed: session_provision_successful in words"},
-        {"no connect tag", telling(without(good, "connect-tag")), mangled},
+        {"no connect tag", answering(without(good, "connect-tag")), mangled},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
@@ -168,7 +203,7 @@ TEST_F(Provisioning, TheServerMustShowTheAnnouncedCertificate) {
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
-        const ScriptedPeer server({answering(http_ok(provisioned()))}, {.identity = identity});
+        const ScriptedPeer server({answering(provisioned())}, {.identity = identity});
         Allocation allocation(description("127.0.0.1", server.port(), row.leaf));
         EXPECT_EQ(allocation.run(), row.result) << allocation.message();
         EXPECT_EQ(server.record(0).requests.size(), row.result == ok ? 1u : 0u);
@@ -177,9 +212,8 @@ TEST_F(Provisioning, TheServerMustShowTheAnnouncedCertificate) {
 }
 
 TEST_F(Provisioning, EndsInTimeOrOnCancelWhereverTheServerFallsSilent) {
-    for (const Script &script :
-         {Script{expect_bytes(1), stall()}, Script{handshake(), expect_request(), stall()},
-          Script{handshake(), expect_request(), drip(http_ok(provisioned()), 1, 50ms)}}) {
+    for (const Script &script : {Script{expect_bytes(1), stall()}, after_request({stall()}),
+                                 after_request({drip(http_ok(provisioned()), 1, 50ms)})}) {
         const ScriptedPeer server({script});
         Allocation slow(description("127.0.0.1", server.port()), 300ms);
         auto start = std::chrono::steady_clock::now();
@@ -192,7 +226,7 @@ TEST_F(Provisioning, EndsInTimeOrOnCancelWhereverTheServerFallsSilent) {
         std::thread canceller([&] {
             server.wait_for(1, [](const PeerRecord &seen) { return !seen.received.empty(); });
             start = std::chrono::steady_clock::now();
-            cancelled.cancel();
+            kavro_broker_cancel(cancelled.handle.get());
         });
         EXPECT_EQ(cancelled.run(), KAVRO_BROKER_ERR_CANCELLED);
         canceller.join();
@@ -223,7 +257,7 @@ TEST_F(Provisioning, LookUpsAndConnectsThatNobodyAnswersDoNotHoldIt) {
         NameResolver::BlockingLookup lookup;
     } rows[] = {
         {"server.test", "443", silent.lookup()},
-        {"127.0.0.1", std::to_string(full.endpoint().port()), NameResolver::system_lookup},
+        {"127.0.0.1", full.port(), NameResolver::system_lookup},
     };
     for (const auto &row : rows) {
         TlsExchange late(tls, 200ms, {}, row.lookup);

@@ -13,29 +13,39 @@
 
 namespace kavro {
 
-/// A cache location of the test's own.
-class TableFolder : public testing::Test {
-protected:
-    TableFolder() { set_cache_location(folder_.string()); }
-    ~TableFolder() override {
+/// The cache location, with a table in it, for as long as it lives.
+class TableFolder {
+public:
+    explicit TableFolder(const std::string &json) {
+        write(json);
+        set_cache_location(path());
+    }
+    ~TableFolder() {
         set_cache_location({});
         std::filesystem::remove_all(folder_);
     }
+    TableFolder(const TableFolder &) = delete;
+    TableFolder &operator=(const TableFolder &) = delete;
 
-    std::string folder() const { return folder_.string(); }
-    std::string cache_file() const { return folder() + "/conversion_table.dat"; }
-    std::string cached_bytes() const {
-        std::ifstream file(cache_file(), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
+    std::string path() const { return folder_.string(); }
+    std::string file() const { return path() + "/conversion_table.dat"; }
+    void write(const std::string &json) const { write_table_cache(path(), json); }
+    std::string bytes() const {
+        std::ifstream in(file(), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), {});
     }
+
+private:
+    const std::filesystem::path folder_ = test_support::fresh_folder();
+};
+
+struct TableTest : testing::Test {
     static std::string convert(const std::string &code) {
         return convert_registration_code("https://" + code);
     }
 
-    CapturedLog log_;
-
-private:
-    const std::filesystem::path folder_ = test_support::fresh_folder();
+    CapturedLog log;
+    TableFolder table{R"({"ABC": "old"})"};
 };
 
 } // namespace kavro

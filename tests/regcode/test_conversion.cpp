@@ -1,23 +1,18 @@
+#include "support/repeated.h"
 #include "table_folder.h"
 
 namespace kavro {
 namespace {
 
+using test_support::repeated;
+
 constexpr std::size_t most = 16 * 1024 * 1024;
 
-class Conversion : public TableFolder {
-protected:
+struct Conversion : TableTest {
     void put_bytes(std::string_view bytes) const {
-        std::ofstream(cache_file(), std::ios::binary) << bytes;
+        std::ofstream(table.file(), std::ios::binary) << bytes;
     }
 };
-
-std::string repeated(std::string_view text, int times) {
-    std::string all;
-    for (int i = 0; i < times; ++i)
-        all += text;
-    return all;
-}
 
 /// A table that says ABC is "right" and has something else in it, `depth` deep.
 std::string with_nested(int depth) {
@@ -28,28 +23,20 @@ std::string with_nested(int depth) {
 } // namespace
 
 TEST_F(Conversion, LooksUpWhatStandsBeforeThePlusSign) {
-    write_table_cache(folder(), R"( {"ABC": "broker.example:443", "a": {"b": "nested", "": "?"},
+    table.write(R"( {"ABC": "broker.example:443", "a": {"b": "nested", "": "?"},
         "list": ["x"], "{[": "brackets", "twice": "first", "twice": "second",
         "line": "two\nlines", "quote\"": "quote"})");
-    const struct {
-        std::string code;
-        std::string address;
-    } rows[] = {
-        {"ABC", "broker.example:443"},
-        {"ABC+xyz+", "broker.example:443"},
-        {"abc", ""},
-        {"", ""},
-        {"a.b+c", "nested"},
-        {"a", ""},
-        {"quote\"", "quote"},
-        {"list", ""},
-        {"twice", "first"},
-        {"line", "two\nlines"},
-        {std::string("ABC\0", 4), ""},
-        {std::string(1'000'000, '.'), ""},
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
+        {"broker.example:443", {"ABC", "ABC+xyz+"}},
+        {"nested", {"a.b+c"}},
+        {"quote", {"quote\""}},
+        {"first", {"twice"}},
+        {"two\nlines", {"line"}},
+        {"", {"abc", "", "a", "list", std::string("ABC\0", 4), std::string(1'000'000, '.')}},
     };
-    for (const auto &row : rows)
-        EXPECT_EQ(convert(row.code), row.address) << row.code.substr(0, 20);
+    for (const auto &[address, codes] : rows)
+        for (const std::string &code : codes)
+            EXPECT_EQ(convert(code), address) << code.substr(0, 20);
     const LogLine found{KAVRO_BROKER_LOG_CATEGORY_DISCOVERY, KAVRO_BROKER_LOG_INFO, 0,
                         "Found AWS broker address=broker.example:443"};
     EXPECT_EQ(CapturedLog::lines().front(), found);
@@ -77,14 +64,14 @@ TEST_F(Conversion, NeedsAReadableTable) {
         {"one byte larger", R"({"ABC": "right"})" + std::string(most - 15, ' '), ""},
     };
     for (const auto &row : rows) {
-        write_table_cache(folder(), row.json);
+        table.write(row.json);
         EXPECT_EQ(convert("ABC"), row.address) << row.what;
     }
 }
 
 TEST_F(Conversion, EveryCutAndEveryFlippedByteOfTheCacheIsNoticed) {
-    write_table_cache(folder(), R"({"ABC": "right", "DEF": "wrong"})");
-    const std::string good = cached_bytes();
+    table.write(R"({"ABC": "right", "DEF": "wrong"})");
+    const std::string good = table.bytes();
     ASSERT_EQ(convert("ABC"), "right");
     for (std::size_t i = 0; i < good.size(); ++i) {
         put_bytes(good.substr(0, i));
@@ -101,13 +88,13 @@ TEST_F(Conversion, EveryCutAndEveryFlippedByteOfTheCacheIsNoticed) {
 }
 
 TEST_F(Conversion, NeedsALocation) {
-    write_table_cache(folder(), R"({"ABC": "right"})");
+    table.write(R"({"ABC": "right"})");
     const struct {
         std::string location;
         const char *address;
     } rows[] = {
-        {folder() + "/", "right"},    {"", ""},         {folder() + "/missing", ""},
-        {std::string(5000, 'x'), ""}, {"\xff\xfe", ""},
+        {table.path() + "/", "right"}, {"", ""},         {table.path() + "/missing", ""},
+        {std::string(5000, 'x'), ""},  {"\xff\xfe", ""},
     };
     for (const auto &row : rows) {
         set_cache_location(row.location);

@@ -1,51 +1,44 @@
 #include "conversation/short_deadlines.h"
-#include "regcode/table_cache.h"
-#include "support/system.h"
+#include "json_writer.h"
+#include "table_folder.h"
 
 using namespace conversation;
 
 namespace {
 
 TEST(RegistrationCode, StandsForTheAddressInTheTable) {
-    const std::string folder = test_support::fresh_folder().string();
+    constexpr auto invalid = KAVRO_BROKER_ERR_INVALID_PARAMETER;
     Conversation talk(without_authentication());
-    const std::string broker = "127.0.0.1:" + std::to_string(talk.broker.port());
-    const std::string header = "127.0.0.1\\r\\nX-Injected: 1:443";
-    kavro::write_table_cache(folder, R"({"GOOD": ")" + broker + R"(", "URL": "https://)" + broker +
-                                         R"(/path", "NOPORT": "127.0.0.1",
-        "LINES": ")" + header + R"(", "LONG": ")" +
-                                         std::string(30'000, 'a') +
-                                         R"(", "SCHEME": "http://",
-        "USER": "user@127.0.0.1:443", "PORT": "127.0.0.1:99999"})");
-    kavro_broker_set_cache_file_location(folder.c_str());
-    kavro_broker_set_broker_variant(talk.handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
     const auto port = std::to_string(talk.broker.port());
     const struct {
-        const char *code;
+        std::string code, address;
         kavro_broker_result result;
-        std::string resolved;
     } rows[] = {
-        {"GOOD", KAVRO_BROKER_OK, broker},
-        {"GOOD+ignored", KAVRO_BROKER_OK, broker},
-        {"URL", KAVRO_BROKER_OK, "https://" + broker + "/path"},
-        {"NOPORT", KAVRO_BROKER_OK, "127.0.0.1"},
-        {"UNKNOWN", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED, ""},
-        {"LINES", KAVRO_BROKER_ERR_INVALID_PARAMETER, "127.0.0.1\r\nX-Injected: 1:443"},
-        {"LONG", KAVRO_BROKER_ERR_INVALID_PARAMETER, std::string(30'000, 'a')},
-        {"SCHEME", KAVRO_BROKER_ERR_INVALID_PARAMETER, "http://"},
-        {"USER", KAVRO_BROKER_ERR_INVALID_PARAMETER, "user@127.0.0.1:443"},
-        {"PORT", KAVRO_BROKER_ERR_INVALID_PARAMETER, "127.0.0.1:99999"},
+        {"GOOD", "127.0.0.1:" + port, KAVRO_BROKER_OK},
+        {"URL", "https://127.0.0.1:" + port + "/path", KAVRO_BROKER_OK},
+        {"NOPORT", "127.0.0.1", KAVRO_BROKER_OK},
+        {"LINES", "127.0.0.1\r\nX-Injected: 1:443", invalid},
+        {"LONG", std::string(30'000, 'a'), invalid},
+        {"SCHEME", "http://", invalid},
+        {"USER", "user@127.0.0.1:443", invalid},
+        {"PORT", "127.0.0.1:99999", invalid},
+        {"NOTHING", "", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED},
     };
+    kavro::JsonWriter json;
+    json.object([&] {
+        for (const auto &row : rows)
+            json.name(row.code).text(row.address);
+    });
+    const kavro::TableFolder table(json.take());
+    kavro_broker_set_broker_variant(talk.handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
     for (const auto &row : rows) {
         SCOPED_TRACE(row.code);
-        kavro_broker_set_broker_address(talk.handle, row.code, port.c_str());
+        kavro_broker_set_broker_address(talk.handle, row.code.c_str(), port.c_str());
         EXPECT_EQ(talk.list(), row.result) << talk.message();
-        EXPECT_EQ(text_of(kavro_broker_get_resolved_broker_address, talk.handle), row.resolved);
+        EXPECT_EQ(text_of(kavro_broker_get_resolved_broker_address, talk.handle), row.address);
     }
-    EXPECT_NE(Log::text().find("Unable to convert registration code:https://UNKNOWN to an URL\n"),
+    EXPECT_NE(Log::text().find("Unable to convert registration code:https://NOTHING to an URL\n"),
               std::string::npos);
-    kavro_broker_set_cache_file_location("");
-    std::filesystem::remove_all(folder);
 }
 
 } // namespace

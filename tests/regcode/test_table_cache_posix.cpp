@@ -35,13 +35,13 @@ bool killed_at(int stop, Work work) {
 
 } // namespace
 
-TEST_F(TableFolder, APowerCutAtAnyStepLeavesTheOldTableOrTheNewOne) {
+TEST_F(TableTest, APowerCutAtAnyStepLeavesTheOldTableOrTheNewOne) {
     std::set<std::string> left_behind;
     int stop = 0;
     bool killed = true;
     while (killed) {
-        write_table_cache(folder(), R"({"ABC": "old"})");
-        killed = killed_at(++stop, [this] { write_table_cache(folder(), R"({"ABC": "new"})"); });
+        table.write(R"({"ABC": "old"})");
+        killed = killed_at(++stop, [this] { table.write(R"({"ABC": "new"})"); });
         left_behind.insert(convert("ABC"));
     }
     EXPECT_EQ(left_behind, (std::set<std::string>{"old", "new"}));

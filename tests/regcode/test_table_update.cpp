@@ -7,34 +7,23 @@ namespace {
 using namespace test_support;
 using namespace std::chrono_literals;
 
-constexpr const char *old_table = R"({"ABC": "old"})";
 constexpr const char *new_table = R"({"ABC": "new"})";
 
-class TableUpdate : public TableFolder {
-protected:
-    TableUpdate() {
-        write_table_cache(folder(), old_table);
-        before_ = cached_bytes();
-    }
-
+struct TableUpdate : TableTest {
     static void update(const std::string &port, std::chrono::milliseconds timeout = 10s) {
         CapturedLog::lines().clear();
         update_lookup_table({"127.0.0.1", port, timeout});
     }
     void expect_old_table(const std::string &reason) const {
-        EXPECT_EQ(cached_bytes(), before_);
+        EXPECT_EQ(table.bytes(), before);
         EXPECT_EQ(convert("ABC"), "old");
         EXPECT_TRUE(CapturedLog::holds("Error updating table " + reason))
             << testing::PrintToString(CapturedLog::lines());
     }
 
-    TrustedCa trusted_;
-    std::string before_;
+    TrustedCa trusted;
+    const std::string before = table.bytes();
 };
-
-Script answering(std::string bytes) {
-    return {handshake(), expect_request(), send(std::move(bytes)), close_notify()};
-}
 
 std::string with(std::string_view header) {
     return "HTTP/1.1 200 OK\r\n" + std::string(header) + "\r\n\r\n{}";
@@ -44,12 +33,11 @@ std::string with(std::string_view header) {
 
 TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
     const std::string bytes = http_ok(new_table, "Server: x\r\n");
-    for (const Script &script :
-         {answering(bytes), {handshake(), expect_request(), send_split(bytes, 1)}}) {
-        write_table_cache(folder(), old_table);
+    for (const Script &script : {ending_with(bytes), after_request({send_split(bytes, 1)})}) {
+        table.write(R"({"ABC": "old"})");
         const ScriptedPeer peer({script});
         update(peer.port());
-        EXPECT_EQ(read_table_cache(folder()), new_table);
+        EXPECT_EQ(read_table_cache(table.path()), new_table);
         EXPECT_EQ(convert("ABC"), "new");
         EXPECT_EQ(peer.record(0).received,
                   "GET /cm-lookup.cfg HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
@@ -69,14 +57,14 @@ TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
         const char *reason;
         ServerIdentity identity;
     } rows[] = {
-        {"refusal", answering("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head, good},
-        {"length over the limit", answering(with("Content-Length: 16777217")), in_head, good},
-        {"head without end", answering(std::string(70'000, 'x')), in_head, good},
-        {"cut in the body", answering(with("Content-Length: 3")), in_body, good},
-        {"no length", answering(with("Server: x")), no_object, good},
-        {"reset", {handshake(), expect_request(), rst()}, in_head, good},
-        {"list", answering(http_ok("[]")), no_object, good},
-        {"no JSON", answering(http_ok("{ABC}")), "", good},
+        {"refusal", ending_with("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head, good},
+        {"length over the limit", ending_with(with("Content-Length: 16777217")), in_head, good},
+        {"head without end", ending_with(std::string(70'000, 'x')), in_head, good},
+        {"cut in the body", ending_with(with("Content-Length: 3")), in_body, good},
+        {"no length", ending_with(with("Server: x")), no_object, good},
+        {"reset", after_request({rst()}), in_head, good},
+        {"list", ending_with(http_ok("[]")), no_object, good},
+        {"no JSON", ending_with(http_ok("{ABC}")), "", good},
         {"no TLS", {send("HTTP/1.1 200 OK\r\n\r\n")}, in_handshake, good},
         {"unknown authority", {handshake()}, in_handshake, untrusted_server({"127.0.0.1"})},
         {"another name", {handshake()}, in_handshake, trusted_server({"other.test"})},
@@ -92,9 +80,8 @@ TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
 }
 
 TEST_F(TableUpdate, HasOneDeadlineForEverything) {
-    for (const Script &script :
-         {Script{stall()}, Script{handshake(), stall()},
-          Script{handshake(), expect_request(), drip(http_ok(std::string(1000, ' ')), 1, 20ms)}}) {
+    for (const Script &script : {Script{stall()}, Script{handshake(), stall()},
+                                 after_request({drip(http_ok(std::string(1000, ' ')), 1, 20ms)})}) {
         const ScriptedPeer peer({script});
         const auto start = std::chrono::steady_clock::now();
         update(peer.port(), 300ms);
@@ -106,8 +93,8 @@ TEST_F(TableUpdate, HasOneDeadlineForEverything) {
 TEST_F(TableUpdate, NeedsAServiceAndALocation) {
     update_lookup_table({});
     expect_old_table("This build knows no registration service");
-    const ScriptedPeer peer({answering(http_ok(new_table))});
-    set_cache_location(folder() + "/missing");
+    const ScriptedPeer peer({ending_with(http_ok(new_table))});
+    set_cache_location(table.path() + "/missing");
     update(peer.port());
     EXPECT_TRUE(CapturedLog::holds("Error updating table conversion_table.dat cannot be written"));
     EXPECT_TRUE(CapturedLog::holds("Error reading cached table conversion_table.dat"));

@@ -1,8 +1,8 @@
 #include "conversation/short_deadlines.h"
 #include "handle/fake_client.h"
 #include "json_writer.h"
-#include "support/refusing_port.h"
 #include "support/scripted_peer.h"
+#include "support/unreachable.h"
 
 #include <nlohmann/json.hpp>
 
@@ -51,55 +51,47 @@ void expect_sound_times(const Json &report) {
     }
 }
 
-/// A client with a short deadline that is to go to this address.
-struct Client {
-    explicit Client(const std::string &port, std::chrono::milliseconds deadline = 300ms)
-        : handle(handle_with_deadline(deadline)) {
-        kavro_broker_set_broker_address(handle, "127.0.0.1", port.c_str());
-        kavro_broker_set_client_info(handle, canary.c_str(), "1.0", "Linux");
-    }
-    ~Client() { kavro_broker_free(handle); }
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
+/// A client whose name is in no report, and that is to go to this port.
+OwnedHandle new_client(const std::string &port, std::chrono::milliseconds deadline = 300ms) {
+    OwnedHandle handle = new_handle(deadline, port);
+    kavro_broker_set_client_info(handle.get(), canary.c_str(), "1.0", "Linux");
+    return handle;
+}
 
-    kavro_broker_result greet() {
-        uint32_t method = 0;
-        return kavro_broker_get_auth_method(handle, &method);
-    }
-
+struct RequestReport : testing::Test {
+    RequestReport() { Log::start(); }
     TrustedCa trust;
-    kavro_broker_handle handle;
 };
 
-TEST(RequestReport, TellsWhereAConnectionFailed) {
-    struct Row {
+TEST_F(RequestReport, TellsWhereAConnectionFailed) {
+    constexpr auto lost = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
+    constexpr auto late = KAVRO_BROKER_ERR_TIMEOUT;
+    constexpr auto no_tls = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED;
+    constexpr auto mangled = KAVRO_BROKER_ERR_MANGLED_RESPONSE;
+    const PeerTls expired{.identity = expired_server({"127.0.0.1"})};
+    const PeerTls stranger{.identity = untrusted_server({"127.0.0.1"})};
+    const struct {
         const char *what;
         Script script;
         kavro_broker_result result;
         const char *failed_in;
         Fields fields; ///< of the connection
         PeerTls tls = {};
-    };
-    const auto answer = [](const std::string &text) {
-        return Script{handshake(), expect_request(), send(text)};
-    };
-    const PeerTls expired{.identity = expired_server({"127.0.0.1"})};
-    const PeerTls stranger{.identity = untrusted_server({"127.0.0.1"})};
-    const Row rows[] = {
+    } rows[] = {
         {"reset after the client's hello",
          {expect_bytes(1), rst()},
-         KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE,
+         lost,
          "handshake",
          {{"/peer_speaks", nullptr}, {"/tls", nullptr}, {"/bytes_received", 0}}},
-        {"silence", {stall()}, KAVRO_BROKER_ERR_TIMEOUT, "handshake", {{"/tls", nullptr}}},
+        {"silence", {stall()}, late, "handshake", {{"/tls", nullptr}}},
         {"another service",
          {expect_bytes(1), send("220 mail.test\r\n")},
-         KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED,
+         no_tls,
          "handshake",
          {{"/peer_speaks", "other"}, {"/error", "wrong version number (SSL routines)"}}},
         {"HTTP without TLS",
          {expect_bytes(1), send("HTTP/1.1 400 Bad Request\r\n\r\n")},
-         KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED,
+         no_tls,
          "handshake",
          {{"/peer_speaks", "http"}, {"/http_status", nullptr}}},
         {"expired certificate",
@@ -117,42 +109,43 @@ TEST(RequestReport, TellsWhereAConnectionFailed) {
          {{"/tls/verification", "FAILED_BUT_WARNABLE"}},
          stranger},
         {"no broker there",
-         answer("HTTP/1.1 404 " + canary + "\r\nSet-Cookie: a=" + canary + "\r\n\r\n"),
+         after_request(
+             {send("HTTP/1.1 404 " + canary + "\r\nSet-Cookie: a=" + canary + "\r\n\r\n")}),
          KAVRO_BROKER_ERR_HTTP_NOT_OK,
          "receive",
          {{"/http_status", 404}, {"/answer", nullptr}, {"/tls/verification", "PASSED"}}},
         {"no answer",
-         {handshake(), expect_request(), stall()},
-         KAVRO_BROKER_ERR_TIMEOUT,
+         after_request({stall()}),
+         late,
          "wait",
          {{"/http_status", nullptr}, {"/peer_speaks", "tls"}}},
         {"half an answer",
-         {handshake(), expect_request(), send("HTTP/1.1 2"), fin()},
-         KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE,
+         after_request({send("HTTP/1.1 2"), fin()}),
+         lost,
          "receive",
          {{"/http_status", nullptr}}},
         {"garbage",
-         answer(http_ok("<kavro-client " + canary)),
-         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         answering("<kavro-client " + canary),
+         mangled,
          "parse",
          {{"/http_status", 200}, {"/answer", "other"}}},
         {"web page",
-         answer(http_ok(" \n<!DOCTYPE HTML><p>" + canary)),
-         KAVRO_BROKER_ERR_MANGLED_RESPONSE,
+         answering(" \n<!DOCTYPE HTML><p>" + canary),
+         mangled,
          "parse",
          {{"/answer", "html"}}},
         {"another version",
-         answer(http_ok("<kavro-client version=\"" + canary + "\"><error-resp/></kavro-client>")),
+         answering("<kavro-client version=\"" + canary + "\"><error-resp/></kavro-client>"),
          KAVRO_BROKER_ERR_UNSUPPORTED_VERSION,
          "answered",
          {{"/answer", "xml"}, {"/result_id", nullptr}}},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         const ScriptedPeer peer({row.script}, row.tls);
-        Client client(peer.port());
-        EXPECT_EQ(client.greet(), row.result);
-        const Json report = report_of(client.handle);
+        const OwnedHandle client = new_client(peer.port());
+        EXPECT_EQ(ask_method(client.get()), row.result);
+        const Json report = report_of(client.get());
         expect_fields(report, {{"/result/code", row.result},
                                {"/result/name", kavro_broker_result_name(row.result)},
                                {"/failed_in", row.failed_in},
@@ -168,55 +161,50 @@ TEST(RequestReport, TellsWhereAConnectionFailed) {
     }
 }
 
-TEST(RequestReport, TellsOfACancel) {
-    const ScriptedPeer peer({{handshake(), expect_request(), stall()}});
-    Client client(peer.port(), 30s);
-    std::thread request([&] { EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_CANCELLED); });
+TEST_F(RequestReport, TellsOfACancel) {
+    const ScriptedPeer peer({after_request({stall()})});
+    const OwnedHandle client = new_client(peer.port(), 30s);
+    std::thread request([&] { EXPECT_EQ(ask_method(client.get()), KAVRO_BROKER_ERR_CANCELLED); });
     EXPECT_TRUE(peer.wait_for(0, [](const PeerRecord &seen) { return seen.requests.size() == 1; }));
-    kavro_broker_cancel(client.handle);
+    kavro_broker_cancel(client.get());
     request.join();
-    const Json report = report_of(client.handle);
+    const Json report = report_of(client.get());
     EXPECT_EQ(report["result"]["name"], "KAVRO_BROKER_ERR_CANCELLED");
     EXPECT_TRUE(report["failed_in"] == "wait" || report["failed_in"] == "send") << report;
     expect_sound_times(report);
 }
 
-TEST(RequestReport, BeginsAnewWithEveryRequest) {
+TEST_F(RequestReport, BeginsAnewWithEveryRequest) {
     const RefusingPort refusing;
-    Client client(refusing.port());
-    EXPECT_EQ(text_of(kavro_broker_get_request_report, client.handle), "(result 7)");
+    const OwnedHandle client = new_client(refusing.port());
+    EXPECT_EQ(text_of(kavro_broker_get_request_report, client.get()), "(result 7)");
     for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_CONNECT_REFUSED);
-        const Json report = report_of(client.handle);
+        EXPECT_EQ(ask_method(client.get()), KAVRO_BROKER_ERR_CONNECT_REFUSED);
+        const Json report = report_of(client.get());
         ASSERT_EQ(report["connections"].size(), 1u);
         expect_fields(report, {{"/failed_in", "connect"}, {"/connections/0/address", nullptr}});
     }
-    kavro_broker_set_broker_address(client.handle, (canary + "@host").c_str(), "1");
-    EXPECT_EQ(client.greet(), KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    expect_fields(report_of(client.handle),
+    kavro_broker_set_broker_address(client.get(), (canary + "@host").c_str(), "1");
+    EXPECT_EQ(ask_method(client.get()), KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    expect_fields(report_of(client.get()),
                   {{"/failed_in", "prepare"}, {"/connections/0/host", nullptr}});
 }
 
-TEST(RequestReport, TellsThatTheSecondPortWasTried) {
+TEST_F(RequestReport, TellsThatTheSecondPortWasTried) {
     kavro::FakeHandle handle;
     handle.handle->port = "443";
     handle.handle->port_fallback = true;
     handle.client->results["connect"] = {{kavro::ERROR_CODE_CONNECT_REFUSED, {}, {}, {}}};
-    uint32_t method = 0;
-    EXPECT_EQ(kavro_broker_get_auth_method(handle, &method), KAVRO_BROKER_OK);
+    EXPECT_EQ(ask_method(handle), KAVRO_BROKER_OK);
     const Json report = report_of(handle);
     expect_fields(report, {{"/second_port", true}, {"/hellos", 1}, {"/failed_in", nullptr}});
     EXPECT_EQ(report["connections"].size(), 3u);
 }
 
 // A broker that echoes the password wherever it can gets it into no report.
-TEST(RequestReport, HoldsNothingOfTheUserOrOfTheBrokersOwnWords) {
-    struct Row {
-        const char *result_id;
-        Json told;
-    };
-    const Row rows[] = {{"AUTH_FAILED_ACCESS_DENIED", "AUTH_FAILED_ACCESS_DENIED"},
-                        {canary.c_str(), nullptr}};
+TEST_F(RequestReport, HoldsNothingOfTheUserOrOfTheBrokersOwnWords) {
+    const std::pair<const char *, Json> rows[] = {
+        {"AUTH_FAILED_ACCESS_DENIED", "AUTH_FAILED_ACCESS_DENIED"}, {canary.c_str(), nullptr}};
     for (const auto &[result_id, told] : rows) {
         auto scenario = broker_sim::Scenario::demo();
         scenario.session_cookie = canary;
@@ -238,10 +226,7 @@ TEST(RequestReport, HoldsNothingOfTheUserOrOfTheBrokersOwnWords) {
 }
 
 TEST(JsonWriter, IsWellFormedWhateverTheTextsHold) {
-    struct Row {
-        std::string text, read_back;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, std::string> rows[] = {
         {"", ""},
         {"a\"b\\c/", "a\"b\\c/"},
         {std::string("\0\x01\n\x1b\x7f", 5), std::string("\0\x01\n\x1b\x7f", 5)},

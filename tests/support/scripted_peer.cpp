@@ -17,47 +17,40 @@ using asio::ip::tcp;
 using boost::system::error_code;
 using std::chrono::milliseconds;
 
-/// A connection together with the steps' vocabulary. Failures are thrown and end the script.
+/// A connection, and what its steps need. Failures are thrown and end the script.
 class PeerConnection {
 public:
-    PeerConnection(ScriptedPeer &peer, tcp::socket socket, PeerRecord &record)
-        : peer_(peer), stream_(std::move(socket), peer.tls_), record_(record) {}
+    PeerConnection(ScriptedPeer &owner, tcp::socket socket, PeerRecord &record)
+        : peer(owner), stream(std::move(socket), owner.tls_), record_(record) {}
 
     void run(const Script &script);
     /// Makes whatever run() is waiting for fail. The caller holds the peer's mutex.
     void interrupt();
 
-    void handshake();
-    void renegotiate();
-    void expect_bytes(std::size_t count);
-    void expect_request();
+    tcp::socket &socket() { return stream.next_layer(); }
+    void read_more();
     void write(std::string_view bytes);
-    void write_plain(std::string_view bytes) { asio::write(socket(), asio::buffer(bytes)); }
-    void close_notify() { stream_.shutdown(); }
-    void fin() { socket().shutdown(tcp::socket::shutdown_send); }
-    void rst();
     /// Ends the script when the peer ends before the time is over; without a time it does so only
     /// then.
     void pause(std::optional<milliseconds> time);
-
-private:
-    tcp::socket &socket() { return stream_.next_layer(); }
-    void read_more();
-    void drain();
     void close();
 
     template <class Change>
     void change_record(Change change) {
-        const std::lock_guard lock(peer_.mutex_);
+        const std::lock_guard lock(peer.mutex_);
         change(record_);
-        peer_.changed_.notify_all();
+        peer.changed_.notify_all();
     }
 
-    ScriptedPeer &peer_;
-    ssl::stream<tcp::socket> stream_;
+    ScriptedPeer &peer;
+    ssl::stream<tcp::socket> stream;
+    std::string unread; ///< came in and was not yet asked for by a step
+    bool encrypted = false;
+
+private:
+    void drain();
+
     PeerRecord &record_;
-    std::string unread_; ///< came in and was not yet asked for by a step
-    bool encrypted_ = false;
 };
 
 void PeerConnection::run(const Script &script) {
@@ -82,74 +75,28 @@ void PeerConnection::interrupt() {
     socket().cancel(ignored); // on Windows a read that is under way does not notice the shutdown
 }
 
-void PeerConnection::handshake() {
-    stream_.handshake(ssl::stream_base::server);
-    encrypted_ = true;
-    SSL *const tls = stream_.native_handle();
-    const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
-    change_record([&](PeerRecord &record) {
-        record.handshaken = true;
-        record.resumed = SSL_session_reused(tls) == 1;
-        record.server_name = name != nullptr ? name : "";
-        if (const X509 *shown = SSL_get0_peer_certificate(tls))
-            record.client_certificate = der_of(shown);
-    });
-}
-
-void PeerConnection::renegotiate() {
-    SSL_renegotiate(stream_.native_handle());
-    stream_.handshake(ssl::stream_base::server); // sends the request for it
-}
-
-void PeerConnection::expect_bytes(std::size_t count) {
-    while (unread_.size() < count)
-        read_more();
-    unread_.erase(0, count);
-}
-
-void PeerConnection::expect_request() {
-    constexpr std::string_view blank_line = "\r\n\r\n";
-    constexpr std::string_view length_name = "Content-Length: ";
-    std::size_t head = 0;
-    while ((head = unread_.find(blank_line)) == std::string::npos)
-        read_more();
-    const std::size_t length = unread_.find(length_name);
-    const std::size_t body =
-        length < head ? std::stoul(unread_.substr(length + length_name.size())) : 0;
-    const std::size_t whole = head + blank_line.size() + body;
-    while (unread_.size() < whole)
-        read_more();
-    change_record([&](PeerRecord &record) { record.requests.push_back(unread_.substr(0, whole)); });
-    unread_.erase(0, whole);
-}
-
 void PeerConnection::write(std::string_view bytes) {
-    if (encrypted_)
-        asio::write(stream_, asio::buffer(bytes));
+    if (encrypted)
+        asio::write(stream, asio::buffer(bytes));
     else
-        write_plain(bytes);
-}
-
-void PeerConnection::rst() {
-    socket().set_option(asio::socket_base::linger(true, 0));
-    close();
+        asio::write(socket(), asio::buffer(bytes));
 }
 
 void PeerConnection::pause(std::optional<milliseconds> time) {
-    std::unique_lock lock(peer_.mutex_);
-    const auto stopping = [this] { return peer_.stopping_; };
+    std::unique_lock lock(peer.mutex_);
+    const auto stopping = [this] { return peer.stopping_; };
     if (!time)
-        peer_.changed_.wait(lock, stopping);
-    else if (!peer_.changed_.wait_for(lock, *time, stopping))
+        peer.changed_.wait(lock, stopping);
+    else if (!peer.changed_.wait_for(lock, *time, stopping))
         return;
     throw boost::system::system_error(asio::error::operation_aborted);
 }
 
 void PeerConnection::read_more() {
     std::array<char, 16 * 1024> buffer;
-    const std::size_t count = encrypted_ ? stream_.read_some(asio::buffer(buffer))
-                                         : socket().read_some(asio::buffer(buffer));
-    unread_.append(buffer.data(), count);
+    const std::size_t count = encrypted ? stream.read_some(asio::buffer(buffer))
+                                        : socket().read_some(asio::buffer(buffer));
+    unread.append(buffer.data(), count);
     change_record([&](PeerRecord &record) { record.received.append(buffer.data(), count); });
 }
 
@@ -169,29 +116,52 @@ void PeerConnection::close() {
     });
 }
 
-namespace {
-
-template <class... Arguments, class... Values>
-Step step(void (PeerConnection::*action)(Arguments...), Values... values) {
-    return [=](PeerConnection &connection) { (connection.*action)(values...); };
-}
-
-} // namespace
-
 Step handshake() {
-    return step(&PeerConnection::handshake);
+    return [](PeerConnection &connection) {
+        connection.stream.handshake(ssl::stream_base::server);
+        connection.encrypted = true;
+        SSL *const tls = connection.stream.native_handle();
+        const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
+        connection.change_record([&](PeerRecord &record) {
+            record.handshaken = true;
+            record.resumed = SSL_session_reused(tls) == 1;
+            record.server_name = name != nullptr ? name : "";
+            if (const X509 *shown = SSL_get0_peer_certificate(tls))
+                record.client_certificate = der_of(shown);
+        });
+    };
 }
 
 Step expect_bytes(std::size_t count) {
-    return step(&PeerConnection::expect_bytes, count);
+    return [=](PeerConnection &connection) {
+        while (connection.unread.size() < count)
+            connection.read_more();
+        connection.unread.erase(0, count);
+    };
 }
 
 Step expect_request() {
-    return step(&PeerConnection::expect_request);
+    return [](PeerConnection &connection) {
+        constexpr std::string_view blank_line = "\r\n\r\n";
+        constexpr std::string_view length_name = "Content-Length: ";
+        std::string &unread = connection.unread;
+        std::size_t head = 0;
+        while ((head = unread.find(blank_line)) == std::string::npos)
+            connection.read_more();
+        const std::size_t length = unread.find(length_name);
+        const std::size_t body =
+            length < head ? std::stoul(unread.substr(length + length_name.size())) : 0;
+        const std::size_t whole = head + blank_line.size() + body;
+        while (unread.size() < whole)
+            connection.read_more();
+        connection.change_record(
+            [&](PeerRecord &record) { record.requests.push_back(unread.substr(0, whole)); });
+        unread.erase(0, whole);
+    };
 }
 
 Step send(std::string bytes) {
-    return step(&PeerConnection::write, std::move(bytes));
+    return [=](PeerConnection &connection) { connection.write(bytes); };
 }
 
 Step send_split(std::string bytes, std::size_t piece) {
@@ -209,27 +179,33 @@ Step drip(std::string bytes, std::size_t piece, milliseconds pause) {
 }
 
 Step send_plain(std::string bytes) {
-    return step(&PeerConnection::write_plain, std::move(bytes));
+    return [=](PeerConnection &to) { asio::write(to.socket(), asio::buffer(bytes)); };
 }
 
 Step renegotiate() {
-    return step(&PeerConnection::renegotiate);
+    return [](PeerConnection &connection) {
+        SSL_renegotiate(connection.stream.native_handle());
+        connection.stream.handshake(ssl::stream_base::server); // sends the request for it
+    };
 }
 
 Step close_notify() {
-    return step(&PeerConnection::close_notify);
+    return [](PeerConnection &connection) { connection.stream.shutdown(); };
 }
 
 Step fin() {
-    return step(&PeerConnection::fin);
+    return [](PeerConnection &to) { to.socket().shutdown(tcp::socket::shutdown_send); };
 }
 
 Step rst() {
-    return step(&PeerConnection::rst);
+    return [](PeerConnection &connection) {
+        connection.socket().set_option(asio::socket_base::linger(true, 0));
+        connection.close();
+    };
 }
 
 Step stall() {
-    return step(&PeerConnection::pause, std::nullopt);
+    return [](PeerConnection &connection) { connection.pause(std::nullopt); };
 }
 
 std::string http_ok(std::string_view body, std::string_view header_lines) {
@@ -239,15 +215,47 @@ std::string http_ok(std::string_view body, std::string_view header_lines) {
     return answer += body;
 }
 
-Script welcome() {
-    static constexpr const char *hello =
-        R"(<kavro-client version="2.1"><hello-resp><brokers-info><broker-info>)"
-        "<product-name>Test broker</product-name><product-version>1</product-version>"
-        "<platform>Linux</platform><locale>en_US</locale><ip-address>127.0.0.1</ip-address>"
-        "<hostname>localhost</hostname></broker-info></brokers-info><next-authentication>"
-        "<method>AUTHENTICATION_NOT_REQUIRED</method></next-authentication>"
-        "</hello-resp></kavro-client>";
-    return {handshake(), expect_request(), send(http_ok(hello))};
+std::string broker_message(std::string_view content) {
+    return R"(<kavro-client version="2.1">)" + std::string(content) + "</kavro-client>";
+}
+
+std::string broker_answer(const std::string &request, std::string_view result_id,
+                          std::string_view content) {
+    std::string message = "<" + request + "-resp><result><result-id>";
+    message += result_id;
+    message += "</result-id><result-str>in words</result-str></result>";
+    message += content;
+    return broker_message(message + "</" + request + "-resp>");
+}
+
+std::string hello_answer(std::string_view next_authentication) {
+    std::string hello =
+        "<hello-resp><brokers-info><broker-info><product-name>Test broker</product-name>"
+        "<product-version>1</product-version><platform>Linux</platform><locale>en_US</locale>"
+        "<ip-address>127.0.0.1</ip-address><hostname>localhost</hostname></broker-info>"
+        "</brokers-info>";
+    hello += next_authentication.empty()
+                 ? "<next-authentication><method>AUTHENTICATION_NOT_REQUIRED</method>"
+                   "</next-authentication>"
+                 : next_authentication;
+    return broker_message(hello + "</hello-resp>");
+}
+
+Script after_request(Script steps) {
+    steps.insert(steps.begin(), {handshake(), expect_request()});
+    return steps;
+}
+
+Script answering(std::string_view body, std::string_view header_lines) {
+    return after_request({send(http_ok(body, header_lines))});
+}
+
+Script ending_with(std::string bytes) {
+    return after_request({send(std::move(bytes)), close_notify()});
+}
+
+Script welcome(std::string_view header_lines) {
+    return answering(hello_answer(), header_lines);
 }
 
 namespace {

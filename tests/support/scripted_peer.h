@@ -54,9 +54,23 @@ Step stall();
 
 /// An HTTP answer with status 200.
 std::string http_ok(std::string_view body, std::string_view header_lines = {});
+/// A broker's message.
+std::string broker_message(std::string_view content);
+/// The answer to a request of that name.
+std::string broker_answer(const std::string &request, std::string_view result_id,
+                          std::string_view content = {});
 
-/// Greets a client, and asks it nothing.
-Script welcome();
+/// Greets a client, and says what it wants of it: nothing, unless told.
+std::string hello_answer(std::string_view next_authentication = {});
+
+/// Shakes hands, reads a request and then does something with the connection.
+Script after_request(Script steps);
+/// Answers the first request with that body.
+Script answering(std::string_view body, std::string_view header_lines = {});
+/// Sends that, and ends the answer, whatever its length, with the connection.
+Script ending_with(std::string bytes);
+/// Greets the client.
+Script welcome(std::string_view header_lines = {});
 
 struct PeerTls {
     ServerIdentity identity = trusted_server({"127.0.0.1"});

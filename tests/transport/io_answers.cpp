@@ -4,47 +4,35 @@ namespace kavro {
 
 namespace {
 
-const std::string document = "<kavro-client><hello-resp/></kavro-client>";
-const std::string answer = http_ok(document);
-const std::string half_head = answer.substr(0, 20);
-
-/// Reads a request and then does something with the connection.
-Script after_request(Script steps) {
-    steps.insert(steps.begin(), {handshake(), expect_request()});
-    return steps;
-}
+const std::string answer = http_ok(hello_answer());
 
 class AnswerTest : public TransportTest {};
 
 } // namespace
 
-// Ends and silences at every moment are in the table of faults of the whole library.
+// Ends, silences and garbage at every moment are in the table of faults of the whole library.
 TEST_F(AnswerTest, IsWhatItsLastByteMakesIt) {
-    struct Case {
+    const std::string big_body(20 << 20, 'x');
+    const struct {
         const char *name;
         Script steps; ///< after the request
         ePOST_RESULT result;
         milliseconds timeout = ample;
-    };
-    const std::string big_body(20 << 20, 'x');
-    const Case cases[] = {
-        {"whole", {send(answer)}, POST_RESULT_SUCCESS},
+    } rows[] = {
         {"one byte a record", {send_split(answer, 1)}, POST_RESULT_SUCCESS},
-        {"dripping head", {drip(answer, 1, 20ms)}, POST_RESULT_TIMEOUT, short_timeout},
         {"dripping body",
-         {send(half_head), send(answer.substr(20, 30)), drip(big_body, 1, 20ms)},
+         {send(answer.substr(0, 50)), drip(big_body, 1, 20ms)},
          POST_RESULT_TIMEOUT,
          short_timeout},
         {"status 500 with a big body",
          {send("HTTP/1.1 500 Oh\r\nContent-Length: 20971520\r\n\r\n"), send(big_body)},
          POST_RESULT_NOT_HTTP_OK},
-        {"not XML", {send(http_ok("<kavro-client>"))}, POST_RESULT_MANGLED_RESPONSE},
     };
-    for (const Case &row : cases) {
+    for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         CapturedLog::lines().clear();
         const ScriptedPeer peer({after_request(row.steps)});
-        HttpsXmlClient client;
+        Client client;
         ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
         const auto posted = post(client, small_xml, row.timeout);
         EXPECT_EQ(posted.result.result, row.result) << posted.result.error_text;
@@ -53,7 +41,6 @@ TEST_F(AnswerTest, IsWhatItsLastByteMakesIt) {
         EXPECT_EQ(CapturedLog::holds("Deadline Timer has expired!"), timed_out);
         EXPECT_LT(posted.took, timed_out ? row.timeout + margin : margin);
         EXPECT_GE(posted.took, timed_out ? row.timeout : 0ms);
-        expect_usable(client);
     }
 }
 
@@ -61,11 +48,10 @@ TEST_F(AnswerTest, IsWhatItsLastByteMakesIt) {
 TEST_F(AnswerTest, NoFurtherRequestOnAConnectionThatFailed) {
     const ScriptedPeer peer({after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 99\r\n\r\n"),
                                             send(answer), expect_request(), send(answer)})});
-    HttpsXmlClient client;
+    Client client;
     ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
     EXPECT_EQ(post(client).result.result, POST_RESULT_NOT_HTTP_OK);
     EXPECT_EQ(post(client).result.result, POST_RESULT_SOCKET_OR_SYS_FAILURE);
-    expect_usable(client);
 }
 
 TEST_F(AnswerTest, PeerThatStopsReadingMayHaveAnswered) {
@@ -78,12 +64,11 @@ TEST_F(AnswerTest, PeerThatStopsReadingMayHaveAnswered) {
                 {stall(), short_timeout, POST_RESULT_TIMEOUT}};
     for (const auto &[next, timeout, result] : rows) {
         const ScriptedPeer peer({{handshake(), expect_bytes(100), next, expect_request()}});
-        HttpsXmlClient client;
+        Client client;
         ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
         const auto posted = post(client, big_request, timeout);
         EXPECT_EQ(posted.result.result, result);
         EXPECT_LT(posted.took, ample);
-        expect_usable(client);
     }
 }
 

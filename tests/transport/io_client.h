@@ -69,27 +69,30 @@ inline Outcome<std::string> resolve(HttpsXmlClient &client, const std::string &h
 }
 
 inline Script good_script(std::string_view header_lines = {}) {
-    return {handshake(), expect_request(), send(http_ok(small_xml, header_lines))};
+    return answering(small_xml, header_lines);
 }
 
-/// Every test begins with an empty log and one authority that is trusted.
-class TransportTest : public testing::Test {
-protected:
-    /// Whatever happened before, the client makes a verified connection and a good exchange, and
-    /// nothing of what happened before gets to the new peer.
-    static void expect_usable(HttpsXmlClient &client) {
+/// A client that, whatever happened to it, in the end makes a verified connection and a good
+/// exchange; and nothing of what happened before gets to the new peer.
+class Client : public HttpsXmlClient {
+public:
+    using HttpsXmlClient::HttpsXmlClient;
+    ~Client() {
         const ScriptedPeer peer({good_script()});
-        const auto connected = connect(client, peer.address(), true);
+        const auto connected = kavro::connect(*this, peer.address(), true);
         EXPECT_EQ(connected.result.result, ConnectCode::connected) << connected.result.error_text;
-        EXPECT_EQ(post(client).result.result, POST_RESULT_SUCCESS);
+        EXPECT_EQ(kavro::post(*this).result.result, POST_RESULT_SUCCESS);
         const PeerRecord seen = peer.record(0);
         EXPECT_EQ(seen.requests.size(), 1u);
         EXPECT_TRUE(seen.received.starts_with("POST ")) << seen.received;
         EXPECT_TRUE(seen.received.ends_with(small_xml)) << seen.received;
         EXPECT_EQ(seen.received.find("Cookie:"), std::string::npos) << seen.received;
-        client.disconnect();
     }
+};
 
+/// Every test begins with an empty log and one authority that is trusted.
+class TransportTest : public testing::Test {
+protected:
     CapturedLog log_;
     TrustedCa trusted_;
 };

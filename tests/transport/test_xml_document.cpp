@@ -1,3 +1,4 @@
+#include "support/repeated.h"
 #include "transport/xml_document.h"
 
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@ namespace kavro {
 namespace {
 
 using namespace std::literals;
+using test_support::repeated;
 
 std::shared_ptr<const XmlDocument> parsed(std::string_view text) {
     std::string error;
@@ -18,13 +20,6 @@ std::string rewritten(XmlNode element) {
     std::string text;
     append_xml(text, element);
     return text;
-}
-
-std::string repeated(const std::string &text, int count) {
-    std::string all;
-    for (int i = 0; i < count; ++i)
-        all += text;
-    return all;
 }
 
 std::string nested(int levels) {

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace kavro {
 namespace {
 
@@ -95,45 +98,28 @@ TEST(ParseUri, LogsWhatCameInAndWhatCameOut) {
 }
 
 TEST(IsIpv6Address, AllowsOneZone) {
-    const std::pair<std::string, bool> rows[] = {
-        {"::", true},
-        {"fe80::1", true},
-        {"::ffff:192.0.2.1", true},
-        {"fe80::1%eth0", true},
-        {"fe80::1%", false},
-        {"fe80::1%a%b", false},
-        {"", false},
-        {"192.0.2.1", false},
-        {"[::1]", false},
-        {"::1 ", false},
-        {"::1\0"s, false},
-    };
-    for (const auto &[address, expected] : rows)
-        EXPECT_EQ(is_ipv6_address(address), expected) << printable(address);
+    for (const char *address : {"::", "fe80::1", "::ffff:192.0.2.1", "fe80::1%eth0"})
+        EXPECT_TRUE(is_ipv6_address(address)) << address;
+    for (const auto &address :
+         {"fe80::1%"s, "fe80::1%a%b"s, ""s, "192.0.2.1"s, "[::1]"s, "::1 "s, "::1\0"s})
+        EXPECT_FALSE(is_ipv6_address(address)) << printable(address);
 }
 
 TEST(IsValidPort, ReadsAnUnsignedNumberBelow65536) {
-    constexpr const char *no_number = "Invalid port. Exception [invalid stoul argument]";
-    constexpr const char *too_large = "Invalid port. Exception [stoul argument out of range]";
-    const std::pair<std::string, const char *> rows[] = {
-        {"0", nullptr},
-        {"65535", nullptr},
-        {"80abc", nullptr},
-        {" \t\r\n80", nullptr},
-        {"00080", nullptr},
-        {"", no_number},
-        {"port", no_number},
-        {"-1", no_number},
-        {"\0"s + "80", no_number},
-        {"65536", too_large},
-        {"99999999999999999999999", too_large},
+    const std::pair<const char *, std::vector<std::string>> rows[] = {
+        {nullptr, {"0", "65535", "80abc", " \t\r\n80", "00080"}},
+        {"Invalid port. Exception [invalid stoul argument]", {"", "port", "-1", "\0"s + "80"}},
+        {"Invalid port. Exception [stoul argument out of range]",
+         {"65536", "99999999999999999999999"}},
     };
-    for (const auto &[port, message] : rows) {
-        const CapturedLog log;
-        EXPECT_EQ(is_valid_port(port), message == nullptr) << printable(port);
-        const auto expected = message == nullptr ? std::vector<LogLine>{}
-                                                 : std::vector<LogLine>{{0, 2, -500, message}};
-        EXPECT_EQ(log.lines(), expected) << printable(port);
+    for (const auto &[message, ports] : rows) {
+        for (const std::string &port : ports) {
+            const CapturedLog log;
+            EXPECT_EQ(is_valid_port(port), message == nullptr) << printable(port);
+            EXPECT_EQ(log.lines().size(), message == nullptr ? 0u : 1u) << printable(port);
+            EXPECT_EQ(std::ranges::count(log.lines(), LogLine{0, 2, -500, message ? message : ""}),
+                      log.lines().size());
+        }
     }
 }
 
