@@ -20,7 +20,6 @@ set(left_out_tests
 set(left_out_sources
   conversation/test_silent_name_server.cpp # network namespaces
   regcode/test_table_cache_posix.cpp       # ptrace, to stop a process at a system call
-  trust/test_public_suite.cpp              # strptime(); and the suite says the same everywhere
   trust/test_safe_file_posix.cpp)          # links, pipes and access rights
 
 # Whole folders and programs, where these names are looked for:
