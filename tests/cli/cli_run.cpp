@@ -4,7 +4,6 @@
 #include "system.h"
 
 #include <algorithm>
-#include <deque>
 #include <regex>
 #include <sstream>
 
@@ -12,17 +11,17 @@ namespace {
 
 class ScriptedUser : public kavro_cli::Console {
 public:
-    explicit ScriptedUser(Lines lines) : lines_(lines.begin(), lines.end()) {}
+    explicit ScriptedUser(const std::string &typed) : typed_(typed) {}
 
     void write(std::string_view text) override { shown += text; }
 
     bool ask(std::string_view prompt, kavro_cli::Secret &line, Echo echo) override {
         shown += prompt;
-        if (lines_.empty())
+        std::string typed;
+        if (!std::getline(typed_, typed))
             return false;
-        line = kavro_cli::Secret(lines_.front());
-        shown += (echo == Echo::on ? lines_.front() : "") + "\n";
-        lines_.pop_front();
+        line = kavro_cli::Secret(typed);
+        shown += (echo == Echo::on ? typed : "") + "\n";
         return true;
     }
 
@@ -31,7 +30,7 @@ public:
     std::string shown;
 
 private:
-    std::deque<std::string> lines_;
+    std::istringstream typed_;
 };
 
 /// The texts in a request, up to where the client goes on about itself.
@@ -85,8 +84,8 @@ Outcome CliTest::run(Lines arguments) {
     return run_with(nullptr, std::move(arguments));
 }
 
-Outcome CliTest::run(Lines arguments, Lines typed) {
-    ScriptedUser user(std::move(typed));
+Outcome CliTest::run(Lines arguments, const std::string &typed) {
+    ScriptedUser user(typed);
     auto outcome = run_with(&user, std::move(arguments));
     outcome.shown = user.shown;
     return outcome;

@@ -37,8 +37,8 @@ protected:
     /// Runs with nobody to ask.
     Outcome run(Lines arguments);
 
-    /// Runs with a user who types these lines and then ends the input.
-    Outcome run(Lines arguments, Lines typed);
+    /// Runs with a user who types this and then ends the input.
+    Outcome run(Lines arguments, const std::string &typed);
 
     /// The requests since this was asked before, with the texts in them but what the client says of
     /// itself, as "authenticate alice|secret|EXAMPLE".

@@ -52,8 +52,8 @@ protected:
 TEST_F(LoginTest, answers_every_method_in_turn) {
     scenario.domains = {"EXAMPLE", "OTHER"};
     start_demanding({"disclaimer", "password", "dialog"});
-    const auto outcome = run({"list"}, {"y", "alice", "2", "old one", "new password", "typo",
-                                        "new password", "new password", "", "1234", "1"});
+    const auto outcome = run({"list"}, "y\nalice\n2\nold one\nnew password\ntypo\n"
+                                       "new password\nnew password\n\n1234\n1\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(requests(), ElementsAre("hello", "authenticate DISCLAIMER_ACCEPTED",
                                         "authenticate alice|old one|OTHER",
@@ -83,48 +83,26 @@ TEST_F(LoginTest, answers_every_method_in_turn) {
 }
 
 TEST_F(LoginTest, asks_again_after_an_answer_that_may_be_mended) {
+    const char *const unknown = "AUTH_FAILED_UNKNOWN_USERNAME_OR_PASSWORD";
+    const char *const no_change = "PSWD_UPDATE_FAILED_UNKNOWN_USERNAME_OR_PASSWORD";
+    const char *const weak = "PSWD_UPDATE_FAILED_WEAK_PASSWORD";
+    const char *const wrong_entry = "AUTH_FAILED_DIALOG_INVALID_USER_ENTRY";
     const struct {
         const char *method;
         std::string request;
-        const char *result;
-        Lines typed;
-        std::ptrdiff_t tries;
-        int status;
+        const char *result, *typed;
+        int tries, status;
     } cases[] = {
-        {"password",
-         authenticate,
-         "AUTH_FAILED_UNKNOWN_USERNAME_OR_PASSWORD",
-         {"alice", "bad", "alice", "good"},
-         2,
-         0},
-        {"password",
-         authenticate,
-         "AUTH_FAILED_UNKNOWN_USERNAME_OR_PASSWORD",
-         {"", "1", "", "2", "", "3", "", "4"},
-         3,
-         4},
-        {"password", authenticate, "AUTH_FAILED_ACCESS_DENIED", {"", "1", "", "2"}, 1, 4},
-        {"password",
-         update_password,
-         "PSWD_UPDATE_FAILED_WEAK_PASSWORD",
-         {"alice", "good", "x", "x", "better one", "better one"},
-         2,
-         0},
-        {"password",
-         update_password,
-         "PSWD_UPDATE_FAILED_UNKNOWN_USERNAME_OR_PASSWORD",
-         {"alice", "good", "x", "x", "good", "better one", "better one"},
-         2,
-         0},
-        {"dialog",
-         authenticate,
-         "AUTH_FAILED_DIALOG_INVALID_USER_ENTRY",
-         {"", "1", "OK", "", "2", "OK"},
-         2,
-         0},
-        {"disclaimer", authenticate, "AUTH_FAILED_DISCLAIMER_REJECTED", {"n", "y"}, 1, 4},
-        {"oauth", authenticate, "AUTH_FAILED_OAUTH_CODE_INVALID", {"stale", "code"}, 2, 0},
-        {"oauth", authenticate, "AUTH_FAILED_OAUTH_TOKEN_INVALID", {"code", "code"}, 1, 4},
+        {"password", authenticate, unknown, "alice\nbad\nalice\ngood\n", 2, 0},
+        {"password", authenticate, unknown, "\n1\n\n2\n\n3\n\n4\n", 3, 4},
+        {"password", authenticate, "AUTH_FAILED_ACCESS_DENIED", "\n1\n\n2\n", 1, 4},
+        {"password", update_password, weak, "alice\ngood\nx\nx\nbetter one\nbetter one\n", 2, 0},
+        {"password", update_password, no_change,
+         "alice\ngood\nx\nx\ngood\nbetter one\nbetter one\n", 2, 0},
+        {"dialog", authenticate, wrong_entry, "\n1\nOK\n\n2\nOK\n", 2, 0},
+        {"disclaimer", authenticate, "AUTH_FAILED_DISCLAIMER_REJECTED", "n\ny\n", 1, 4},
+        {"oauth", authenticate, "AUTH_FAILED_OAUTH_CODE_INVALID", "stale\ncode\n", 2, 0},
+        {"oauth", authenticate, "AUTH_FAILED_OAUTH_TOKEN_INVALID", "code\ncode\n", 1, 4},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.result);
@@ -136,7 +114,7 @@ TEST_F(LoginTest, asks_again_after_an_answer_that_may_be_mended) {
                               .result_str = "Told by the broker"});
         const auto outcome = run({"list"}, c.typed);
         EXPECT_EQ(outcome.status, c.status) << outcome.err << outcome.shown;
-        EXPECT_THAT(requests(), Contains(StartsWith(c.request)).Times(static_cast<int>(c.tries)));
+        EXPECT_THAT(requests(), Contains(StartsWith(c.request)).Times(c.tries));
         EXPECT_THAT(c.tries > 1 ? outcome.shown : outcome.err, HasSubstr("Told by the broker"));
     }
 }
@@ -182,7 +160,7 @@ TEST_F(LoginTest, says_what_is_missing_when_nobody_can_be_asked) {
         start_demanding({c.method});
         Lines arguments{"list", "--non-interactive"};
         arguments.insert(arguments.end(), c.options.begin(), c.options.end());
-        const auto outcome = run(arguments, {"must", "not", "be", "asked"});
+        const auto outcome = run(arguments, "must\nnot\nbe\nasked\n");
         EXPECT_EQ(outcome.status, c.status);
         EXPECT_EQ(outcome.shown, "");
         EXPECT_THAT(outcome.err, HasSubstr(c.told));
@@ -197,7 +175,7 @@ TEST_F(LoginTest, leaves_a_broker_that_never_stops_asking) {
 
 TEST_F(LoginTest, ends_when_the_input_ends) {
     start_demanding({"password"});
-    EXPECT_EQ(run({"list"}, {"alice"}).status, 8);
+    EXPECT_EQ(run({"list"}, "alice\n").status, 8);
     EXPECT_THAT(requests(), ElementsAre("hello", "bye"));
 }
 
@@ -211,7 +189,7 @@ TEST_F(LoginTest, escapes_whatever_was_typed_but_names_of_fields) {
     const auto outcome =
         run({"connect", "vm<1>", "--domain", "D&D", "--locale", "<de>", "--timezone", "'tz'",
              "--variable", "n<=v>", "--agent-variable", "x=\"1\""},
-            {"<alice>", "a&b'c\"", "n<w", "n<w", "c&d"});
+            "<alice>\na&b'c\"\nn<w\nn<w\nc&d\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     using broker_sim::Variables;
     EXPECT_EQ(broker->client_to_broker_variables(), (Variables{{"n<", "v>"}}));
@@ -224,7 +202,7 @@ TEST_F(LoginTest, escapes_whatever_was_typed_but_names_of_fields) {
                                 .dialog = {.fields = {{.id = "a&b", .label = "A"}},
                                            .buttons = {{.id = "o&k", .label = "OK"}}}}};
     start(scenario);
-    run({"list"}, {"&amp;"});
+    run({"list"}, "&amp;\n");
     EXPECT_THAT(requests(), ElementsAre("hello", " a&b|&amp;amp;|o&amp;k", "bye"));
 }
 
@@ -232,7 +210,7 @@ TEST_F(LoginTest, an_interruption_ends_it_with_the_number_of_the_signal) {
     start_demanding({"password"});
     broker->inject({.match = {.request = authenticate}, .ending = broker_sim::Ending::stall});
     const auto interrupting = interrupt_after(2, SIGTERM);
-    EXPECT_EQ(run({"list"}, {"alice", "secret"}).status, 128 + SIGTERM);
+    EXPECT_EQ(run({"list"}, "alice\nsecret\n").status, 128 + SIGTERM);
     EXPECT_THAT(requests(), ElementsAre("hello", "authenticate alice|secret|OTHER"));
 }
 

@@ -31,6 +31,7 @@ TEST_F(ShellTest, carries_out_one_command_after_the_other_in_one_session) {
          "restart, was POWERED_ON",
          ""},
         {"connect al\n", 0, {greeting, list, connect}, "127.0.0.1", ""},
+        {"connect al\nlist\n", 0, {greeting, list, connect, list}, "vm-2", ""},
         {"connect al\nlogout\nlist\n", 0, {greeting, list, connect, bye}, "Alpha", ""},
         {"connect nowhere\nlist\n", 1, {greeting, list, bye}, "vm-1", "nowhere"},
         {"frobnicate\nlist\n", 1, {greeting, list, bye}, "vm-1", "frobnicate"},
@@ -78,7 +79,7 @@ TEST_F(ShellTest, an_interruption_stops_what_a_user_runs_but_all_of_a_script) {
         const auto interrupting = interrupt_after(2, c.signal);
         if (!c.typed)
             script = descriptor_with("list\nlist\n");
-        const auto outcome = c.typed ? run({"shell"}, {"list", "list"}) : run({"shell"});
+        const auto outcome = c.typed ? run({"shell"}, "list\nlist\n") : run({"shell"});
         EXPECT_EQ(outcome.status, c.status);
         EXPECT_EQ(requests(), c.requests);
         EXPECT_THAT(outcome.err, HasSubstr("Cancelled."));

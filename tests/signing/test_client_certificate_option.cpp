@@ -1,6 +1,6 @@
 #include "application.h"
 #include "cli/terminal_program.h"
-#include "signing_test.h"
+#include "demanding.h"
 #include "soft_token.h"
 #include "system.h"
 

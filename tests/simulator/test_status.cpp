@@ -12,6 +12,7 @@
 using namespace broker_sim;
 using namespace std::chrono_literals;
 using nlohmann::json;
+using namespace nlohmann::literals;
 
 namespace {
 
@@ -45,20 +46,16 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
 
     const std::string text = simulator.status();
     const json status = json::parse(text);
-    const json rows = {
-        {1, "hello", "HTTP 200", true, json::object()},
-        {2, "", "", false, {{"stage", "handshake"}, {"ending", "fin"}}},
-        {3,
-         "authenticate",
-         "AUTH_SUCCESSFUL_AND_COMPLETE",
-         true,
-         {{"delay_ms", 30}, {"record_size", 16}}},
-        {4, "get-resource-list", "", false, {{"ending", "reset"}}},
-        {5, "perform-operation", "OP_SUCCESSFUL", true, json::object()},
-        {6, "bye", "HTTP 503", true, json::object()},
-        {7, "unknown\ufffd", "ERR_UNSUPPORTED_REQUEST", true, json::object()},
-        {8, "", "ERR_INVALID_MISSING_MSG_CONTENT", true, json::object()},
-    };
+    const json rows = R"([
+        [1, "hello", "HTTP 200", true, {}],
+        [2, "", "", false, {"stage": "handshake", "ending": "fin"}],
+        [3, "authenticate", "AUTH_SUCCESSFUL_AND_COMPLETE", true,
+         {"delay_ms": 30, "record_size": 16}],
+        [4, "get-resource-list", "", false, {"ending": "reset"}],
+        [5, "perform-operation", "OP_SUCCESSFUL", true, {}],
+        [6, "bye", "HTTP 503", true, {}],
+        [7, "unknown\ufffd", "ERR_UNSUPPORTED_REQUEST", true, {}],
+        [8, "", "ERR_INVALID_MISSING_MSG_CONTENT", true, {}]])"_json;
     json told = json::array();
     for (const json &row : status["requests"])
         told.push_back({row["connection"], row["request"], row["result"],
