@@ -7,8 +7,6 @@ set(left_out_tests
   TimezoneWindows.NamesTheZoneOfTheSystem
   # A variable that is set to nothing is not set.
   CertStoreCacheTest.FileIsWhereHomeSays
-  # A program with so long a path cannot be started there.
-  Plugin.IsNotLookedForWhereThePathIsTooLong
   # A handle reads all of the system's anchors there: thousands of allocations to fail in turn.
   FailingAllocations.OfANewHandle
   # Wine replaces no file that is open, and these readers leave it open nearly all the time.
@@ -18,9 +16,7 @@ set(left_out_tests
 
 # Source files of programs that are otherwise the same.
 set(left_out_sources
-  conversation/test_silent_name_server.cpp # network namespaces
   regcode/test_table_cache_posix.cpp       # ptrace, to stop a process at a system call
-  trust/test_public_suite.cpp              # strptime(); and the suite says the same everywhere
   trust/test_safe_file_posix.cpp)          # links, pipes and access rights
 
 # Whole folders and programs, where these names are looked for:

@@ -4,23 +4,24 @@
 #include "system.h"
 
 #include <algorithm>
+#include <regex>
 #include <sstream>
 
 namespace {
 
 class ScriptedUser : public kavro_cli::Console {
 public:
-    explicit ScriptedUser(std::vector<std::string> lines) : lines_(lines.begin(), lines.end()) {}
+    explicit ScriptedUser(const std::string &typed) : typed_(typed) {}
 
     void write(std::string_view text) override { shown += text; }
 
     bool ask(std::string_view prompt, kavro_cli::Secret &line, Echo echo) override {
         shown += prompt;
-        if (lines_.empty())
+        std::string typed;
+        if (!std::getline(typed_, typed))
             return false;
-        line = kavro_cli::Secret(lines_.front());
-        shown += (echo == Echo::on ? lines_.front() : "") + "\n";
-        lines_.pop_front();
+        line = kavro_cli::Secret(typed);
+        shown += (echo == Echo::on ? typed : "") + "\n";
         return true;
     }
 
@@ -29,12 +30,38 @@ public:
     std::string shown;
 
 private:
-    std::deque<std::string> lines_;
+    std::istringstream typed_;
 };
+
+/// The texts in a request, up to where the client goes on about itself.
+std::string texts_in(const broker_sim::RecordedRequest &request) {
+    static const std::regex text(R"(>([^<\r\n]+)<)");
+    const std::string told = request.body.substr(0, request.body.find("<protocol>"));
+    std::string all;
+    for (std::sregex_iterator found(told.begin(), told.end(), text), end; found != end; ++found)
+        all += (all.empty() ? " " : "|") + found->str(1);
+    return all;
+}
 
 } // namespace
 
-Outcome CliTest::run_with(kavro_cli::Console *console, std::vector<std::string> arguments) {
+CliTest::CliTest() {
+    scenario.desktops = {{.name = "Alpha", .id = "vm-1"},
+                         {.name = "Beta", .id = "vm-2", .state = "POWERED_OFF"}};
+    start(scenario);
+    trusted_.emplace(broker->ca_pem());
+}
+
+CliTest::~CliTest() {
+    for (const int descriptor : descriptors_)
+        test_support::close_descriptor(descriptor);
+}
+
+void CliTest::start(broker_sim::Scenario wanted) {
+    broker = std::make_unique<broker_sim::Simulator>(std::move(wanted));
+}
+
+Outcome CliTest::run_with(kavro_cli::Console *console, Lines arguments) {
     std::ostringstream out;
     std::ostringstream err;
     const kavro_cli::Surroundings surroundings{.out = out,
@@ -47,37 +74,37 @@ Outcome CliTest::run_with(kavro_cli::Console *console, std::vector<std::string> 
     const bool has_address = std::ranges::count(arguments, "--registration-code") != 0 ||
                              (!arguments.empty() && arguments.front() == "probe");
     if (!has_address)
-        arguments.insert(arguments.end(), {"--broker", "broker.example"});
+        arguments.insert(arguments.end(),
+                         {"--broker", "127.0.0.1:" + std::to_string(broker->port())});
     const int status = kavro_cli::run_application(std::move(arguments), surroundings);
     return {status, out.str(), err.str(), {}};
 }
 
-CliTest::CliTest() {
-    fake::broker = {};
-    fake::broker.desktops = {
-        {"Alpha",
-         "vm-1",
-         "VM",
-         "ON",
-         "OK",
-         {KAVRO_BROKER_OPERATION_OS_RESTART, KAVRO_BROKER_OPERATION_POWER_DOWN}},
-        {"Beta", "vm-2", "VM", "OFF", "", {KAVRO_BROKER_OPERATION_POWER_UP}}};
-}
-
-CliTest::~CliTest() {
-    for (const int descriptor : descriptors_)
-        test_support::close_descriptor(descriptor);
-}
-
-Outcome CliTest::run(std::vector<std::string> arguments) {
+Outcome CliTest::run(Lines arguments) {
     return run_with(nullptr, std::move(arguments));
 }
 
-Outcome CliTest::run(std::vector<std::string> arguments, std::vector<std::string> typed) {
-    ScriptedUser user(std::move(typed));
+Outcome CliTest::run(Lines arguments, const std::string &typed) {
+    ScriptedUser user(typed);
     auto outcome = run_with(&user, std::move(arguments));
     outcome.shown = user.shown;
     return outcome;
+}
+
+Lines CliTest::requests() {
+    Lines told;
+    for (const auto &request : broker->requests())
+        told.push_back(request.kind + (request.kind == "hello" ? "" : texts_in(request)));
+    broker->clear_recording();
+    return told;
+}
+
+std::jthread CliTest::interrupt_after(std::size_t requests, int signal) {
+    return std::jthread([this, requests, signal] {
+        EXPECT_TRUE(broker->wait_for_requests(requests, std::chrono::seconds(20)));
+        interruption.raise(signal);
+        interruption.cancel_request();
+    });
 }
 
 int CliTest::descriptor_with(const std::string &text) {

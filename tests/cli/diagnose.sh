@@ -41,7 +41,8 @@ ROWS
 
 finds 2 refused 'Nobody listens at 127.0.0.1, port 1.' --broker 127.0.0.1:1
 finds 1 unusable-address 'cannot be used' --broker user@host
-finds 2 unknown-code 'NONE is not in the table' --registration-code NONE --cache "$folder"
+finds 2 unknown-code 'NONE is not in the table' --registration-code NONE --cache "$folder/made/for/it"
+[ -d "$folder/made/for/it" ]
 echo '{"view_broker": {}}' >"$folder/scenario.json"
 start_simulator "$1" --scenario "$folder/scenario.json"
 finds 6 view-broker 'A View broker answers' --broker "127.0.0.1:$(port_of view_broker)"

@@ -5,45 +5,61 @@
 
 #include <csignal>
 
-using fake::broker;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::StartsWith;
 
 namespace {
 
-using Lines = std::vector<std::string>;
+const std::string authenticate = "authenticate", update_password = "update-password";
 
-constexpr uint32_t password = KAVRO_BROKER_AUTH_METHOD_PASSWORD;
-constexpr uint32_t expired = KAVRO_BROKER_AUTH_METHOD_PASSWORD_EXPIRED;
-constexpr uint32_t disclaimer = KAVRO_BROKER_AUTH_METHOD_DISCLAIMER;
-constexpr uint32_t oauth = KAVRO_BROKER_AUTH_METHOD_OAUTH;
-constexpr uint32_t dialog = KAVRO_BROKER_AUTH_METHOD_DIALOG;
-
+/// A broker with one user, whose password has expired.
 class LoginTest : public CliTest {
 protected:
     LoginTest() {
-        broker.disclaimer = "Only for staff.\x1b[2J";
-        broker.dialog.prompt_text = "Second step";
-        broker.dialog.fields = {
-            {"note", "Note:", "read this", true},
-            {"mail", "Mail:", "a@example", false, false, true, KAVRO_BROKER_TEXT_TYPE_EMAIL},
-            {"token", "Token", "", false, true, false}};
-        broker.dialog.buttons = {{"ok", "OK", false}, {"resend", "Send again", true}};
+        scenario.users = {{.username = "alice",
+                           .password = "old one",
+                           .domain = "OTHER",
+                           .password_expired = true}};
+        scenario.domains = {"OTHER"};
+    }
+
+    /// Demands these, one after the other.
+    void start_demanding(const Lines &methods) {
+        scenario.authentication.clear();
+        for (const auto &method : methods) {
+            broker_sim::AuthenticationStep step{.methods = {method}};
+            step.disclaimer = "Only for staff.\x1b[2J";
+            step.oauth = {.code = "code", .username = "alice"};
+            step.dialog = {
+                .prompt = "Second step",
+                .fields =
+                    {{.id = "note",
+                      .label = "Note:",
+                      .text = "read this",
+                      .type = "read-only-text"},
+                     {.id = "mail", .label = "Mail:", .text = "a@example", .text_type = "email"},
+                     {.id = "token", .label = "Token", .hidden = "true", .do_not_log = "true"}},
+                .buttons = {{.id = "ok", .label = "OK"},
+                            {.id = "resend", .label = "Send again", .is_default = true}}};
+            scenario.authentication.push_back(step);
+        }
+        start(scenario);
     }
 };
 
 TEST_F(LoginTest, answers_every_method_in_turn) {
-    broker.methods = {disclaimer, password, expired, dialog};
-    broker.domains = {"EXAMPLE", "OTHER"};
-    const auto outcome = run({"list"}, {"y", "alice", "2", "old one", "new one", "typo", "new one",
-                                        "new one", "", "1234", "1"});
+    scenario.domains = {"EXAMPLE", "OTHER"};
+    start_demanding({"disclaimer", "password", "dialog"});
+    const auto outcome = run({"list"}, "y\nalice\n2\nold one\nnew password\ntypo\n"
+                                       "new password\nnew password\n\n1234\n1\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(broker.noted_of("disclaimer"), ElementsAre("disclaimer accepted"));
-    EXPECT_THAT(broker.noted_of("password"), ElementsAre("password alice|OTHER|old one"));
-    EXPECT_THAT(broker.noted_of("new-password"),
-                ElementsAre("new-password alice|OTHER|old one|new one|new one"));
-    EXPECT_THAT(broker.noted_of("dialog"), ElementsAre("dialog ok|mail=a@example|token=1234"));
+    EXPECT_THAT(requests(), ElementsAre("hello", "authenticate DISCLAIMER_ACCEPTED",
+                                        "authenticate alice|old one|OTHER",
+                                        "update-password alice|old one|new password|OTHER",
+                                        "authenticate mail|a@example|token|1234|ok",
+                                        "get-resource-list", "bye"));
     EXPECT_EQ(outcome.shown, "Only for staff.\\x1b[2J\n"
                              "Do you accept this? (y/n): y\n"
                              "User name [unixuser]: alice\n"
@@ -67,135 +83,135 @@ TEST_F(LoginTest, answers_every_method_in_turn) {
 }
 
 TEST_F(LoginTest, asks_again_after_an_answer_that_may_be_mended) {
-    struct Case {
-        uint32_t method;
-        const char *request;
-        kavro_broker_result result;
-        Lines typed;
-        std::size_t tries;
-        int status;
-    };
-    const Case cases[] = {
-        {password, "password", 501, {"", "bad", "", "good"}, 2, 0},
-        {password, "password", 501, {"", "1", "", "2", "", "3", "", "4"}, 3, 4},
-        {password, "password", 500, {"", "1", "", "2"}, 1, 4},
-        {expired, "new-password", 505, {"", "old", "x", "x", "better", "better"}, 2, 0},
-        {expired, "new-password", 501, {"", "bad", "x", "x", "old", "x", "x"}, 2, 0},
-        {dialog, "dialog", 513, {"", "1", "OK", "", "2", "OK"}, 2, 0},
-        {disclaimer, "disclaimer", 504, {"n", "y"}, 1, 4},
-        {oauth, "oauth", 509, {"stale", "fresh"}, 2, 0},
-        {oauth, "oauth", 510, {"fresh", "fresh"}, 1, 4},
+    const char *const unknown = "AUTH_FAILED_UNKNOWN_USERNAME_OR_PASSWORD";
+    const char *const no_change = "PSWD_UPDATE_FAILED_UNKNOWN_USERNAME_OR_PASSWORD";
+    const char *const weak = "PSWD_UPDATE_FAILED_WEAK_PASSWORD";
+    const char *const wrong_entry = "AUTH_FAILED_DIALOG_INVALID_USER_ENTRY";
+    const struct {
+        const char *method;
+        std::string request;
+        const char *result, *typed;
+        int tries, status;
+    } cases[] = {
+        {"password", authenticate, unknown, "alice\nbad\nalice\ngood\n", 2, 0},
+        {"password", authenticate, unknown, "\n1\n\n2\n\n3\n\n4\n", 3, 4},
+        {"password", authenticate, "AUTH_FAILED_ACCESS_DENIED", "\n1\n\n2\n", 1, 4},
+        {"password", update_password, weak, "alice\ngood\nx\nx\nbetter one\nbetter one\n", 2, 0},
+        {"password", update_password, no_change,
+         "alice\ngood\nx\nx\ngood\nbetter one\nbetter one\n", 2, 0},
+        {"dialog", authenticate, wrong_entry, "\n1\nOK\n\n2\nOK\n", 2, 0},
+        {"disclaimer", authenticate, "AUTH_FAILED_DISCLAIMER_REJECTED", "n\ny\n", 1, 4},
+        {"oauth", authenticate, "AUTH_FAILED_OAUTH_CODE_INVALID", "stale\ncode\n", 2, 0},
+        {"oauth", authenticate, "AUTH_FAILED_OAUTH_TOKEN_INVALID", "code\ncode\n", 1, 4},
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(fmt::format("{} {}", c.request, c.result));
-        broker.methods = {c.method};
-        broker.noted.clear();
-        broker.message = "Told by the broker";
-        broker.results[c.request].assign(c.status == 0 ? 1 : 9, c.result);
+        SCOPED_TRACE(c.result);
+        scenario.users.front().password = "good";
+        scenario.users.front().password_expired = c.request == update_password;
+        start_demanding({c.method});
+        broker->set_override({.match = {.request = c.request, .nth = c.status == 0 ? 1U : 0U},
+                              .result_id = c.result,
+                              .result_str = "Told by the broker"});
         const auto outcome = run({"list"}, c.typed);
         EXPECT_EQ(outcome.status, c.status) << outcome.err << outcome.shown;
-        EXPECT_EQ(broker.noted_of(c.request).size(), c.tries);
+        EXPECT_THAT(requests(), Contains(StartsWith(c.request)).Times(c.tries));
         EXPECT_THAT(c.tries > 1 ? outcome.shown : outcome.err, HasSubstr("Told by the broker"));
     }
 }
 
 TEST_F(LoginTest, takes_prepared_answers_without_asking) {
-    broker.methods = {disclaimer, password, expired, oauth, dialog};
-    const int secrets = descriptor_with("first\nsecond\ncode\n4711\nnever read\n");
+    start_demanding({"disclaimer", "password", "oauth", "dialog"});
+    const int secrets = descriptor_with("old one\nsecond one\ncode\n4711\nnever read\n");
     const auto number = std::to_string(secrets);
     const auto outcome =
-        run({"list", "--accept-disclaimer", "--user", "bob", "--password-fd", number,
+        run({"list", "--accept-disclaimer", "--user", "alice", "--password-fd", number,
              "--new-password-fd", number, "--answer-fd", "Token=" + number, "--oauth-code-fd",
              number, "--answer", "mail=b@example", "--button", "ok"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(broker.noted_of("new-password"),
-                ElementsAre("new-password bob|EXAMPLE|first|second|second"));
-    EXPECT_THAT(broker.noted_of("oauth"), ElementsAre("oauth code"));
-    EXPECT_THAT(broker.noted_of("dialog"), ElementsAre("dialog ok|mail=b@example|token=4711"));
+    EXPECT_THAT(
+        requests(),
+        ElementsAre("hello", "authenticate DISCLAIMER_ACCEPTED", "authenticate alice|old one|OTHER",
+                    "update-password alice|old one|second one|OTHER", "authenticate code",
+                    "authenticate mail|b@example|token|4711|ok", "get-resource-list", "bye"));
 }
 
 TEST_F(LoginTest, says_what_is_missing_when_nobody_can_be_asked) {
-    struct Case {
-        uint32_t method;
+    const auto secret = [this] { return std::to_string(descriptor_with("old one\n")); };
+    const struct {
+        const char *method;
         Lines options;
         int status;
         const char *told;
-    };
-    const auto secret = [this] { return std::to_string(descriptor_with("pw\n")); };
-    const Case cases[] = {
-        {password, {}, 8, "give --user"},
-        {password, {"--user", "bob"}, 8, "give --password-fd"},
-        {password, {"--user", "bob", "--password-fd", secret(), "--domain", "D"}, 0, ""},
-        {password, {"--user", "bob", "--password-fd", "99"}, 1, "descriptor 99: Bad file"},
-        {expired, {"--user", "bob", "--password-fd", secret()}, 8, "give --new-password-fd"},
-        {disclaimer, {}, 8, "give --accept-disclaimer"},
-        {dialog, {}, 8, "give --answer-fd token=N.\nThe broker says: Second step"},
-        {dialog, {"--answer", "token=1"}, 1, "is secret"},
-        {dialog, {"--answer-fd", "token=" + secret(), "--button", "no"}, 1, "OK, Send again"},
-        {oauth, {}, 8, "give --oauth-code-fd"},
-        {KAVRO_BROKER_AUTH_METHOD_SECURID, {}, 4, "does not know (7)"},
+    } cases[] = {
+        {"password", {}, 8, "give --user"},
+        {"password", {"--user", "bob"}, 8, "give --password-fd"},
+        {"password", {"--user", "bob", "--password-fd", "99"}, 1, "descriptor 99: Bad file"},
+        // A refused password is not sent twice.
+        {"password", {"--user", "bob", "--password-fd", secret()}, 4, "_USERNAME_PASSWORD"},
+        {"password", {"--user", "alice", "--password-fd", secret()}, 8, "give --new-password-fd"},
+        {"disclaimer", {}, 8, "give --accept-disclaimer"},
+        {"dialog", {}, 8, "give --answer-fd token=N.\nThe broker says: Second step"},
+        {"dialog", {"--answer", "token=1"}, 1, "is secret"},
+        {"dialog", {"--answer-fd", "token=" + secret(), "--button", "no"}, 1, "OK, Send again"},
+        {"oauth", {}, 8, "give --oauth-code-fd"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.told);
-        broker.methods = {c.method};
+        start_demanding({c.method});
         Lines arguments{"list", "--non-interactive"};
         arguments.insert(arguments.end(), c.options.begin(), c.options.end());
-        const auto outcome = run(arguments, {"must", "not", "be", "asked"});
+        const auto outcome = run(arguments, "must\nnot\nbe\nasked\n");
         EXPECT_EQ(outcome.status, c.status);
         EXPECT_EQ(outcome.shown, "");
         EXPECT_THAT(outcome.err, HasSubstr(c.told));
+        EXPECT_THAT(requests(), Contains(StartsWith(authenticate)).Times(testing::Le(1)));
     }
 }
 
-TEST_F(LoginTest, does_not_send_a_refused_prepared_password_twice) {
-    broker.methods = {password};
-    broker.results["password"] = {501, 501};
-    const auto outcome =
-        run({"list", "--user", "bob", "--password-fd", std::to_string(descriptor_with("wrong\n"))});
-    EXPECT_EQ(outcome.status, 4);
-    EXPECT_EQ(broker.noted_of("password").size(), 1U);
-    EXPECT_EQ(broker.noted.back(), "bye");
-}
-
 TEST_F(LoginTest, leaves_a_broker_that_never_stops_asking) {
-    broker.methods.assign(1000, disclaimer);
+    start_demanding(Lines(100, "disclaimer"));
     EXPECT_EQ(run({"list", "--accept-disclaimer"}).status, 6);
 }
 
 TEST_F(LoginTest, ends_when_the_input_ends) {
-    broker.methods = {password};
-    EXPECT_EQ(run({"list"}, {"alice"}).status, 8);
-    EXPECT_THAT(broker.noted_of("password"), IsEmpty());
+    start_demanding({"password"});
+    EXPECT_EQ(run({"list"}, "alice\n").status, 8);
+    EXPECT_THAT(requests(), ElementsAre("hello", "bye"));
 }
 
 TEST_F(LoginTest, escapes_whatever_was_typed_but_names_of_fields) {
-    broker.methods = {password, expired, oauth, dialog};
-    broker.dialog.fields = {{"a&b", "A", ""}};
-    broker.dialog.buttons = {{"o&k", "OK", true}};
-    broker.desktops[0].id = "vm<1>";
+    scenario.users = {{"<alice>", "a&b'c\"", "D&D", true}};
+    scenario.password_change.minimum_length = 1;
+    scenario.authentication = {{.methods = {"password"}},
+                               {.methods = {"oauth"}, .oauth = {"c&d", "<alice>"}}};
+    scenario.desktops = {{.name = "One", .id = "vm<1>"}};
+    start(scenario);
     const auto outcome =
         run({"connect", "vm<1>", "--domain", "D&D", "--locale", "<de>", "--timezone", "'tz'",
              "--variable", "n<=v>", "--agent-variable", "x=\"1\""},
-            {"<alice>", "a&b'c\"", "n<w", "n<w", "c&d", "&amp;"});
+            "<alice>\na&b'c\"\nn<w\nn<w\nc&d\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(broker.noted,
-                ElementsAre("address broker.example|", "locale &<;de&>;", "timezone &';tz&';",
-                            "hello-variable n&<;|v&>;", "verify yes", "oauth-enabled yes", "method",
-                            "password &<;alice&>;|D&&;D|a&&;b&';c&\";", "method",
-                            "new-password &<;alice&>;|D&&;D|a&&;b&';c&\";|n&<;w|n&<;w", "method",
-                            "oauth c&&;d", "method", "dialog o&&;k|a&b=&&;amp;", "method", "list",
-                            "timeout 180", "connect vm&<;1&>;|x=&\";1&\";"));
+    using broker_sim::Variables;
+    EXPECT_EQ(broker->client_to_broker_variables(), (Variables{{"n<", "v>"}}));
+    EXPECT_EQ(broker->client_to_agent_variables(), (Variables{{"x", "\"1\""}}));
+    const auto told = broker->requests();
+    EXPECT_THAT(told.front().body, HasSubstr("<locale>&lt;de&gt;<"));
+    EXPECT_THAT(told.back().body, HasSubstr("<time-zone-windows>&apos;tz&apos;<"));
+
+    scenario.authentication = {{.methods = {"dialog"},
+                                .dialog = {.fields = {{.id = "a&b", .label = "A"}},
+                                           .buttons = {{.id = "o&k", .label = "OK"}}}}};
+    start(scenario);
+    run({"list"}, "&amp;\n");
+    EXPECT_THAT(requests(), ElementsAre("hello", " a&b|&amp;amp;|o&amp;k", "bye"));
 }
 
 TEST_F(LoginTest, an_interruption_ends_it_with_the_number_of_the_signal) {
-    broker.methods = {password};
-    broker.results["password"] = {KAVRO_BROKER_ERR_CANCELLED};
-    broker.during = [this](const std::string &request) {
-        if (request == "password")
-            interruption.raise(SIGTERM);
-    };
-    EXPECT_EQ(run({"list"}, {"alice", "secret"}).status, 128 + SIGTERM);
-    EXPECT_THAT(broker.noted_of("bye"), IsEmpty());
+    start_demanding({"password"});
+    broker->inject({.match = {.request = authenticate}, .ending = broker_sim::Ending::stall});
+    const auto interrupting = interrupt_after(2, SIGTERM);
+    EXPECT_EQ(run({"list"}, "alice\nsecret\n").status, 128 + SIGTERM);
+    EXPECT_THAT(requests(), ElementsAre("hello", "authenticate alice|secret|OTHER"));
 }
 
 } // namespace

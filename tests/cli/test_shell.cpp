@@ -6,57 +6,42 @@
 
 #include <csignal>
 
-using fake::broker;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using ShellTest = CliTest;
 
-class ShellTest : public CliTest {
-protected:
-    ShellTest() { broker.connection.target.address = "192.0.2.7"; }
-
-    /// The requests, without what is set before.
-    static Lines requests() {
-        Lines found;
-        for (const auto &line : broker.noted)
-            if (line == "list" || line == "bye" || line == "method" ||
-                line.starts_with("connect ") || line.starts_with("power "))
-                found.push_back(line);
-        return found;
-    }
-};
+const std::string greeting = "hello", list = "get-resource-list", bye = "bye";
 
 TEST_F(ShellTest, carries_out_one_command_after_the_other_in_one_session) {
-    struct Case {
+    const std::string connect = "allocate-resource vm-1";
+    const struct {
         const char *commands;
         int status;
         Lines requests;
         const char *out, *err; ///< parts
-    };
-    const Case cases[] = {
-        {"", 0, {"method", "bye"}, "", ""},
-        {"\n # nothing\nlist\nlist # again\n", 0, {"method", "list", "bye"}, "vm-1", ""},
-        {"list\nrefresh\nquit\nlist\n", 0, {"method", "list", "list", "bye"}, "vm-2", ""},
-        {"power vm-1 down\nlist\n",
+    } cases[] = {
+        {"", 0, {greeting, bye}, "", ""},
+        {"\n # nothing\nlist\nlist # again\n", 0, {greeting, list, bye}, "vm-1", ""},
+        {"list\nrefresh\nquit\nlist\n", 0, {greeting, list, list, bye}, "vm-2", ""},
+        {"power vm-1 restart\nlist\n",
          0,
-         {"method", "list", "power vm-1|1", "list", "bye"},
-         "down, was ON",
+         {greeting, list, "perform-operation vm-1|CMD_OS_RESTART", list, bye},
+         "restart, was POWERED_ON",
          ""},
-        {"connect al\n", 0, {"method", "list", "connect vm-1"}, "192.0.2.7", ""},
-        {"connect al\nlogout\nlist\n", 0, {"method", "list", "connect vm-1", "bye"}, "Alpha", ""},
-        {"connect nowhere\nlist\n", 1, {"method", "list", "bye"}, "vm-1", "nowhere"},
-        {"frobnicate\nlist\n", 1, {"method", "list", "bye"}, "vm-1", "frobnicate"},
-        {"power vm-1\nlist\n", 1, {"method", "list", "bye"}, "vm-1", "OPERATION"},
-        {"connect 'al\nlist\n", 1, {"method", "list", "bye"}, "vm-1", "A quote is not closed."},
-        {"connect --help\nhelp\n", 0, {"method", "bye"}, "Leave, and end", ""},
-        {"list --json", 0, {"method", "list", "bye"}, "\"desktops\"", ""},
+        {"connect al\n", 0, {greeting, list, connect}, "127.0.0.1", ""},
+        {"connect al\nlist\n", 0, {greeting, list, connect, list}, "vm-2", ""},
+        {"connect al\nlogout\nlist\n", 0, {greeting, list, connect, bye}, "Alpha", ""},
+        {"connect nowhere\nlist\n", 1, {greeting, list, bye}, "vm-1", "nowhere"},
+        {"frobnicate\nlist\n", 1, {greeting, list, bye}, "vm-1", "frobnicate"},
+        {"power vm-1\nlist\n", 1, {greeting, list, bye}, "vm-1", "OPERATION"},
+        {"connect 'al\nlist\n", 1, {greeting, list, bye}, "vm-1", "A quote is not closed."},
+        {"connect --help\nhelp\n", 0, {greeting, bye}, "Leave, and end", ""},
+        {"list --json", 0, {greeting, list, bye}, "\"desktops\"", ""},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.commands);
-        broker.noted.clear();
         script = descriptor_with(c.commands);
         const auto outcome = run({"shell"});
         EXPECT_EQ(outcome.status, c.status);
@@ -67,37 +52,34 @@ TEST_F(ShellTest, carries_out_one_command_after_the_other_in_one_session) {
 }
 
 TEST_F(ShellTest, ends_with_the_status_of_the_last_command_that_failed_or_of_the_log_in) {
-    broker.results["list"] = {205, 700};
+    broker->set_override({.match = {.request = list, .nth = 1}, .error_id = "ERR_CM_FAILED"});
+    broker->set_override(
+        {.match = {.request = list, .nth = 2}, .result_id = "LIST_FAILED_NO_ENTITLEMENT"});
     script = descriptor_with("list\nlist\nlist\n");
     EXPECT_EQ(run({"shell"}).status, 5);
-    EXPECT_EQ(broker.noted.back(), "bye");
+    EXPECT_EQ(requests(), (Lines{greeting, list, list, list, bye}));
 
-    broker.methods = {KAVRO_BROKER_AUTH_METHOD_PASSWORD};
+    start({.domains = {"EXAMPLE"}, .authentication = {{.methods = {"password"}}}});
     EXPECT_EQ(run({"shell", "--user", "alice"}).status, 8);
 }
 
 TEST_F(ShellTest, an_interruption_stops_what_a_user_runs_but_all_of_a_script) {
-    struct Case {
+    const struct {
         bool typed;
         int signal, status;
         Lines requests;
-    };
-    const Case cases[] = {
-        {true, SIGINT, 130, {"method", "list", "list", "bye"}},
-        {true, SIGTERM, 128 + SIGTERM, {"method", "list"}},
-        {false, SIGINT, 130, {"method", "list"}},
+    } cases[] = {
+        {true, SIGINT, 130, {greeting, list, list, bye}},
+        {true, SIGTERM, 128 + SIGTERM, {greeting, list}},
+        {false, SIGINT, 130, {greeting, list}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.typed ? c.signal : 0);
-        broker.noted.clear();
-        broker.results["list"] = {KAVRO_BROKER_ERR_CANCELLED};
-        broker.during = [this, &c, first = true](const std::string &request) mutable {
-            if (request == "list" && std::exchange(first, false))
-                interruption.raise(c.signal);
-        };
+        broker->inject({.match = {.request = list, .nth = 1}, .ending = broker_sim::Ending::stall});
+        const auto interrupting = interrupt_after(2, c.signal);
         if (!c.typed)
             script = descriptor_with("list\nlist\n");
-        const auto outcome = c.typed ? run({"shell"}, {"list", "list"}) : run({"shell"});
+        const auto outcome = c.typed ? run({"shell"}, "list\nlist\n") : run({"shell"});
         EXPECT_EQ(outcome.status, c.status);
         EXPECT_EQ(requests(), c.requests);
         EXPECT_THAT(outcome.err, HasSubstr("Cancelled."));

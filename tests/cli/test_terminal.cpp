@@ -33,11 +33,18 @@ protected:
 
     TerminalProgram start(const std::string &command = "list",
                           const std::string &variable = "NO_COLOR=") const {
-        return TerminalProgram({KAVRO_BROKER_PROGRAM, command, "--broker",
-                                simulator.address() + ":" + std::to_string(simulator.port()),
-                                "--user", "alice"},
+        const std::string broker = simulator.address() + ":" + std::to_string(simulator.port());
+        std::vector<std::string> arguments{KAVRO_BROKER_PROGRAM, command, broker};
+        if (command != "probe")
+            arguments = {KAVRO_BROKER_PROGRAM, command, "--broker", broker, "--user", "alice"};
+        return TerminalProgram(arguments,
                                {"TERM=xterm", "SSL_CERT_FILE=" + (folder / "ca.pem").string(),
                                 "SSL_CERT_DIR=" + (folder / "no-other-trust").string(), variable});
+    }
+
+    static void log_in(TerminalProgram &program) {
+        ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
+        program.type(std::string(password) + "\n");
     }
 
     std::filesystem::path folder = [] {
@@ -61,8 +68,7 @@ TEST_F(TerminalTest, a_password_is_not_shown) {
 TEST_F(TerminalTest, colours_words_unless_the_user_wants_none) {
     for (const bool wanted : {true, false}) {
         auto program = start("list", wanted ? "NO_COLOR=" : "NO_COLOR=1");
-        ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
-        program.type(std::string(password) + "\n");
+        log_in(program);
         EXPECT_EQ(program.wait_for_exit(20s), 0) << program.screen();
         EXPECT_NE(program.screen().find("HEALTHY"), std::string::npos) << program.screen();
         EXPECT_EQ(program.screen().find("\x1b[32mHEALTHY") != std::string::npos, wanted);
@@ -73,8 +79,7 @@ TEST_F(TerminalTest, ctrl_c_in_a_shell_ends_the_running_command_or_line_only) {
     simulator.inject(
         {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
     auto program = start("shell");
-    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
-    program.type(std::string(password) + "\n");
+    log_in(program);
     ASSERT_TRUE(program.wait_for("kavro-broker> ")) << program.screen();
     program.type("half a comm");
     ASSERT_TRUE(program.wait_for("> half a comm")) << program.screen();
@@ -102,13 +107,18 @@ TEST_F(TerminalTest, ctrl_c_ends_a_request_that_the_broker_does_not_answer) {
     simulator.inject(
         {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
     auto program = start();
-    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
-    program.type(std::string(password) + "\n");
+    log_in(program);
     ASSERT_TRUE(program.wait_for("Listing the desktops")) << program.screen();
     program.type("\x03");
     EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
     EXPECT_TRUE(program.echoes());
     EXPECT_NE(program.screen().find("Cancelled."), std::string::npos) << program.screen();
+
+    simulator.inject({.stage = broker_sim::Stage::handshake, .ending = broker_sim::Ending::stall});
+    auto probe = start("probe");
+    ASSERT_TRUE(probe.wait_for("Looking who answers")) << probe.screen();
+    probe.type("\x03");
+    EXPECT_EQ(probe.wait_for_exit(2s), 130) << probe.screen();
 }
 
 } // namespace

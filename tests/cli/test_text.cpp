@@ -1,16 +1,60 @@
 #include "display_text.h"
+#include "log_sink.h"
 #include "spinner.h"
 
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <cstdarg>
 #include <mutex>
+#include <regex>
 #include <string>
 #include <vector>
 
 using namespace kavro_cli;
 
+/// Stands for the library, whose messages come from here.
+static kavro_broker_log_function log_function;
+void kavro_broker_set_log_function(kavro_broker_log_function function) {
+    log_function = function;
+}
+
 namespace {
+
+void log(int32_t category, int32_t severity, int32_t error, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    log_function(category, severity, error, format, arguments);
+    va_end(arguments);
+}
+
+TEST(Log, is_shown_up_to_the_level_and_shows_which_lines_belong_together) {
+    const struct {
+        int level;
+        const char *shown;
+    } cases[] = {
+        {0, "T banner general: last words [-500]\n"},
+        {1, "T banner general: banner\nT banner general: last words [-500]\n"
+            "T error discovery: mishap [-500]\n"},
+        {2, "T banner general: banner\nT banner general: last words [-500]\n"
+            "T error discovery: mishap [-500]\n"
+            "T info general: <a>\n    | T error: forged\\x1b[2J\n"
+            "T info general: Session provisioner info (not shown: it holds a ticket)\n"},
+    };
+    const std::regex time_stamp(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z)");
+    for (const auto &[level, shown] : cases) {
+        install_log_sink(level);
+        testing::internal::CaptureStderr();
+        log(0, 0, 0, "%s", "banner");
+        log(0, 0, -500, "%s", "last words");
+        log(1, 1, -500, "%s", "mishap");
+        log(0, 2, 0, "<a>\r\n%s\x1b[2J\r\n", "2026-01-01T00:00:00.000Z error: forged");
+        log(0, 2, 0, "Session provisioner info ==> %s", "ticket-secret");
+        log(0, 3, 0, "%s", "trace");
+        EXPECT_EQ(std::regex_replace(testing::internal::GetCapturedStderr(), time_stamp, "T"),
+                  shown);
+    }
+}
 
 TEST(DisplayText, makes_visible_what_a_terminal_would_obey) {
     struct Case {

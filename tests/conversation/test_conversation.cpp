@@ -169,29 +169,4 @@ TEST(Conversation, TheSecondPortIsFoundWithoutBeingTold) {
     EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), KAVRO_BROKER_ERR_CONNECT_REFUSED);
 }
 
-TEST(Conversation, AddressesThatCannotBe) {
-    struct Row {
-        const char *address;
-        const char *port;
-        kavro_broker_result result;
-    };
-    const std::string long_address(3000, 'a');
-    const Row rows[] = {{"127.0.0.1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {"fe80::1%lo", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {"127.0.0.1", "abc", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {"127.0.0.1\r\nX-Evil: 1", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {"user@127.0.0.1", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {long_address.c_str(), "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                        {"", "443", KAVRO_BROKER_ERR_INVALID_STATE},
-                        {"localhost", "abc", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED}};
-    Conversation talk;
-    for (const auto &[address, port, result] : rows) {
-        kavro_broker_set_broker_address(talk.handle, address, port);
-        uint32_t method = 0;
-        EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), result)
-            << address << " " << port;
-    }
-    EXPECT_EQ(talk.broker.connections(), 0u);
-}
-
 } // namespace

@@ -5,12 +5,11 @@
 #include "system.h"
 
 #include <openssl/evp.h>
-#include <openssl/x509.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -25,7 +24,6 @@ using Bytes = std::vector<CK_BYTE>;
 namespace {
 
 constexpr const char *variable = "SOFTHSM2_CONF";
-constexpr std::string_view label = "Test card";
 
 CK_UTF8CHAR *characters(std::string_view text) {
     return reinterpret_cast<CK_UTF8CHAR *>(const_cast<char *>(text.data()));
@@ -35,94 +33,38 @@ CK_ATTRIBUTE bytes(CK_ATTRIBUTE_TYPE type, const Bytes &value) {
     return {type, const_cast<CK_BYTE *>(value.data()), value.size()};
 }
 
-CK_ATTRIBUTE text(CK_ATTRIBUTE_TYPE type, std::string_view value) {
-    return {type, characters(value), value.size()};
-}
-
 CK_ATTRIBUTE flag(CK_ATTRIBUTE_TYPE type, bool set) {
     static CK_BBOOL values[] = {CK_FALSE, CK_TRUE};
     return {type, &values[set ? 1 : 0], sizeof(CK_BBOOL)};
 }
 
-CK_ATTRIBUTE yes(CK_ATTRIBUTE_TYPE type) {
-    return flag(type, true);
+/// Has the tool that comes with such tokens do something.
+void manage(const std::string &arguments) {
+    const std::string said =
+        test_support::output_of("softhsm2-util --pin " + std::string(SoftToken::pin) + " " +
+                                arguments + " 2>&1 && echo and has done so");
+    if (!said.ends_with("and has done so\n"))
+        throw std::runtime_error("softhsm2-util " + arguments + ": " + said);
 }
 
-/// The one slot with a token that is there for the taking, or the one that was taken.
-CK_SLOT_ID slot_of(CK_FUNCTION_LIST &module, bool taken) {
-    CK_ULONG count = 0;
-    require(module.C_GetSlotList(CK_TRUE, nullptr, &count), "slots");
-    std::vector<CK_SLOT_ID> slots(count);
+CK_SLOT_ID slot_with_token(CK_FUNCTION_LIST &module) {
+    std::vector<CK_SLOT_ID> slots(9);
+    CK_ULONG count = slots.size();
     require(module.C_GetSlotList(CK_TRUE, slots.data(), &count), "slots");
-    for (const CK_SLOT_ID slot : slots) {
-        CK_TOKEN_INFO info{};
-        require(module.C_GetTokenInfo(slot, &info), "token");
-        if (((info.flags & CKF_TOKEN_INITIALIZED) != 0) == taken)
-            return slot;
-    }
-    throw std::runtime_error("no such slot");
+    return slots.at(0); // the others are those that could be made
 }
 
-CK_SLOT_ID initialise(CK_FUNCTION_LIST &module) {
-    constexpr std::string_view officer_pin = "0815-0815";
-    std::string padded(label);
-    padded.resize(32, ' ');
-    require(module.C_InitToken(slot_of(module, false), characters(officer_pin), officer_pin.size(),
-                               characters(padded)),
-            "token");
-    const CK_SLOT_ID slot = slot_of(module, true);
-    const TokenSession session(module, slot, CKF_RW_SESSION);
-    const std::string_view pin = SoftToken::pin;
-    require(module.C_Login(session.handle(), CKU_SO, characters(officer_pin), officer_pin.size()),
-            "officer");
-    require(module.C_InitPIN(session.handle(), characters(pin), pin.size()), "PIN");
-    return slot;
-}
-
-/// Makes a key pair on the token and tells the public half.
-std::shared_ptr<EVP_PKEY> make_key_pair(const TokenSession &session, const Bytes &id, bool signs) {
-    CK_MECHANISM mechanism{CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
-    CK_ULONG bits = 2048;
-    std::vector<CK_ATTRIBUTE> open{yes(CKA_TOKEN), token::number(CKA_MODULUS_BITS, bits)};
-    std::vector<CK_ATTRIBUTE> closed{yes(CKA_TOKEN), yes(CKA_PRIVATE), yes(CKA_SENSITIVE),
-                                     flag(CKA_SIGN, signs), bytes(CKA_ID, id)};
-    CK_OBJECT_HANDLE public_key = 0;
-    CK_OBJECT_HANDLE private_key = 0;
-    require(session.module().C_GenerateKeyPair(session.handle(), &mechanism, open.data(),
-                                               open.size(), closed.data(), closed.size(),
-                                               &public_key, &private_key),
-            "key pair");
-
-    // RSAPublicKey of RFC 8017, as long as it is with 2048 bits and the usual exponent, 65537.
-    Bytes der{0x30, 0x82, 0x01, 0x0A, 0x02, 0x82, 0x01, 0x01, 0x00};
-    std::ranges::copy(session.attribute(public_key, CKA_MODULUS), std::back_inserter(der));
-    std::ranges::copy(Bytes{0x02, 0x03, 0x01, 0x00, 0x01}, std::back_inserter(der));
-    const unsigned char *from = der.data();
-    return {d2i_PublicKey(EVP_PKEY_RSA, nullptr, &from, static_cast<long>(der.size())),
-            EVP_PKEY_free};
-}
-
-Bytes subject_of(const Bytes &certificate) {
-    const unsigned char *from = certificate.data();
-    const std::unique_ptr<X509, decltype(&X509_free)> x509(
-        d2i_X509(nullptr, &from, static_cast<long>(certificate.size())), X509_free);
-    const unsigned char *der = nullptr;
-    std::size_t length = 0;
-    X509_NAME_get0_der(X509_get_subject_name(x509.get()), &der, &length);
-    return {der, der + length};
-}
-
-void store_certificate(const TokenSession &session, const std::string &name, const Bytes &id,
+void store_certificate(const TokenSession &session, std::string_view name, const Bytes &id,
                        const Bytes &certificate) {
     CK_ULONG object_class = CKO_CERTIFICATE;
     CK_ULONG kind = CKC_X_509;
-    const Bytes subject = subject_of(certificate);
+    const Bytes any_subject{0x30, 0x00};
     std::vector<CK_ATTRIBUTE> attributes{token::number(CKA_CLASS, object_class),
                                          token::number(CKA_CERTIFICATE_TYPE, kind),
-                                         yes(CKA_TOKEN),
-                                         text(CKA_LABEL, name),
+                                         flag(CKA_TOKEN, true),
+                                         {CKA_LABEL, characters(name), name.size()},
                                          bytes(CKA_ID, id),
-                                         bytes(CKA_SUBJECT, subject),
+                                         bytes(CKA_SUBJECT, any_subject),
                                          bytes(CKA_VALUE, certificate)};
     CK_OBJECT_HANDLE object = 0;
     require(session.module().C_CreateObject(session.handle(), attributes.data(), attributes.size(),
@@ -130,27 +72,42 @@ void store_certificate(const TokenSession &session, const std::string &name, con
             "certificate");
 }
 
+void forbid_to_sign(const TokenSession &session, const Bytes &id) {
+    CK_ULONG object_class = CKO_PRIVATE_KEY;
+    const auto keys = session.find({token::number(CKA_CLASS, object_class), bytes(CKA_ID, id)});
+    CK_ATTRIBUTE no = flag(CKA_SIGN, false);
+    require(session.module().C_SetAttributeValue(session.handle(), keys.at(0), &no, 1), "key");
+}
+
 } // namespace
 
 SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
+    const fs::path key_file = folder_ / "key.pem";
     fs::create_directory(folder_ / "tokens");
     std::ofstream(folder_ / "softhsm2.conf")
         << "directories.tokendir = " << (folder_ / "tokens").string() << "\nlog.level = ERROR\n";
     setenv(variable, (folder_ / "softhsm2.conf").c_str(), 1);
 
+    const std::shared_ptr<EVP_PKEY> key(EVP_RSA_gen(2048), EVP_PKEY_free);
+    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(key_file.c_str(), "w"),
+                                                         BIO_free);
+    PEM_write_bio_PrivateKey(file.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
+    BIO_flush(file.get());
+    manage("--init-token --free --label 'Test card' --so-pin 0815-0815");
+    for (const char *id : {"01", "03"})
+        manage("--import " + key_file.string() + " --token 'Test card' --label key --id " + id);
+
     const auto modules = token::load_modules(module_path());
     CK_FUNCTION_LIST &module = *modules[0];
-    const TokenSession session(module, initialise(module), CKF_RW_SESSION);
+    const TokenSession session(module, slot_with_token(module), CKF_RW_SESSION);
     const std::string_view user_pin = pin;
     require(module.C_Login(session.handle(), CKU_USER, characters(user_pin), user_pin.size()),
             "user");
-    const Bytes id{1};
-    certificate_ = test_support::trusted_client(make_key_pair(session, id, true));
-    store_certificate(session, "log-in", id, certificate_);
-    const Bytes other_id{3};
-    const auto mute = test_support::trusted_client(make_key_pair(session, other_id, false));
-    store_certificate(session, "mute", other_id, mute);
+    certificate_ = test_support::trusted_client(key);
+    store_certificate(session, "log-in", {1}, certificate_);
     store_certificate(session, "orphan", {2}, certificate_);
+    store_certificate(session, "mute", {3}, certificate_);
+    forbid_to_sign(session, {3});
 }
 
 SoftToken::~SoftToken() {

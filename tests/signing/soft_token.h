@@ -7,9 +7,9 @@
 
 namespace signing {
 
-/// A PKCS #11 token in files of a temporary folder. On it are a key pair that was made there with
-/// a trusted certificate ("log-in"), another that may not sign ("mute"), and a certificate without
-/// a key ("orphan").
+/// A PKCS #11 token in files of a temporary folder. On it is a trusted certificate with its key
+/// pair
+/// ("log-in"), again with a key that may not sign ("mute"), and again without one ("orphan").
 class SoftToken {
 public:
     SoftToken();

@@ -1,6 +1,6 @@
 #include "application.h"
 #include "cli/terminal_program.h"
-#include "signing_test.h"
+#include "demanding.h"
 #include "soft_token.h"
 #include "system.h"
 
@@ -28,7 +28,8 @@ protected:
     };
 
     /// Runs with nobody to ask, and this text to be read as the PIN.
-    Outcome run(std::vector<std::string> options, const std::string &pin) const {
+    static Outcome run(const ScriptedPeer &peer, std::vector<std::string> options,
+                       const std::string &pin = std::string(SoftToken::pin) + "\n") {
         const int descriptor = descriptor_with(pin);
         for (std::string &option : options) {
             if (const auto at = option.find("{fd}"); at != std::string::npos)
@@ -37,7 +38,7 @@ protected:
         std::ostringstream out;
         std::ostringstream err;
         kavro_cli::Interruption interruption;
-        options.insert(options.begin(), {"logout", "--broker", peer_.address()});
+        options.insert(options.begin(), {"logout", "--broker", peer.address()});
         const int status = kavro_cli::run_application(
             options, {.out = out, .err = err, .console = nullptr, .interruption = interruption});
         close_descriptor(descriptor);
@@ -66,45 +67,62 @@ TEST_F(ClientCertificateOption, asks_for_the_pin_without_showing_it) {
     EXPECT_EQ(peer_.record(0).client_certificate, token_.certificate());
 }
 
+TEST_F(ClientCertificateOption, a_key_that_never_leaves_the_token_signs_handshakes) {
+    for (const char *signatures : {"RSA+SHA256", "RSA+SHA384", "RSA+SHA512"}) {
+        const ScriptedPeer peer({welcome()}, demanding(signatures));
+        // The module is one that is registered.
+        const auto outcome = run(peer, {"--client-certificate", "pkcs11:token=Test%20card;id=%01",
+                                        "--token-pin-fd", "{fd}"});
+        EXPECT_EQ(outcome.status, 0) << signatures << outcome.err;
+        EXPECT_EQ(peer.record(0).client_certificate, token_.certificate());
+    }
+}
+
 TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
-    const std::string good = std::string(SoftToken::pin) + "\n";
-    const std::string uri = SoftToken::uri("log-in");
     const std::string card = "pkcs11:token=Test%20card";
+    const std::string module = "module-path=" + SoftToken::module_path();
+    const std::string uri = SoftToken::uri("log-in");
+    const std::vector<std::string> none, pin{"--token-pin-fd", "{fd}"};
     struct Case {
+        std::string uri;
         std::vector<std::string> options;
-        std::string pin;
         int status;
         const char *told;
+        std::string pin = std::string(SoftToken::pin) + "\n";
     };
     const Case cases[] = {
-        {{"--client-certificate", uri, "--token-pin-fd", "{fd}"}, good, 0, ""},
-        {{"--client-certificate", uri + "&pin-source=fd:{fd}"}, good, 0, ""},
-        {{"--client-certificate", card + ";object=log-in", "--pkcs11-module",
-          SoftToken::module_path(), "--token-pin-fd", "{fd}"},
-         good,
+        {uri, pin, 0, ""},
+        {uri + "&pin-source=fd:{fd}", none, 0, ""},
+        {card + ";object=log-in",
+         {"--pkcs11-module", SoftToken::module_path(), "--token-pin-fd", "{fd}"},
          0,
          ""},
-        {{}, good, 2, "KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED"},
-        {{"--client-certificate", uri}, good, 8, "give --token-pin-fd"},
-        {{"--client-certificate", uri, "--token-pin-fd", "{fd}"},
-         "0000\n",
-         1,
-         "cannot be unlocked"},
-        {{"--client-certificate", uri, "--token-pin-fd", "{fd}"}, "", 1, "it is at its end"},
-        {{"--client-certificate", uri + "&pin-value=4711"}, good, 1, "does not belong on the comm"},
-        {{"--client-certificate", uri + "&pin-source=/etc/pin"}, good, 1, "must be a descriptor"},
-        {{"--client-certificate", uri + "&pin-source=fd:3x"}, good, 1, "must be a descriptor"},
-        {{"--client-certificate", card + ";object=none"}, good, 1, "No token has the certificate"},
-        {{"--client-certificate", SoftToken::uri("mute"), "--token-pin-fd", "{fd}"},
-         good,
-         2,
-         "The token does not sign: "},
-        {{"--token-pin-fd", "{fd}"}, good, 1, "--client-certificate"},
+        {"", none, 2, "KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED"},
+        {"", pin, 1, "--client-certificate"},
+        {uri, none, 8, "give --token-pin-fd"},
+        {uri, pin, 1, "The token Test card cannot be unlocked", "0000\n"},
+        {uri, pin, 1, "it is at its end", ""},
+        {uri + "&pin-value=4711", none, 1, "does not belong on the comm"},
+        {uri + "&pin-source=/etc/pin", none, 1, "must be a descriptor"},
+        {uri + "&pin-source=fd:3x", none, 1, "must be a descriptor"},
+        {SoftToken::uri("mute"), pin, 2, "The token does not sign: "},
+        {SoftToken::uri("orphan"), pin, 1, "no RSA key to sign with"},
+        // None of these asks for a PIN.
+        {"card:1", none, 1, "The PKCS #11 URI cannot be read"},
+        {"pkcs11:token=%zz", none, 1, "The PKCS #11 URI cannot be read"},
+        {"pkcs11:colour=red?" + module, none, 1, "does not name a certificate"},
+        {"pkcs11:?module-path=/nowhere.so", none, 1, "/nowhere.so cannot be loaded"},
+        {"pkcs11:token=Other;object=log-in?" + module, none, 1, "No token has the certificate"},
+        {SoftToken::uri("other"), none, 1, "No token has the certificate"},
+        {card + "?" + module, none, 1, "names several certificates"},
     };
     for (const Case &row : cases) {
-        SCOPED_TRACE(testing::PrintToString(row.options));
+        SCOPED_TRACE(row.uri + " " + row.told);
+        auto options = row.options;
+        if (!row.uri.empty())
+            options.insert(options.end(), {"--client-certificate", row.uri});
         const std::size_t before = peer_.connection_count();
-        const auto outcome = run(row.options, row.pin);
+        const auto outcome = run(peer_, options, row.pin);
         EXPECT_EQ(outcome.status, row.status) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr(row.told));
         EXPECT_THAT(outcome.err, Not(HasSubstr("4711")));

@@ -51,25 +51,6 @@ TEST(Scenario, ErrorsNameTheKey) {
     EXPECT_THROW(Scenario::load("no/such/file.json"), ScenarioError);
 }
 
-TEST(Scenario, TheFilesShippedWithTheSimulatorAreValid) {
-    EXPECT_EQ(Scenario::demo().desktops.size(), 4u);
-    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/demo.json").users.front().username, "alice");
-    EXPECT_TRUE(Scenario::load(SCENARIO_DIR "/expired_password.json").users[0].password_expired);
-    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/dialog.json").authentication[1].dialog.fields.size(),
-              2u);
-    EXPECT_EQ(Scenario::load(SCENARIO_DIR "/oauth.json").authentication[0].oauth.code, "4711-0815");
-}
-
-TEST(Scenario, DesktopAllocationStatesOnlyWhatDiffers) {
-    const Scenario scenario = Scenario::parse(
-        R"({"desktops": [{"name": "n", "id": "i", "allocation": {"target": {"port": "99"}}}],
-            "allocation": {"session_id": "7", "target": {"ip_address": "10.0.0.1"}}})");
-    const Allocation &allocation = *scenario.desktops[0].allocation;
-    EXPECT_EQ(allocation.session_id, "7");
-    EXPECT_EQ(allocation.target.ip_address, "10.0.0.1");
-    EXPECT_EQ(allocation.target.port, "99");
-}
-
 TEST(Scenario, GeneratesDesktopsFromAModel) {
     const Scenario scenario = Scenario::parse(
         R"({"desktops": {"generate": {"count": 100000, "id": "d-{n}", "state": "POWERED_OFF"}}})");

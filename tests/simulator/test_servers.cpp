@@ -24,14 +24,8 @@ Scenario all_servers() {
             .provisioning = Provisioning{}};
 }
 
-/// What a server sends to these bytes, and how that ended.
-WireClient::Received ask(const Simulator &simulator, std::string_view server,
-                         std::string_view bytes, std::chrono::milliseconds patience = 20s) {
-    WireClient client(simulator, 20s, server);
-    EXPECT_FALSE(client.handshake());
-    EXPECT_FALSE(client.send(bytes));
-    client.wait_at_most(patience);
-    return client.receive();
+std::string answer_of(const Simulator &simulator, std::string_view server, std::string_view bytes) {
+    return converse(simulator, bytes, 20s, server).text();
 }
 
 std::string text_between(const std::string &text, const std::string &begin,
@@ -74,17 +68,19 @@ TEST(Servers, EachAnswersItsOwnPathsOnly) {
         {view_broker, http_request("<hello/>"), "HTTP/1.1 404", ""},
         {broker, view, "HTTP/1.1 404", ""},
         {broker, table_request(), "HTTP/1.1 404", ""},
+        {broker, table_request("/kavro-broker/xml"), "HTTP/1.1 405", ""},
+        {broker, "no request\r\n\r\n", "HTTP/1.1 400", ""},
         {registration, table_request(), "HTTP/1.1 200", "Content-Type: application/json"},
         {registration, table_request("/"), "HTTP/1.1 404", ""},
         {provisioning, http_request("<hello/>"), "HTTP/1.1 200", "ERR_UNSUPPORTED_REQUEST"},
         {broker, http_request("<session-provision/>"), "HTTP/1.1 200", "ERR_UNSUPPORTED_REQUEST"},
     };
     for (const auto &[server, request, status, content] : cases) {
-        const std::string answer = ask(simulator, server, request).text();
+        const std::string answer = answer_of(simulator, server, request);
         EXPECT_TRUE(answer.starts_with(status)) << server << " " << request << answer;
         EXPECT_NE(answer.find(content), std::string::npos) << server << " " << request << answer;
     }
-    const auto silence = ask(simulator, direct_host, view, 300ms);
+    const auto silence = converse(simulator, view, 300ms, direct_host);
     EXPECT_EQ(silence.text(), "");
     EXPECT_EQ(silence.end, asio::error::timed_out);
     EXPECT_EQ(simulator.requests().back().server, direct_host);
@@ -95,7 +91,7 @@ TEST(Servers, TheTableNamesTheBrokerThatRuns) {
     Simulator simulator{all_servers()};
     const std::string address = "https://127.0.0.1:" + std::to_string(simulator.port());
     const std::string table = R"({"a":{"b":")" + address + R"("},"c":")" + address + R"("})";
-    EXPECT_TRUE(ask(simulator, server_name::registration, table_request()).text().ends_with(table));
+    EXPECT_TRUE(answer_of(simulator, server_name::registration, table_request()).ends_with(table));
 
     const auto folder = test_support::fresh_folder();
     simulator.write_table_cache(folder);
@@ -114,13 +110,13 @@ TEST(Servers, TheTableNamesTheBrokerThatRuns) {
 
 TEST(Servers, ProvisioningTakesWhatTheBrokerHandedOutAndTakesItOnce) {
     Simulator simulator{all_servers()};
-    const auto hello = ask(simulator, server_name::broker, http_request("<hello/>")).text();
+    const auto hello = converse(simulator, http_request("<hello/>")).text();
     const std::string session = text_between(hello, "JSESSIONID=", ";");
     const auto allocate = [&] {
-        return ask(simulator, server_name::broker,
-                   http_request("<allocate-resource><resource-id>hosted</resource-id>"
-                                "</allocate-resource>",
-                                "JSESSIONID=" + session))
+        return converse(simulator,
+                        http_request("<allocate-resource><resource-id>hosted</resource-id>"
+                                     "</allocate-resource>",
+                                     "JSESSIONID=" + session))
             .text();
     };
     const std::string handed_out = allocate();
@@ -142,7 +138,7 @@ TEST(Servers, ProvisioningTakesWhatTheBrokerHandedOutAndTakesItOnce) {
     };
     for (const auto &[cookie, shown, result] : cases) {
         const auto answer =
-            ask(simulator, server_name::provisioning, provisioning_request(cookie, shown)).text();
+            answer_of(simulator, server_name::provisioning, provisioning_request(cookie, shown));
         EXPECT_EQ(text_between(answer, "<result-id>", "<"), result);
         EXPECT_EQ(text_between(answer, "<connect-tag>", "<"),
                   result == std::string("SESSION_PROVISION_SUCCESSFUL") ? "fetched" : "");
@@ -166,11 +162,13 @@ TEST(Servers, FaultsAndOverridesStrikeOneServerOrAll) {
 
     simulator.inject({.match = {.request = "view"}, .ending = Ending::fin});
     simulator.set_override({.match = {.request = "registration-table"}, .raw = "garbage"});
-    EXPECT_EQ(ask(simulator, server_name::view_broker,
-                  "POST /broker/xml HTTP/1.1\r\nConnection: close\r\nContent-Length: 0\r\n\r\n")
-                  .end,
-              asio::ssl::error::stream_truncated);
-    EXPECT_EQ(ask(simulator, server_name::registration, table_request()).text(), "garbage");
+    EXPECT_EQ(
+        converse(simulator,
+                 "POST /broker/xml HTTP/1.1\r\nConnection: close\r\nContent-Length: 0\r\n\r\n", 20s,
+                 server_name::view_broker)
+            .end,
+        asio::ssl::error::stream_truncated);
+    EXPECT_EQ(answer_of(simulator, server_name::registration, table_request()), "garbage");
 }
 
 } // namespace

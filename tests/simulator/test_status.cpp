@@ -12,16 +12,9 @@
 using namespace broker_sim;
 using namespace std::chrono_literals;
 using nlohmann::json;
+using namespace nlohmann::literals;
 
 namespace {
-
-/// What a client reads until its connection ends.
-std::string ask(const Simulator &simulator, std::string_view message, std::string_view cookie) {
-    WireClient client(simulator);
-    if (client.handshake() || client.send(http_request(message, cookie)))
-        return "";
-    return client.receive().text();
-}
 
 TEST(Status, TellsWhatHappenedButNoSecret) {
     Simulator simulator(
@@ -35,7 +28,7 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
          .direct_host = Listener{}});
     simulator.watch("a test");
 
-    const std::string hello = ask(simulator, "<hello/>", "");
+    const std::string hello = converse(simulator, http_request("<hello/>")).text();
     const std::string cookie = hello.substr(hello.find("JSESSIONID="), 11 + 32);
     for (const char *const message :
          {"<never-gets-so-far/>",
@@ -44,25 +37,25 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
           "<get-resource-list/>",
           "<perform-operation><resource-id>office</resource-id><operation>CMD_PWR_UP</operation>"
           "</perform-operation>",
-          "<bye/>", "<unknown\xff/>", "no message"})
-        ask(simulator, message, cookie);
+          "<bye/>", "<unknown\xff/>", "no message"}) {
+        WireClient client(simulator);
+        if (!client.handshake() &&
+            !client.send(http_request(message, "other=1; " + cookie + ";z=2")))
+            client.receive();
+    }
 
     const std::string text = simulator.status();
     const json status = json::parse(text);
-    const json rows = {
-        {1, "hello", "HTTP 200", true, json::object()},
-        {2, "", "", false, {{"stage", "handshake"}, {"ending", "fin"}}},
-        {3,
-         "authenticate",
-         "AUTH_SUCCESSFUL_AND_COMPLETE",
-         true,
-         {{"delay_ms", 30}, {"record_size", 16}}},
-        {4, "get-resource-list", "", false, {{"ending", "reset"}}},
-        {5, "perform-operation", "OP_SUCCESSFUL", true, json::object()},
-        {6, "bye", "HTTP 503", true, json::object()},
-        {7, "unknown\ufffd", "ERR_UNSUPPORTED_REQUEST", true, json::object()},
-        {8, "", "ERR_INVALID_MISSING_MSG_CONTENT", true, json::object()},
-    };
+    const json rows = R"([
+        [1, "hello", "HTTP 200", true, {}],
+        [2, "", "", false, {"stage": "handshake", "ending": "fin"}],
+        [3, "authenticate", "AUTH_SUCCESSFUL_AND_COMPLETE", true,
+         {"delay_ms": 30, "record_size": 16}],
+        [4, "get-resource-list", "", false, {"ending": "reset"}],
+        [5, "perform-operation", "OP_SUCCESSFUL", true, {}],
+        [6, "bye", "HTTP 503", true, {}],
+        [7, "unknown\ufffd", "ERR_UNSUPPORTED_REQUEST", true, {}],
+        [8, "", "ERR_INVALID_MISSING_MSG_CONTENT", true, {}]])"_json;
     json told = json::array();
     for (const json &row : status["requests"])
         told.push_back({row["connection"], row["request"], row["result"],

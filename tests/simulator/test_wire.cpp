@@ -11,16 +11,6 @@ namespace {
 const auto limit = std::chrono::seconds(20);
 const std::string hello = http_request("<hello/>");
 
-/// One exchange on a connection of its own.
-WireClient::Received converse(const Simulator &simulator, std::string_view request,
-                              std::chrono::milliseconds patience = limit) {
-    WireClient client(simulator);
-    EXPECT_FALSE(client.handshake());
-    EXPECT_FALSE(client.send(request));
-    client.wait_at_most(patience);
-    return client.receive();
-}
-
 std::string body_of(const std::string &response) {
     return response.substr(response.find("\r\n\r\n") + 4);
 }
@@ -54,40 +44,6 @@ TEST(Wire, RecordsRequestsByteForByte) {
     EXPECT_EQ(simulator.client_to_broker_variables(), (Variables{{"a", "1"}}));
     simulator.clear_recording();
     EXPECT_TRUE(simulator.requests().empty());
-}
-
-TEST(Wire, SessionCookieTravelsInTheHeaders) {
-    Simulator simulator{Scenario{.session_cookie = "sid"}};
-    const std::string answer = converse(simulator, hello).text();
-    const std::size_t begin = answer.find("Set-Cookie: sid=") + 12;
-    ASSERT_NE(begin, std::string::npos + 12);
-    const std::string cookie = answer.substr(begin, answer.find(';', begin) - begin);
-    const std::string list = "<get-resource-list/>";
-    EXPECT_NE(converse(simulator, http_request(list, "other=1; " + cookie + ";z=2"))
-                  .text()
-                  .find("LIST_SUCCESSFUL"),
-              std::string::npos);
-    EXPECT_NE(converse(simulator, http_request(list, "sid=1")).text().find("ERR_INVALID_SESSION"),
-              std::string::npos);
-}
-
-TEST(Wire, CertificateIsWhatTheScenarioSays) {
-    const struct {
-        Tls tls;
-        bool accepted;
-    } cases[] = {
-        {{}, true},
-        {{.max_version = "1.2"}, true},
-        {{.key = "ec-p256"}, true},
-        {{.expired = true}, false},
-        {{.names = {"elsewhere.example"}, .automatic_names = false}, false},
-        {{.issuer = Issuer::self}, false},
-        {{.issuer = Issuer::stranger}, false},
-    };
-    for (std::size_t i = 0; i < std::size(cases); ++i) {
-        Simulator simulator{Scenario{.address = "127.0.0.7", .tls = cases[i].tls}};
-        EXPECT_EQ(!WireClient(simulator).handshake(), cases[i].accepted) << "case " << i;
-    }
 }
 
 TEST(Wire, EndingsCutTheResponse) {
@@ -194,17 +150,6 @@ TEST(Wire, OverridesAnswerInsteadOfTheBroker) {
         for (const char *part : expected)
             EXPECT_NE(answer.find(part), std::string::npos) << part << " not in\n" << answer;
     }
-}
-
-TEST(Wire, HttpErrorsOutsideTheProtocol) {
-    Simulator simulator{Scenario{}};
-    const std::pair<const char *, const char *> cases[] = {
-        {"POST /other HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 404 "},
-        {"GET /kavro-broker/xml HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 405 "},
-        {"no request\r\n\r\n", "HTTP/1.1 400 "},
-    };
-    for (const auto &[request, status] : cases)
-        EXPECT_TRUE(converse(simulator, request).text().starts_with(status)) << request;
 }
 
 TEST(Wire, StopsWithConnectionsInEveryState) {

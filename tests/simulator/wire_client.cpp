@@ -1,6 +1,7 @@
 #include "wire_client.h"
 
 #include <boost/asio/write.hpp>
+#include <gtest/gtest.h>
 
 #include <array>
 #include <numeric>
@@ -65,6 +66,15 @@ WireClient::Received WireClient::receive() {
 
 std::string WireClient::Received::text() const {
     return std::accumulate(pieces.begin(), pieces.end(), std::string());
+}
+
+WireClient::Received converse(const broker_sim::Simulator &simulator, std::string_view bytes,
+                              std::chrono::milliseconds patience, std::string_view server) {
+    WireClient client(simulator, std::chrono::seconds(20), server);
+    EXPECT_FALSE(client.handshake());
+    EXPECT_FALSE(client.send(bytes));
+    client.wait_at_most(patience);
+    return client.receive();
 }
 
 std::string document(std::string_view message) {

@@ -47,6 +47,11 @@ private:
     boost::asio::ssl::stream<boost::asio::ip::tcp::socket> stream_;
 };
 
+/// What a server sends to these bytes on a connection of their own, and how that ended.
+WireClient::Received converse(const broker_sim::Simulator &simulator, std::string_view bytes,
+                              std::chrono::milliseconds patience = std::chrono::seconds(20),
+                              std::string_view server = broker_sim::server_name::broker);
+
 /// An HTTP request to the broker whose answer is followed by the end of the connection.
 std::string http_request(std::string_view message, std::string_view cookie = {});
 

@@ -4,9 +4,7 @@
 #include "tls_identity.h"
 #include "transport/certificate_verdict.h"
 
-#include <ctime>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -66,7 +64,6 @@ struct ChainCase {
     broker_sim::CertificatePtr leaf;
     std::vector<broker_sim::CertificatePtr> further;
     std::string host;
-    std::optional<std::time_t> time{}; ///< now, when there is none
     bool by_view_rules = false;
 };
 
