@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <string>
 
@@ -35,6 +36,23 @@ std::vector<Region> writable_memory() {
     return regions;
 }
 
+std::size_t count_in(const Region &region, const unsigned char *masked_piece) {
+    const unsigned char key = mask;
+    const unsigned char *const end = region.end - piece + 1;
+    std::size_t copies = 0;
+    for (const unsigned char *at = region.begin; at < end; ++at) {
+        const auto left = static_cast<std::size_t>(end - at);
+        at = static_cast<const unsigned char *>(std::memchr(at, masked_piece[0] ^ key, left));
+        if (at == nullptr)
+            break;
+        std::size_t same = 1;
+        while (same < piece && (at[same] ^ key) == masked_piece[same])
+            ++same;
+        copies += same == piece;
+    }
+    return copies;
+}
+
 } // namespace
 
 MaskedText::MaskedText(unsigned number) {
@@ -53,18 +71,10 @@ void MaskedText::reveal(char (&buffer)[size + 1]) const {
 }
 
 std::size_t MaskedText::copies_in_memory() const {
-    const unsigned char key = mask;
     std::size_t copies = 0;
-    for (const auto &[begin, end] : writable_memory()) {
-        for (const unsigned char *at = begin; at + piece <= end; ++at) {
-            for (std::size_t start = 0; start + piece <= size; start += piece) {
-                std::size_t same = 0;
-                while (same < piece && (at[same] ^ key) == masked_[start + same])
-                    ++same;
-                copies += same == piece;
-            }
-        }
-    }
+    for (const Region &region : writable_memory())
+        for (std::size_t start = 0; start + piece <= size; start += piece)
+            copies += count_in(region, masked_.data() + start);
     return copies;
 }
 
