@@ -153,6 +153,27 @@ TEST(Conversation, TargetsGivenByName) {
     }
 }
 
+TEST(Conversation, AddressesThatCannotBe) {
+    const struct {
+        std::string address;
+        const char *port;
+        kavro_broker_result result;
+    } rows[] = {{"127.0.0.1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                {"127.0.0.1", "abc", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                {"127.0.0.1\r\nX-Evil: 1", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                {std::string(3000, 'a'), "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
+                {"", "443", KAVRO_BROKER_ERR_INVALID_STATE},
+                {"localhost", "abc", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED}};
+    Conversation talk;
+    for (const auto &[address, port, result] : rows) {
+        kavro_broker_set_broker_address(talk.handle, address.c_str(), port);
+        uint32_t method = 0;
+        EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), result)
+            << address << " " << port;
+    }
+    EXPECT_EQ(talk.broker.connections(), 0u);
+}
+
 TEST(Conversation, TheSecondPortIsFoundWithoutBeingTold) {
     Scenario scenario = Scenario::demo();
     scenario.address = "127.60.44.3"; // an address of its own, on which nobody has port 443
