@@ -168,6 +168,22 @@ TEST_F(LoginTest, says_what_is_missing_when_nobody_can_be_asked) {
     }
 }
 
+TEST_F(LoginTest, takes_what_is_hidden_or_not_to_be_logged_from_no_command_line) {
+    const struct {
+        const char *hidden, *do_not_log;
+        int status;
+    } cases[] = {{"true", "false", 1}, {"false", "true", 1}, {"false", "false", 0}};
+    for (const auto &[hidden, do_not_log, status] : cases) {
+        scenario.authentication = {
+            {.methods = {"dialog"},
+             .dialog = {.fields = {{.id = "pin", .hidden = hidden, .do_not_log = do_not_log}},
+                        .buttons = {{.id = "ok"}}}}};
+        start(scenario);
+        EXPECT_EQ(run({"list", "--non-interactive", "--answer", "pin=1"}).status, status)
+            << hidden << do_not_log;
+    }
+}
+
 TEST_F(LoginTest, leaves_a_broker_that_never_stops_asking) {
     start_demanding(Lines(100, "disclaimer"));
     EXPECT_EQ(run({"list", "--accept-disclaimer"}).status, 6);

@@ -5,6 +5,8 @@ namespace kavro {
 namespace {
 
 const std::string answer = http_ok(hello_answer());
+/// More than what the systems on the way hold for a peer that does not read.
+const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
 
 class AnswerTest : public TransportTest {};
 
@@ -55,7 +57,6 @@ TEST_F(AnswerTest, NoFurtherRequestOnAConnectionThatFailed) {
 }
 
 TEST_F(AnswerTest, PeerThatStopsReadingMayHaveAnswered) {
-    const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
     const struct {
         Step next;
         milliseconds timeout;
@@ -70,6 +71,17 @@ TEST_F(AnswerTest, PeerThatStopsReadingMayHaveAnswered) {
         EXPECT_EQ(posted.result.result, result);
         EXPECT_LT(posted.took, ample);
     }
+}
+
+// Both answers come while the first request is being written, so they are read at once; when the
+// second request is sent, there is nothing left to wait for.
+TEST_F(AnswerTest, IsFoundWhereItWasReadAheadOfItsRequest) {
+    const ScriptedPeer peer(
+        {{handshake(), expect_bytes(100), send(answer), send(answer), expect_request(), stall()}});
+    Client client;
+    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+    ASSERT_EQ(post(client, big_request).result.result, POST_RESULT_SUCCESS);
+    EXPECT_EQ(post(client).result.result, POST_RESULT_SUCCESS);
 }
 
 } // namespace kavro

@@ -2,6 +2,9 @@
 
 #include "transport/name_resolution.h"
 
+#include <gtest/gtest.h>
+
+#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <memory>
@@ -50,7 +53,7 @@ public:
 
     void wait_for_lookups(int number) const {
         std::unique_lock lock(state_->mutex);
-        state_->changed.wait(lock, [&] { return state_->threads == number; });
+        state_->wait(lock, [&] { return state_->threads == number; });
     }
 
     /// Answers all look-ups and waits until their threads have ended.
@@ -58,7 +61,7 @@ public:
         std::unique_lock lock(state_->mutex);
         state_->released = true;
         state_->changed.notify_all();
-        state_->changed.wait(lock, [this] { return state_->threads == 0; });
+        state_->wait(lock, [this] { return state_->threads == 0; });
     }
 
 private:
@@ -69,6 +72,12 @@ private:
             const std::lock_guard lock(mutex);
             threads += difference;
             changed.notify_all();
+        }
+
+        /// What would be waited for without end fails the test.
+        template <class Condition>
+        void wait(std::unique_lock<std::mutex> &lock, Condition condition) {
+            EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(20), condition));
         }
 
         const NameResolver::Endpoints answer;
@@ -94,7 +103,7 @@ private:
             called_ = true;
             state_->count(1);
             std::unique_lock lock(state_->mutex);
-            state_->changed.wait(lock, [this] { return state_->released; });
+            state_->wait(lock, [this] { return state_->released; });
             return state_->answer;
         }
 

@@ -1,6 +1,7 @@
 #include "captured_log.h"
 #include "chains.h"
 
+#include "transport/server_verification.h"
 #include "utils/src/cert_chain.h"
 
 #include <gtest/gtest.h>
@@ -88,6 +89,13 @@ TEST(JudgedChains, ManyStarsAreJudgedAtOnce) {
     const std::clock_t begin = std::clock();
     EXPECT_EQ(judge_server(leaf, std::string(200, 'a') + "b.test").outcome, failed);
     EXPECT_LT(double(std::clock() - begin) / CLOCKS_PER_SEC, 0.05); // seconds of processor time
+}
+
+// As when the TLS library takes up an earlier session.
+TEST(JudgedChains, NoneAtAllIsNotTrusted) {
+    kavro::ServerVerification verification;
+    verification.begin(literal_host, true);
+    EXPECT_EQ(verification.outcome(), failed);
 }
 
 TEST(JudgedChains, ViewBrokersNeedRsaKeysInTheWholeChain) {

@@ -99,14 +99,14 @@ protected:
         EXPECT_EQ(client.ask(peer), KAVRO_BROKER_OK);
     }
 
-    /// Judged as the rows say; not a byte reaches a peer that is not trusted; without verification
-    /// all are served alike.
+    /// Judged as the rows say, whatever the rows before were; not a byte reaches a peer that is not
+    /// trusted; without verification all are served alike.
     static void expect_judged_as_said(const std::vector<Row> &rows) {
+        Client client;
         for (const Row &row : rows) {
             SCOPED_TRACE(row.name);
             const PeerTls tls{.identity = row.identity, .max_version = row.max_version};
             const ScriptedPeer peer({welcome()}, tls);
-            Client client;
             EXPECT_EQ(client.ask(peer, row.host), row.result);
             EXPECT_EQ(client.verdicts(), row.verdicts);
             EXPECT_NE(client.error_text().find(row.text), std::string::npos) << client.error_text();

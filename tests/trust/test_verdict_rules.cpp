@@ -70,6 +70,7 @@ TEST(VerdictRules, HandshakeFromCallToCall) {
     const CertificateFacts root_below = fault(self_signed_above, 0, self_signed);
     const CertificateFacts root_above = fault(self_signed_above, 1, self_signed);
     const CertificateFacts unknown = fault(unknown_issuer, 0);
+    const CertificateFacts unknown_root = fault(unknown_issuer, 0, self_signed);
     const CertificateFacts unknown_above = fault(unknown_issuer, 1);
     const CertificateFacts ok = good(0);
     const Case cases[] = {
@@ -87,6 +88,7 @@ TEST(VerdictRules, HandshakeFromCallToCall) {
         {"root's error below", {root_below}, failed, {14}, "E19", false},
         {"unknown issuer above", {unknown_above, ok}, warnable, {0, 29}, "E20", true},
         {"unknown issuer", {unknown, fault(lone_leaf, 0), ok}, warnable, {15}, "E21", true},
+        {"unknown root", {unknown_root}, failed, {29}, "E20", false},
         {"not verified otherwise", {fault(lone_leaf, 0)}, failed, {15}, "E21", false},
         {"both", {unknown_above, good(0, wrong_host)}, failed, {28, 29}, host_text, false},
         {"failed after warnable", {unknown_above, late(0), ok}, failed, {9, 29}, "E10", true},
