@@ -4,9 +4,9 @@
 #include "kavro/src/hello.h"
 #include "kavro/src/resource_list.h"
 #include "transport/http_framing.h"
-#include "transport/xml_message_log.h"
 #include "utils/src/broker_utils.h"
 #include "utils/src/client_identity.h"
+#include "xml/xml_message_log.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>

@@ -1,4 +1,4 @@
-#include "transport/anchor_bundle.h"
+#include "trust/anchor_bundle.h"
 #include "fuzzing.h"
 #include "scratch_file.h"
 

@@ -2,8 +2,8 @@
 
 #include "error_codes.h"
 #include "fuzzing.h"
+#include "kavro/src/answer.h"
 #include "kavro/src/auth_method.h"
-#include "kavro/src/exchange.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "fuzzing.h"
-#include "transport/xml_document.h"
 #include "utils/src/broker_utils.h"
+#include "xml/xml_document.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "fuzzing.h"
 #include "planted_secrets.h"
-#include "transport/xml_message_log.h"
+#include "xml/xml_message_log.h"
 
 #include <string>
 

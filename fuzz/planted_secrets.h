@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/xml_document.h"
+#include "xml/xml_document.h"
 
 #include <string>
 #include <string_view>

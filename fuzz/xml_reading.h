@@ -1,7 +1,7 @@
 #pragma once
 
-#include "transport/xml_document.h"
 #include "utils/src/broker_utils.h"
+#include "xml/xml_document.h"
 
 #include <boost/property_tree/detail/rapidxml.hpp>
 

@@ -1,6 +1,6 @@
 #include "chains.h"
 
-#include "transport/server_verification.h"
+#include "trust/server_verification.h"
 #include "utils/src/openssl_handles.h"
 
 #include <stdexcept>

@@ -2,7 +2,7 @@
 
 #include "minting.h"
 #include "tls_identity.h"
-#include "transport/certificate_verdict.h"
+#include "trust/certificate_verdict.h"
 
 #include <map>
 #include <string>

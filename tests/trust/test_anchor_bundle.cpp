@@ -1,7 +1,7 @@
 #include "chains.h"
 #include "temporary_home.h"
 
-#include "transport/anchor_bundle.h"
+#include "trust/anchor_bundle.h"
 
 #include <gtest/gtest.h>
 

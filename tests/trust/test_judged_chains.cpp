@@ -1,7 +1,7 @@
 #include "captured_log.h"
 #include "chains.h"
 
-#include "transport/server_verification.h"
+#include "trust/server_verification.h"
 #include "utils/src/cert_chain.h"
 
 #include <gtest/gtest.h>

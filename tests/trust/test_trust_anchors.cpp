@@ -1,7 +1,7 @@
 #include "captured_log.h"
 #include "chains.h"
 
-#include "transport/trust_store.h"
+#include "trust/trust_store.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "transport/certificate_verdict.h"
+#include "trust/certificate_verdict.h"
 
 #include <gtest/gtest.h>
 

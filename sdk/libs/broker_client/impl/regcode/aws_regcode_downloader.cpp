@@ -2,8 +2,8 @@
 
 #include "regcode/lookup_table.h"
 #include "transport/tls_exchange.h"
-#include "transport/tls_settings.h"
-#include "transport/trust_store.h"
+#include "trust/tls_settings.h"
+#include "trust/trust_store.h"
 #include "utils/src/broker_log.h"
 
 #include <boost/asio/ssl/host_name_verification.hpp>

@@ -1,6 +1,6 @@
 #include "transport/https_xml_client.h"
 
-#include "transport/tls_settings.h"
+#include "trust/tls_settings.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"
 

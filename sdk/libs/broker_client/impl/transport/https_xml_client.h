@@ -1,14 +1,14 @@
 #pragma once
 
-#include "transport/client_signing.h"
 #include "transport/connection_report.h"
 #include "transport/deadline_timer.h"
 #include "transport/http_framing.h"
 #include "transport/name_resolution.h"
-#include "transport/server_verification.h"
+#include "transport/post_result.h"
 #include "transport/tls_stream.h"
-#include "transport/trust_store.h"
-#include "transport/xml_document.h"
+#include "trust/client_signing.h"
+#include "trust/server_verification.h"
+#include "trust/trust_store.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ssl/context.hpp>
@@ -46,24 +46,6 @@ struct ConnectResult {
     std::string host;
     bool connect_securely = true;
     std::string error_text; ///< of the system, the TLS library or the certificate check
-};
-
-enum ePOST_RESULT : std::uint32_t {
-    POST_RESULT_SUCCESS = 0,
-    POST_RESULT_INVALID_PARAMS = 1,
-    POST_RESULT_TIMEOUT = 2,
-    POST_RESULT_CANCELLED = 3,
-    POST_RESULT_TLS_PROTOCOL_ERROR = 4,
-    POST_RESULT_SOCKET_OR_SYS_FAILURE = 5,
-    POST_RESULT_MANGLED_RESPONSE = 6,
-    POST_RESULT_NOT_HTTP_OK = 7
-};
-
-/// How a POST ended. `document` is set on success only.
-struct PostResult {
-    ePOST_RESULT result = POST_RESULT_SUCCESS;
-    std::string error_text;
-    std::shared_ptr<const XmlDocument> document;
 };
 
 /// One HTTPS connection at a time to a broker, and what is remembered from one to the next: cookies

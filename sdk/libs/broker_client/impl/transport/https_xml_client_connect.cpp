@@ -1,6 +1,6 @@
 #include "transport/https_xml_client.h"
 
-#include "transport/trust_store.h"
+#include "trust/trust_store.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/broker_utils.h"
 

@@ -1,7 +1,7 @@
 #include "transport/https_xml_client.h"
 
-#include "transport/xml_message_log.h"
 #include "utils/src/broker_log.h"
+#include "xml/xml_message_log.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/error.hpp>

@@ -1,7 +1,7 @@
 #include "kavro/src/allocate_resource.h"
 
-#include "kavro/src/envelope.h"
-#include "kavro/src/exchange.h"
+#include "kavro/src/answer.h"
+#include "kavro/src/request_text.h"
 #include "utils/src/broker_log.h"
 
 namespace kavro {

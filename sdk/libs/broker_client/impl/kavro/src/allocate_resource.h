@@ -2,8 +2,8 @@
 
 #include "kavro/src/hello.h"
 #include "kavro/src/results.h"
-#include "transport/xml_document.h"
 #include "utils/src/secure_text.h"
+#include "xml/xml_document.h"
 
 #include <functional>
 #include <string_view>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kavro/src/results.h"
-#include "transport/xml_document.h"
 #include "utils/src/secure_text.h"
+#include "xml/xml_document.h"
 
 #include <string>
 #include <string_view>

@@ -2,7 +2,7 @@
 
 #include "kavro/src/auth_method.h"
 #include "kavro/src/ibroker_client.h"
-#include "transport/xml_document.h"
+#include "xml/xml_document.h"
 
 #include <span>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "kavro/src/hello.h"
 
-#include "kavro/src/exchange.h"
+#include "kavro/src/answer.h"
 
 #include <algorithm>
 #include <array>

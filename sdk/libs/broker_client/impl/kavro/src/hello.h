@@ -1,9 +1,9 @@
 #pragma once
 
 #include "kavro/src/auth_method.h"
-#include "kavro/src/envelope.h"
+#include "kavro/src/request_text.h"
 #include "kavro/src/results.h"
-#include "transport/xml_document.h"
+#include "xml/xml_document.h"
 
 #include <string>
 #include <string_view>

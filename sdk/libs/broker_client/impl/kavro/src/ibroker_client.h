@@ -1,9 +1,9 @@
 #pragma once
 
 #include "kavro/src/results.h"
-#include "transport/client_signing.h"
 #include "transport/connection_report.h"
-#include "transport/trust_store.h"
+#include "trust/client_signing.h"
+#include "trust/trust_store.h"
 
 #include <chrono>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "kavro/src/kavro_broker_client.h"
 
 #include "kavro/src/allocate_resource.h"
-#include "kavro/src/exchange.h"
+#include "kavro/src/answer.h"
 #include "kavro/src/power_operation.h"
 #include "kavro/src/result_id.h"
 #include "regcode/registration_code.h"

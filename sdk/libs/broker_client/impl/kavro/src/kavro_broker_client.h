@@ -2,9 +2,9 @@
 
 #include "kavro/src/auth_method.h"
 #include "kavro/src/authenticate.h"
-#include "kavro/src/envelope.h"
 #include "kavro/src/hello.h"
 #include "kavro/src/ibroker_client.h"
+#include "kavro/src/request_text.h"
 #include "kavro/src/resource_list.h"
 #include "kavro/src/session_provisioning.h"
 #include "transport/https_xml_client.h"

@@ -2,8 +2,8 @@
 
 #include "kavro/src/desktop_list.h"
 #include "kavro/src/results.h"
-#include "transport/xml_document.h"
 #include "utils/src/secure_text.h"
+#include "xml/xml_document.h"
 
 #include <string_view>
 

@@ -1,8 +1,8 @@
 #include "kavro/src/result_id.h"
 
 #include "kavro/src/allocate_resource.h"
+#include "kavro/src/answer.h"
 #include "kavro/src/authenticate.h"
-#include "kavro/src/exchange.h"
 #include "kavro/src/power_operation.h"
 #include "kavro/src/resource_list.h"
 

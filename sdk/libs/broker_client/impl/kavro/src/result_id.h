@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/https_xml_client.h"
+#include "transport/post_result.h"
 
 #include <string_view>
 

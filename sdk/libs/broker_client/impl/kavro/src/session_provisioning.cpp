@@ -1,11 +1,11 @@
 #include "kavro/src/session_provisioning.h"
 
-#include "kavro/src/envelope.h"
-#include "transport/tls_settings.h"
-#include "transport/xml_message_log.h"
+#include "kavro/src/request_text.h"
+#include "trust/tls_settings.h"
 #include "utils/src/base64.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/cert_chain.h"
+#include "xml/xml_message_log.h"
 
 #include <stdexcept>
 

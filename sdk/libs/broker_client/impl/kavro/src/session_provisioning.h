@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kavro/src/exchange.h"
+#include "kavro/src/answer.h"
 #include "transport/tls_exchange.h"
 #include "utils/src/secure_text.h"
 

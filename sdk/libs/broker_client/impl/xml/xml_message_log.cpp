@@ -1,4 +1,4 @@
-#include "transport/xml_message_log.h"
+#include "xml/xml_message_log.h"
 
 #include "utils/src/broker_log.h"
 #include "utils/src/broker_utils.h"

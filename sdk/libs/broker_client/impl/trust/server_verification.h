@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/certificate_verdict.h"
+#include "trust/certificate_verdict.h"
 #include "utils/src/cert_chain.h"
 #include "utils/src/cert_verifier.h"
 

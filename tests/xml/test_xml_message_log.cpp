@@ -1,5 +1,5 @@
 #include "captured_log.h"
-#include "transport/xml_message_log.h"
+#include "xml/xml_message_log.h"
 
 #include <gtest/gtest.h>
 

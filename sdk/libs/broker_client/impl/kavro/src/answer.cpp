@@ -1,4 +1,4 @@
-#include "kavro/src/exchange.h"
+#include "kavro/src/answer.h"
 
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"

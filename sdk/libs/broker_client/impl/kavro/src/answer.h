@@ -1,8 +1,8 @@
 #pragma once
 
 #include "kavro/src/results.h"
-#include "transport/https_xml_client.h"
-#include "transport/xml_document.h"
+#include "transport/post_result.h"
+#include "xml/xml_document.h"
 
 #include <algorithm>
 #include <span>

@@ -1,4 +1,4 @@
-#include "kavro/src/envelope.h"
+#include "kavro/src/request_text.h"
 
 #include <cstdlib>
 #include <string>

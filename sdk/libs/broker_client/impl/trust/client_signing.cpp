@@ -2,7 +2,7 @@
 // of our own, to sign with a key that is not there. All of it is in this file.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
-#include "transport/client_signing.h"
+#include "trust/client_signing.h"
 
 #include "utils/src/broker_log.h"
 

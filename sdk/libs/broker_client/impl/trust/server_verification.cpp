@@ -1,4 +1,4 @@
-#include "transport/server_verification.h"
+#include "trust/server_verification.h"
 
 #include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"

@@ -1,4 +1,4 @@
-#include "transport/xml_scan.h"
+#include "xml/xml_scan.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "transport/xml_document.h"
+#include "xml/xml_document.h"
 
 #include "utils/src/broker_utils.h"
 

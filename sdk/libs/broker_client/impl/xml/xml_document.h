@@ -1,8 +1,8 @@
 #pragma once
 
-#include "transport/xml_index.h"
-#include "transport/xml_scan.h"
 #include "utils/src/secure_text.h"
+#include "xml/xml_index.h"
+#include "xml/xml_scan.h"
 
 #include <memory>
 #include <optional>

@@ -1,5 +1,5 @@
 #include "support/repeated.h"
-#include "transport/xml_document.h"
+#include "xml/xml_document.h"
 
 #include <gtest/gtest.h>
 

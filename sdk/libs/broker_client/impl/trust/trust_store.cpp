@@ -1,6 +1,6 @@
-#include "transport/trust_store.h"
+#include "trust/trust_store.h"
 
-#include "transport/anchor_bundle.h"
+#include "trust/anchor_bundle.h"
 #include "utils/src/broker_log.h"
 
 #include <algorithm>

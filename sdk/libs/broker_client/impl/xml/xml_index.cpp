@@ -1,6 +1,6 @@
-#include "transport/xml_index.h"
+#include "xml/xml_index.h"
 
-#include "transport/xml_scan.h"
+#include "xml/xml_scan.h"
 
 #include <limits>
 
