@@ -142,7 +142,9 @@ TEST(Conversation, TargetsGivenByName) {
     // A label this long is no name that could be asked for, so no name server is.
     const std::string unknown = std::string(64, 'x') + ".test";
     for (const auto &[name, expected] :
-         {std::pair<std::string, std::string>{"localhost", "127.0.0.1"}, {unknown, unknown}}) {
+         {std::pair<std::string, std::string>{"localhost", "127.0.0.1"},
+          {unknown, unknown},
+          {"", ""}}) {
         Scenario scenario = Scenario::demo();
         scenario.allocation.target.ip_address = name;
         Conversation talk(scenario);

@@ -197,8 +197,10 @@ TEST(RequestFrame, DialogAnswersAreMatchedByName) {
     const kavro_broker_name_value given[] = {
         {"name", "Alice"}, {"nobody", "x"}, {"pin", "1234"}, {"PIN", "y"}, {"", "z"}};
     handle.handle->hello_still_valid = true;
+    const CapturedLog log;
     EXPECT_EQ(kavro_broker_send_auth_dialog(handle, "ok", given, 5), KAVRO_BROKER_OK);
     EXPECT_EQ(handle.client->last_answers, "name=Alice;pin=1234, hidden;");
+    EXPECT_EQ(CapturedLog::count("The dialog has no field \"PIN\": it is left out."), 1);
 }
 
 TEST(RequestFrame, AuthMethodIsMinusOneUntilTheBrokerTells) {

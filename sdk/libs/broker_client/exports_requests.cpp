@@ -3,6 +3,7 @@
 #include "kavro_broker_extras.h"
 #include "records.h"
 #include "request_frame.h"
+#include "utils/src/broker_log.h"
 #include "utils/src/broker_utils.h"
 
 #include <algorithm>
@@ -36,6 +37,8 @@ std::vector<DialogAnswer> matching_answers(const std::vector<DialogField> &dialo
         const auto field = std::ranges::find(dialog, std::string_view(name), &DialogField::id);
         if (field != dialog.end())
             answers.push_back({field->id, value, field->loggable});
+        else
+            log_info("The dialog has no field \"%s\": it is left out.", printable(name).c_str());
     }
     return answers;
 }

@@ -114,8 +114,8 @@ XmlNode get_response_node(const PostResult &post, std::string &protocol_version,
     if (*version != "2.0" && *version != "2.1") {
         BrokerError error;
         BrokerResult result;
-        if (message)
-            read_error(message, error, result);
+        if (message && read_error(message, error, result))
+            log_broker_error(error, result);
         result.code = ERROR_CODE_PROTOCOL_UNSUPPORTED_VERSION;
         return fail(result);
     }

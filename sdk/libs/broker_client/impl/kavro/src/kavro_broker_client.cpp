@@ -183,15 +183,20 @@ void cKAVRO_BROKER_CLIENT::do_hello(const Variables &client_variables, HelloHand
             return read_hello(message, oauth_enabled_, answer);
         },
         [this, handler = std::move(handler)](const BrokerResult &result, HelloAnswer answer) {
-            keep(answer.auth);
-            handler(result, std::move(answer.hello), std::move(answer.auth.auth));
+            handler(result, std::move(answer.hello), kept(std::move(answer.auth)));
         });
 }
 
-/// A failed answer that says nothing new leaves what was asked for before.
-void cKAVRO_BROKER_CLIENT::keep(const AuthAnswer &answer) {
-    if (!answer.next_authentication.empty())
-        next_authentication_ = answer.next_authentication;
+/// What the broker wants by now. A failed answer that says nothing new leaves what it asked for
+/// before, so that the caller may answer that again.
+cAUTH_RESULT cKAVRO_BROKER_CLIENT::kept(AuthAnswer answer) {
+    if (!answer.next_authentication.empty()) {
+        next_authentication_ = std::move(answer.next_authentication);
+        wanted_ = std::move(answer.auth);
+    } else {
+        wanted_.to_client_variables = std::move(answer.auth.to_client_variables);
+    }
+    return wanted_;
 }
 
 void cKAVRO_BROKER_CLIENT::get_authentication_method(AuthHandler handler) {
@@ -203,8 +208,7 @@ void cKAVRO_BROKER_CLIENT::get_authentication_method(AuthHandler handler) {
             AuthAnswer answer;
             if (const XmlNode message = get_response_node(post, protocol_version_, result))
                 result = process_authentication_method(message, oauth_enabled_, answer);
-            keep(answer);
-            handler(result, std::move(answer.auth));
+            handler(result, kept(std::move(answer)));
         });
 }
 
@@ -217,8 +221,7 @@ void cKAVRO_BROKER_CLIENT::authenticate(AuthRequest kind, const SecureText &requ
             return read_authentication(kind, message, oauth_enabled_, answer);
         },
         [this, handler = std::move(handler)](const BrokerResult &result, AuthAnswer answer) {
-            keep(answer);
-            handler(result, std::move(answer.auth));
+            handler(result, kept(std::move(answer)));
         });
 }
 
@@ -347,19 +350,20 @@ void cKAVRO_BROKER_CLIENT::resolve_target(cDESKTOP_CONNECTION_RESULT connection,
         return handler({}, std::move(connection));
     }
     log_debug("%s is not a valid address, attempting to resolve it", printable(target).c_str());
-    transport_.resolve_name(
-        target,
-        [connection = std::move(connection), handler](const std::string &address) mutable {
-            log_debug("%s: resolved hostname %s to ip addr %s",
-                      "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resolve_complete",
-                      printable(connection.target_address).c_str(), address.c_str());
-            if (is_ip_address(address)) {
-                connection.target_address = address;
-                log_debug("resolved hostname to %s", address.c_str());
-            }
-            handler({}, std::move(connection));
-        },
-        timeout);
+    auto resolved = [connection = std::move(connection),
+                     handler](const std::string &address) mutable {
+        log_debug("%s: resolved hostname %s to ip addr %s",
+                  "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resolve_complete",
+                  printable(connection.target_address).c_str(), address.c_str());
+        if (is_ip_address(address)) {
+            connection.target_address = address;
+            log_debug("resolved hostname to %s", address.c_str());
+        }
+        handler({}, std::move(connection));
+    };
+    if (target.empty()) // which a resolver would take for this machine
+        return resolved({});
+    transport_.resolve_name(target, std::move(resolved), timeout);
 }
 
 void cKAVRO_BROKER_CLIENT::perform_operation(std::string_view resource_id,

@@ -87,7 +87,7 @@ private:
     void complete_unimplemented(AuthHandler handler);
     void handle_connect_to_broker(const ConnectResult &result, const ConnectionHandler &handler);
     void learn_identity();
-    void keep(const AuthAnswer &answer);
+    cAUTH_RESULT kept(AuthAnswer answer);
     BrokerResult provision(XmlNode provision_info, cDESKTOP_CONNECTION_RESULT &connection);
     void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
                         const AllocationHandler &handler);
@@ -98,6 +98,7 @@ private:
     std::string protocol_version_{initial_protocol_version};
     bool oauth_enabled_ = false;
     std::string next_authentication_;  ///< what the broker asked for last, as XML text
+    cAUTH_RESULT wanted_;              ///< the same as it was read
     DesktopListHandle known_desktops_; ///< of the last list
     std::string resolved_address_;
     ProvisioningCancel provisioning_cancel_;
