@@ -1,5 +1,5 @@
 #include "support/repeated.h"
-#include "xml/xml_document.h"
+#include "xml/xml_message_log.h"
 
 #include <gtest/gtest.h>
 
@@ -110,6 +110,38 @@ TEST(XmlDocument, NestingIsBounded) {
                                     repeated("<a b='>'>", 80'000)};
     for (const auto &text : too_deep)
         EXPECT_EQ(refusal(text), "nested too deep");
+}
+
+/// What a cancel and the deadline rely on in the middle of a large answer, whatever it is made of.
+TEST(XmlDocument, LongWorkIsEndedByItsCheckpoint) {
+    int calls_left = 0;
+    const auto checkpoint = [&calls_left] {
+        if (--calls_left == 0)
+            throw Interrupted();
+    };
+    const auto log = [](XmlNode root) { masked_message(root, MessageDirection::received); };
+    const auto read = [](XmlNode root) {
+        root.text();
+        root.attribute("b");
+        root.attribute("none");
+        for_each_child(root, "b", [](XmlNode) {});
+    };
+    constexpr int many = 2 * PacedCheckpoint::interval;
+    for (const auto &text :
+         {"<a>" + repeated("&", many) + "</a>", "<a>" + repeated("<b/>", many) + "</a>",
+          "<a>" + repeated("<!---->", many) + "</a>", "<a b='" + repeated("&lt;", many) + "'/>",
+          "<a" + repeated(" b=''", many) + "/>"}) {
+        std::string error;
+        calls_left = 2;
+        EXPECT_THROW(XmlDocument::parse(SecureText(text), error, checkpoint), Interrupted)
+            << text.substr(0, 9);
+        calls_left = 1'000;
+        const auto document = XmlDocument::parse(SecureText(text), error, checkpoint);
+        for (const auto &walk : {+log, +read}) {
+            calls_left = 2;
+            EXPECT_THROW(walk(document->root()), Interrupted) << text.substr(0, 9);
+        }
+    }
 }
 
 } // namespace

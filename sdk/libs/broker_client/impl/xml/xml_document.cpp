@@ -3,6 +3,7 @@
 #include "utils/src/broker_utils.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace kavro {
 
@@ -10,12 +11,12 @@ using xml::RawAttribute;
 
 namespace {
 
-/// What is between two marks, and moves past the second.
+/// Returns the text between two marks, the second of which is there, and moves past that one.
 std::string_view take_between(std::string_view &text, std::string_view opening,
-                              std::string_view closing) {
+                              const char *closing) {
     text.remove_prefix(opening.size());
-    const std::string_view inside = text.substr(0, text.find(closing));
-    text.remove_prefix(inside.size() + closing.size());
+    const std::string_view inside(text.data(), std::strstr(text.data(), closing));
+    text.remove_prefix(inside.size() + std::strlen(closing));
     return inside;
 }
 
@@ -31,11 +32,11 @@ std::shared_ptr<const XmlDocument> XmlNode::document() const {
 
 std::optional<std::string> XmlNode::attribute(std::string_view name) const {
     const char *at = name_end();
-    for (RawAttribute attribute; next_attribute(at, attribute);) {
+    for (RawAttribute attribute; next_attribute(at, attribute); checkpoint().step()) {
         if (attribute.name != name)
             continue;
         std::string value;
-        xml::append_decoded(value, attribute.value);
+        xml::append_decoded(value, attribute.value, checkpoint());
         return value;
     }
     return std::nullopt;
@@ -57,6 +58,7 @@ XmlNode XmlNode::first_named(std::string_view name) const {
     std::uint32_t index = index_;
     while (index < siblings_end_ && !document_->is_named(elements[index], name))
         index = elements[index].next;
+    checkpoint().step(index - index_ + std::size_t{1});
     return {document_, index, siblings_end_};
 }
 
@@ -77,6 +79,7 @@ bool XmlNode::has_mixed_content() const {
         if (xml::skip_white(at_text) != text_at(element.place().start))
             return true;
         at_text = element.end();
+        checkpoint().step();
     }
     return xml::skip_white(at_text) != whole.data() + whole.size();
 }
@@ -86,7 +89,7 @@ bool XmlNode::has_mixed_content() const {
 template <class OnText, class OnChild>
 void XmlNode::visit_content(OnText on_text, OnChild on_child) const {
     XmlNode element = child();
-    for (std::string_view rest = content(); !rest.empty();) {
+    for (std::string_view rest = content(); !rest.empty(); checkpoint().step()) {
         const auto plain = std::min(rest.find('<'), rest.size());
         if (plain != 0)
             on_text(rest.substr(0, plain), false);
@@ -111,11 +114,11 @@ std::string_view XmlNode::text(std::string &buffer) const {
         return whole;
     buffer.clear();
     visit_content(
-        [&buffer](std::string_view piece, bool cdata) {
+        [&](std::string_view piece, bool cdata) {
             if (cdata)
                 buffer += piece;
             else
-                xml::append_decoded(buffer, piece);
+                xml::append_decoded(buffer, piece, checkpoint());
         },
         [](XmlNode) {});
     return buffer;
@@ -146,7 +149,7 @@ void append_xml(std::string &out, XmlNode element) {
     const auto append_value = [&](std::string_view raw, bool cdata) {
         value.clear();
         if (!cdata)
-            xml::append_decoded(value, raw);
+            xml::append_decoded(value, raw, element.checkpoint());
         append_text(out, cdata ? raw : value);
     };
     (out += '<') += element.name();
@@ -160,10 +163,11 @@ void append_xml(std::string &out, XmlNode element) {
     ((out += "</") += element.name()) += '>';
 }
 
-std::shared_ptr<const XmlDocument> XmlDocument::parse(SecureText text, std::string &error) {
-    std::shared_ptr<XmlDocument> document(new XmlDocument(std::move(text)));
-    const char *const reason =
-        xml::index_elements(document->text_, max_nesting, document->elements_);
+std::shared_ptr<const XmlDocument> XmlDocument::parse(SecureText text, std::string &error,
+                                                      Checkpoint checkpoint) {
+    std::shared_ptr<XmlDocument> document(new XmlDocument(std::move(text), std::move(checkpoint)));
+    const char *const reason = xml::index_elements(document->text_, max_nesting,
+                                                   document->elements_, document->checkpoint_);
     if (reason == nullptr)
         return document;
     error = reason;

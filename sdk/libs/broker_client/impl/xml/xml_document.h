@@ -42,6 +42,8 @@ public:
     /// Whether there is more than white space beside its children, comments included.
     bool has_mixed_content() const;
 
+    /// The document's: for who walks over many nodes.
+    PacedCheckpoint &checkpoint() const;
     /// How much of the document the element takes up.
     std::size_t size() const;
     /// The document, for who keeps texts that are views of it.
@@ -51,7 +53,7 @@ public:
     template <class Visit>
     std::string_view for_each_attribute(Visit visit) const {
         const char *at = name_end();
-        for (xml::RawAttribute attribute; next_attribute(at, attribute);)
+        for (xml::RawAttribute attribute; next_attribute(at, attribute); checkpoint().step())
             visit(attribute);
         return *at == '/' ? std::string_view() : std::string_view(at + 1, text_at(place().close));
     }
@@ -101,7 +103,11 @@ public:
     static constexpr int max_nesting = 64; ///< the root counts
 
     /// Null on malformed text, with the reason in `error`.
-    static std::shared_ptr<const XmlDocument> parse(SecureText text, std::string &error);
+    ///
+    /// What `checkpoint` throws passes through here, and later through who reads a large document's
+    /// nodes: it must work for as long as that.
+    static std::shared_ptr<const XmlDocument> parse(SecureText text, std::string &error,
+                                                    Checkpoint checkpoint = {});
 
     XmlDocument(const XmlDocument &) = delete;
     XmlDocument &operator=(const XmlDocument &) = delete;
@@ -112,7 +118,8 @@ public:
 private:
     friend class XmlNode;
 
-    explicit XmlDocument(SecureText text) : text_(std::move(text)) {}
+    XmlDocument(SecureText text, Checkpoint checkpoint)
+        : text_(std::move(text)), checkpoint_(std::move(checkpoint)) {}
 
     /// Most other names have another length, which is told at once; but not beyond the text's end.
     bool is_named(const xml::IndexedElement &element, std::string_view name) const {
@@ -124,6 +131,7 @@ private:
 
     SecureText text_;
     xml::ElementIndex elements_;
+    mutable PacedCheckpoint checkpoint_;
 };
 
 // Called so often that the calls themselves would count.
@@ -142,6 +150,10 @@ inline const char *XmlNode::name_end() const {
 
 inline std::string_view XmlNode::name() const {
     return {text_at(place().start) + 1, name_end()};
+}
+
+inline PacedCheckpoint &XmlNode::checkpoint() const {
+    return document_->checkpoint_;
 }
 
 inline XmlNode XmlNode::child() const {

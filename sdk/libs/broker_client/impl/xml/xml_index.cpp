@@ -2,6 +2,7 @@
 
 #include "xml/xml_scan.h"
 
+#include <cstring>
 #include <limits>
 
 namespace kavro::xml {
@@ -13,15 +14,20 @@ constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
 /// Walks over a text once. Each step returns null, or why the text is malformed.
 class Indexer {
 public:
-    Indexer(std::string_view text, int max_nesting, ElementIndex &elements)
-        : begin_(text.data()), end_(begin_ + text.size()), at_(begin_), elements_(elements) {
+    Indexer(std::string_view text, int max_nesting, ElementIndex &elements,
+            PacedCheckpoint &checkpoint)
+        : begin_(text.data()),
+          end_(begin_ + text.size()),
+          at_(begin_),
+          elements_(elements),
+          checkpoint_(checkpoint) {
         open_.reserve(static_cast<std::size_t>(max_nesting));
     }
 
     const char *run() {
         if (std::string_view(begin_, end_).starts_with(byte_order_mark))
             at_ += byte_order_mark.size();
-        for (;;) {
+        for (;; checkpoint_.step()) {
             if (const char *error = open_.empty() ? skip_outside() : skip_text())
                 return error;
             if (at_ == end_)
@@ -44,11 +50,22 @@ private:
     }
 
     const char *skip_text() {
-        for (at_ = find(at_, ends_text); *at_ == '&'; at_ = find(at_, ends_text)) {
-            const Reference reference = read_reference(at_);
-            if (reference.error != nullptr)
-                return reference.error;
-            at_ += reference.size;
+        for (at_ = find(at_, ends_text); *at_ == '&'; at_ = find(at_ + 1, ends_text)) {
+            if (const char *error = check_reference(at_))
+                return error;
+        }
+        return nullptr;
+    }
+
+    const char *check_reference(const char *ampersand) {
+        checkpoint_.step();
+        return read_reference(ampersand).error;
+    }
+
+    const char *check_references(std::string_view value) {
+        for (auto at = value.find('&'); at != value.npos; at = value.find('&', at + 1)) {
+            if (const char *error = check_reference(value.data() + at))
+                return error;
         }
         return nullptr;
     }
@@ -79,8 +96,11 @@ private:
         if (name.empty())
             return "expected element name";
         for (at_ = skip_white(at_); *at_ != '>' && *at_ != '/'; at_ = skip_white(at_)) {
+            checkpoint_.step();
             RawAttribute attribute;
             if (const char *error = read_attribute(at_, attribute))
+                return error;
+            if (const char *error = check_references(attribute.value))
                 return error;
         }
         const auto index = static_cast<std::uint32_t>(elements_.size());
@@ -116,12 +136,11 @@ private:
         return std::string_view(at_, end_).starts_with(mark);
     }
 
-    const char *skip_past(std::string_view opening, std::string_view closing) {
-        const std::string_view inside(at_ + opening.size(), end_);
-        const auto end = inside.find(closing);
-        if (end == std::string_view::npos)
+    const char *skip_past(std::string_view opening, const char *closing) {
+        const char *const end = std::strstr(at_ + opening.size(), closing);
+        if (end == nullptr)
             return "unexpected end of data";
-        at_ = inside.data() + end + closing.size();
+        at_ = end + std::strlen(closing);
         return nullptr;
     }
 
@@ -133,19 +152,21 @@ private:
     const char *end_; ///< the text's end
     const char *at_;
     ElementIndex &elements_;
+    PacedCheckpoint &checkpoint_;
     std::vector<OpenElement> open_; ///< from the outermost; never grows
 };
 
 } // namespace
 
-const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements) {
+const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements,
+                           PacedCheckpoint &checkpoint) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
         return "text too long";
     if (text.find('\0') != std::string_view::npos)
         return "zero byte in text";
     // Room for more elements than a message usually has; what of it is not used costs no memory.
     elements.reserve(text.size() / 32);
-    return Indexer(text, max_nesting, elements).run();
+    return Indexer(text, max_nesting, elements, checkpoint).run();
 }
 
 } // namespace kavro::xml

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "utils/src/checkpoint.h"
+
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -23,6 +25,7 @@ using ElementIndex = std::vector<IndexedElement>;
 /// Strict about document types, which a broker's message has no business to define.
 ///
 /// @return null, or why the text cannot be read: a constant text
-const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements);
+const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements,
+                           PacedCheckpoint &checkpoint);
 
 } // namespace kavro::xml

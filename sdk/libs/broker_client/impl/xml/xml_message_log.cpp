@@ -134,21 +134,6 @@ bool is_special(char c) {
     return needs_care[static_cast<unsigned char>(c)];
 }
 
-/// Text as it stands in XML, with control characters made visible: no broker can forge a log line.
-void append_shown(std::string &out, std::string_view text) {
-    for (;;) {
-        const auto special = std::ranges::find_if(text, is_special);
-        out.append(text.begin(), special);
-        if (special == text.end())
-            return;
-        if (is_control(*special))
-            fmt::format_to(std::back_inserter(out), "\\x{:02X}", *special);
-        else
-            append_escaped_xml(out, {special, special + 1});
-        text = {special + 1, text.end()};
-    }
-}
-
 bool is_blank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
@@ -156,12 +141,12 @@ bool is_blank(std::string_view text) {
 /// Writes a message once from top to bottom, masking as it goes.
 class MaskedWriter {
 public:
-    explicit MaskedWriter(MessageDirection direction) : direction_(direction) {}
+    MaskedWriter(XmlNode root, MessageDirection direction) : root_(root), direction_(direction) {}
 
-    std::string write(XmlNode root) {
-        if (root) {
-            text_.reserve(root.size() + root.size() / 4); // the usual room for the indentation
-            write_element(root, 0);
+    std::string write() {
+        if (root_) {
+            text_.reserve(root_.size() + root_.size() / 4); // the usual room for the indentation
+            write_element(root_, 0);
         }
         if (std::string lines = sensitive_elements(); !lines.empty())
             return lines;
@@ -174,13 +159,14 @@ public:
 
 private:
     void write_element(XmlNode element, std::size_t depth) {
+        root_.checkpoint().step();
         const std::string_view name = element.name();
         found_known_ = found_known_ || std::ranges::find(known_names, name) != known_names.end();
         Secrecy secrecy = note_secrecy(name);
         text_.append(2 * depth, ' ');
         text_ += '<';
         const std::size_t name_begin = text_.size();
-        append_shown(text_, name);
+        append_shown(name);
         const std::size_t name_size = text_.size() - name_begin;
         const std::string_view content =
             element.for_each_attribute([&](const xml::RawAttribute &attribute) {
@@ -212,11 +198,11 @@ private:
 
     void write_attribute(const xml::RawAttribute &attribute) {
         text_ += ' ';
-        append_shown(text_, attribute.name);
+        append_shown(attribute.name);
         text_ += "=\"";
         buffer_.clear();
-        xml::append_decoded(buffer_, attribute.value);
-        append_shown(text_, buffer_);
+        xml::append_decoded(buffer_, attribute.value, root_.checkpoint());
+        append_shown(buffer_);
         text_ += '"';
     }
 
@@ -238,13 +224,29 @@ private:
         if (std::ranges::none_of(content, is_special))
             text_ += content;
         else
-            append_shown(text_, element.text(buffer_));
+            append_shown(element.text(buffer_));
+    }
+
+    /// Text as it stands in XML, with control characters made visible: no broker can forge a log
+    /// line.
+    void append_shown(std::string_view text) {
+        for (;; root_.checkpoint().step()) {
+            const auto special = std::ranges::find_if(text, is_special);
+            text_.append(text.begin(), special);
+            if (special == text.end())
+                return;
+            if (is_control(*special))
+                fmt::format_to(std::back_inserter(text_), "\\x{:02X}", *special);
+            else
+                append_escaped_xml(text_, {special, special + 1});
+            text = {special + 1, text.end()};
+        }
     }
 
     void write_connect_tag(std::string_view tag) {
         text_ += mask;
         if (tag.size() > connect_tag_shown)
-            append_shown(text_, tag.substr(tag.size() - connect_tag_shown));
+            append_shown(tag.substr(tag.size() - connect_tag_shown));
         else
             connect_tag_unreadable_ = true; // showing 12 of 12 characters would mask nothing
     }
@@ -260,6 +262,7 @@ private:
 
     std::string text_;
     std::string buffer_; ///< for what the document does not have in one piece
+    XmlNode root_;
     MessageDirection direction_;
     std::bitset<secret_names.size()> found_;
     bool found_known_ = false;
@@ -269,7 +272,7 @@ private:
 } // namespace
 
 std::string masked_message(XmlNode root, MessageDirection direction) {
-    return MaskedWriter(direction).write(root);
+    return MaskedWriter(root, direction).write();
 }
 
 bool messages_are_logged() {

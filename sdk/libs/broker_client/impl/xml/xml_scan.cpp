@@ -81,12 +81,7 @@ const char *read_attribute(const char *&at, RawAttribute &attribute) {
         return "expected ' or \"";
     const Stop stop = *at == '"' ? ends_quoted : ends_apostrophised;
     const char *const value = ++at;
-    for (at = find(at, stop); *at == '&'; at = find(at, stop)) {
-        const Reference reference = read_reference(at);
-        if (reference.error != nullptr)
-            return reference.error;
-        at += reference.size;
-    }
+    at = find(at, stop);
     if (*at == '\0')
         return "expected ' or \"";
     attribute.value = {value, at};
@@ -94,8 +89,8 @@ const char *read_attribute(const char *&at, RawAttribute &attribute) {
     return nullptr;
 }
 
-void append_decoded(std::string &out, std::string_view raw) {
-    for (;;) {
+void append_decoded(std::string &out, std::string_view raw, PacedCheckpoint &checkpoint) {
+    for (;; checkpoint.step()) {
         const auto plain = std::min(raw.find('&'), raw.size());
         out += raw.substr(0, plain);
         raw.remove_prefix(plain);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "utils/src/checkpoint.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +19,8 @@ enum Stop : std::uint8_t {
     not_white = 1,
     ends_name = 2,
     ends_text = 4,          ///< a tag begins, or a reference
-    ends_quoted = 8,        ///< of a value in quotation marks
-    ends_apostrophised = 16 ///< of a value in apostrophes
+    ends_quoted = 8,        ///< a value in quotation marks
+    ends_apostrophised = 16 ///< a value in apostrophes
 };
 
 inline constexpr auto stops = [] {
@@ -35,8 +37,8 @@ inline constexpr auto stops = [] {
     using namespace std::string_view_literals;
     add(" \t\r\n/>=<?!\"'\0"sv, ends_name);
     add("<&\0"sv, ends_text);
-    add("\"&\0"sv, ends_quoted);
-    add("'&\0"sv, ends_apostrophised);
+    add("\"\0"sv, ends_quoted);
+    add("'\0"sv, ends_apostrophised);
     return table;
 }();
 
@@ -69,11 +71,11 @@ struct RawAttribute {
     std::string_view value;
 };
 
-/// Reads the attribute at `at` and moves past it.
+/// Reads the attribute at `at` and moves past it; references in its value are not looked at.
 /// @return null, or why it is malformed, which leaves `at` anywhere
 const char *read_attribute(const char *&at, RawAttribute &attribute);
 
 /// Appends the text that this one spells.
-void append_decoded(std::string &out, std::string_view raw);
+void append_decoded(std::string &out, std::string_view raw, PacedCheckpoint &checkpoint);
 
 } // namespace kavro::xml
