@@ -2,6 +2,8 @@
 #include "support/repeated.h"
 #include "system.h"
 
+#include <set>
+
 using namespace conversation;
 using broker_sim::Override;
 using broker_sim::Scenario;
@@ -65,6 +67,26 @@ TEST(Faults, BrokerReportedErrors) {
     EXPECT_NE(Log::text().find("ERR_CM_FAILED Detected by: CM.: \"100%s broken %n\\x1B[31m\""),
               std::string::npos)
         << Log::text();
+}
+
+kavro_broker_handle asked_again; ///< by the callbacks of the next test
+std::set<kavro_broker_result> second_answers;
+
+TEST(Faults, RequestsFromCallbacksAreRefusedAtEveryLine) {
+    Conversation talk(open_door());
+    asked_again = talk.handle;
+    static const auto again = [] {
+        kavro_broker_desktop_list list = nullptr;
+        second_answers.insert(kavro_broker_request_desktop_list(asked_again, &list));
+        second_answers.insert(kavro_broker_clear_session(asked_again));
+    };
+    kavro_broker_set_session_log_id_function([](const char *) { again(); });
+    kavro_broker_set_log_function(
+        [](int32_t, int32_t, int32_t, const char *, va_list) { again(); });
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+    EXPECT_EQ(second_answers, std::set<kavro_broker_result>{KAVRO_BROKER_ERR_INVALID_STATE});
+    kavro_broker_set_session_log_id_function([](const char *) {});
+    Log::start();
 }
 
 } // namespace

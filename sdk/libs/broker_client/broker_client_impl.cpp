@@ -4,6 +4,7 @@
 #include "utils/src/system_trust.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 void broker_client_impl::create(std::uint32_t type, kavro::BrokerClientHandle client) {
@@ -35,29 +36,35 @@ void broker_client_impl::hand_over_trust_anchors() {
          static_cast<int>(system_anchor_count_)});
 }
 
-void broker_client_impl::begin_request() {
-    const std::lock_guard lock(request_mutex_);
-    cancelled_ = false;
-    request_running_ = true;
+bool broker_client_impl::begin_request() {
+    Stage expected = Stage::idle;
+    return stage_.compare_exchange_strong(expected, Stage::running);
 }
 
 void broker_client_impl::end_request() noexcept {
-    {
-        const std::lock_guard lock(request_mutex_);
-        request_running_ = false;
-    }
+    stage_ = Stage::ending;
+    // Whoever saw the request running is still at work. It waits for nothing, so neither does this
+    // for long; a signal handler on this very thread comes and goes in between.
+    while (cancellers_ != 0)
+        std::this_thread::yield();
+    cancelled_ = false;
     try {
         // A cancel that came too late is still queued there and must not reach the next request.
         protocol->run_io(false);
     } catch (...) {
         // Nothing is left that anybody waits for.
     }
+    stage_ = Stage::idle;
 }
 
-void broker_client_impl::cancel() {
-    const std::lock_guard lock(request_mutex_);
-    if (!request_running_)
-        return;
-    cancelled_ = true;
-    protocol->cancel();
+void broker_client_impl::cancel() noexcept {
+    ++cancellers_;
+    if (stage_ == Stage::running) {
+        cancelled_ = true;
+        try {
+            protocol->cancel();
+        } catch (...) { // a plug-in may throw anything; the frame looks at the flag as well
+        }
+    }
+    --cancellers_;
 }

@@ -7,7 +7,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -23,10 +22,12 @@ struct broker_client_impl {
 
     void add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate);
 
-    // A cancel counts from the start of a request to its end, wherever in it it lands.
-    void begin_request();
+    /// False, and nothing changes, when a request is running already. A cancel counts from here
+    /// to the request's end, wherever in it it lands.
+    bool begin_request();
     void end_request() noexcept;
-    void cancel();
+    /// From any thread, and in a signal handler: neither allocates nor locks nor waits.
+    void cancel() noexcept;
     bool cancelled() const { return cancelled_; }
 
     kavro::BrokerClientHandle protocol;
@@ -62,8 +63,11 @@ struct broker_client_impl {
 private:
     void hand_over_trust_anchors();
 
+    enum class Stage { idle, running, ending };
+
     std::size_t system_anchor_count_ = 0;
-    std::mutex request_mutex_; ///< guards request_running_; nothing is logged while it is held
-    bool request_running_ = false;
+    std::atomic<Stage> stage_ = Stage::idle;
+    std::atomic<int> cancellers_ = 0; ///< threads and signal handlers inside cancel()
     std::atomic<bool> cancelled_ = false;
+    static_assert(std::atomic<Stage>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
 };

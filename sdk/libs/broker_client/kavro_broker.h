@@ -22,6 +22,10 @@
  * - A handle serves one thread at a time; different handles may be used on different threads at
  *   once. kavro_broker_cancel() and kavro_broker_cancel_find_type() are the only functions meant
  *   to be called while another thread is inside a request on the same handle.
+ * - A handle runs one request at a time. A second one, from another thread or from a callback,
+ *   returns #KAVRO_BROKER_ERR_INVALID_STATE at once and leaves the first alone.
+ * - A thread inside the library must not be ended from outside (pthread_cancel(),
+ *   TerminateThread()); kavro_broker_cancel() makes its request return.
  * - The process-wide hooks (log function, session log id function, cache file location) are set
  *   before other threads use the library.
  * - Texts that a caller passes into a request are placed into the broker's XML exactly as given. A
@@ -282,7 +286,7 @@ typedef struct {
  *
  * `error` is -500, or a system error value, on messages that carry an error; else 0. `format` and
  * `arguments` are those of vprintf(). It may call the library's accessors and
- * kavro_broker_cancel(); it must not start a request.
+ * kavro_broker_cancel(); a request on the same handle returns #KAVRO_BROKER_ERR_INVALID_STATE.
  */
 typedef void (*kavro_broker_log_function)(int32_t category, int32_t severity, int32_t error,
                                           const char *format, va_list arguments);
@@ -433,8 +437,9 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
 KAVRO_BROKER_API void kavro_broker_set_cache_file_location(const char *path);
 
 /**
- * Ends the request that another thread is inside of: it returns 5. Without a running request
- * nothing happens. May be called from any thread, and from the log function.
+ * Ends the request that the handle runs, which then returns #KAVRO_BROKER_ERR_CANCELLED. Without a
+ * running request nothing happens. May be called from any thread, from the callbacks and in a
+ * signal handler: it allocates nothing, takes no lock, and waits for nobody.
  */
 KAVRO_BROKER_API void kavro_broker_cancel(kavro_broker_handle handle);
 

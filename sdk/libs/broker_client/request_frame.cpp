@@ -13,7 +13,7 @@ constexpr const char *second_port = "60443";
 
 class RequestScope {
 public:
-    explicit RequestScope(broker_client_impl &handle) : handle_(handle) { handle_.begin_request(); }
+    explicit RequestScope(broker_client_impl &handle) : handle_(handle) {}
     ~RequestScope() { handle_.end_request(); }
     RequestScope(const RequestScope &) = delete;
     RequestScope &operator=(const RequestScope &) = delete;
@@ -22,9 +22,11 @@ private:
     broker_client_impl &handle_;
 };
 
-/// A whole request: what a cancel can end and the report tells of.
+/// A whole request: what a cancel can end and the report tells of. One at a time.
 template <class Steps>
 kavro_broker_result in_request(broker_client_impl &handle, Steps steps) {
+    if (!handle.begin_request())
+        return KAVRO_BROKER_ERR_INVALID_STATE;
     const RequestScope scope(handle);
     handle.report.begin();
     const kavro_broker_result code = steps();
