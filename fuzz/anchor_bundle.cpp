@@ -1,6 +1,7 @@
 #include "trust/anchor_bundle.h"
 #include "fuzzing.h"
 #include "scratch_file.h"
+#include "utils/src/openssl_handles.h"
 
 #include <openssl/pem.h>
 

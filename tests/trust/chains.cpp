@@ -21,7 +21,7 @@ broker_sim::Subject subject_of(const Server &wanted) {
             .digest = wanted.digest};
 }
 
-using StoreContext = std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>>;
+using StoreContext = OpenSslHandle<X509_STORE_CTX, X509_STORE_CTX_free>;
 using Stack =
     std::unique_ptr<STACK_OF(X509), decltype([](STACK_OF(X509) * list) { sk_X509_free(list); })>;
 
@@ -46,9 +46,8 @@ struct Verification {
 
 template <auto Verify>
 int ask_library(int preverified, X509_STORE_CTX *context) {
-    boost::asio::ssl::verify_context certificates(context);
     auto *const judge = static_cast<ServerVerification *>(X509_STORE_CTX_get_app_data(context));
-    return (judge->*Verify)(preverified == 1, certificates);
+    return (judge->*Verify)(preverified == 1, context);
 }
 
 } // namespace

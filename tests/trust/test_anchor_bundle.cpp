@@ -2,6 +2,7 @@
 #include "temporary_home.h"
 
 #include "trust/anchor_bundle.h"
+#include "utils/src/openssl_handles.h"
 
 #include <gtest/gtest.h>
 
@@ -16,8 +17,8 @@ namespace {
 
 using namespace kavro;
 
-using NameHandle = std::unique_ptr<X509_NAME, OpenSslRelease<X509_NAME_free>>;
-using ContextHandle = std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>>;
+using NameHandle = OpenSslHandle<X509_NAME, X509_NAME_free>;
+using ContextHandle = OpenSslHandle<X509_STORE_CTX, X509_STORE_CTX_free>;
 
 const unsigned char *bytes_of(const char *text) {
     return reinterpret_cast<const unsigned char *>(text);

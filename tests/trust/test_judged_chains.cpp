@@ -66,7 +66,7 @@ TEST(JudgedChains, NamesThatFitTheHost) {
         {"*.bar.test", "a.foo.bar.test", false}, {"*.test", "bar.test", false},
         {"foo.*.test", "foo.bar.test", false},   {"*", "bar.test", false},
         {"*.*.test", "foo.bar.test", false},     {"bar.test.", "bar.test", false},
-        {"bar.test", "foobar.test", false},
+        {"bar.test", "foobar.test", false},      {"fo*.bar.test", "foo.bar.test", false},
     };
     for (const auto &row : cases) {
         SCOPED_TRACE(std::string(row.name) + " for " + row.host);
@@ -78,6 +78,10 @@ TEST(JudgedChains, NamesThatFitTheHost) {
     for (const char *host : {"bar.test", "bar.test.evil.test"})
         EXPECT_EQ(judge_server(cut, host).outcome, failed);
     EXPECT_EQ(judge_server(server(trusted_root(), {.names = {"::1"}}), "::1").outcome, passed);
+    const Server by_common_name{.names = {}, .common_name = "bar.test"};
+    EXPECT_EQ(judge_server(server(trusted_root(), by_common_name), "bar.test").outcome, passed);
+    const Server beside_address{.common_name = "bar.test"};
+    EXPECT_EQ(judge_server(server(trusted_root(), beside_address), "bar.test").outcome, failed);
 }
 
 // A matcher that tries every way to divide a name among the stars does not come to an end.

@@ -2,6 +2,7 @@
 #include "chains.h"
 
 #include "trust/trust_store.h"
+#include "utils/src/openssl_handles.h"
 
 #include <gtest/gtest.h>
 
@@ -48,8 +49,7 @@ std::string summary(int added, int count) {
 }
 
 bool trusts(const X509StoreHandle &store, const Identity &identity) {
-    const std::unique_ptr<X509_STORE_CTX, OpenSslRelease<X509_STORE_CTX_free>> context(
-        X509_STORE_CTX_new());
+    const OpenSslHandle<X509_STORE_CTX, X509_STORE_CTX_free> context(X509_STORE_CTX_new());
     X509_STORE_CTX_init(context.get(), store.get(), identity.certificate.get(), nullptr);
     return X509_verify_cert(context.get()) == 1;
 }

@@ -2,11 +2,10 @@
 
 #include "regcode/lookup_table.h"
 #include "transport/tls_exchange.h"
+#include "trust/host_name.h"
 #include "trust/tls_settings.h"
 #include "trust/trust_store.h"
 #include "utils/src/broker_log.h"
-
-#include <boost/asio/ssl/host_name_verification.hpp>
 
 #include <stdexcept>
 
@@ -21,7 +20,7 @@ constexpr HttpRules table_rules = {.body_bytes = LookupTable::max_bytes,
                                    .http_1_0 = true};
 
 ssl::context verified_tls() {
-    ssl::context tls = client_tls_context();
+    ssl::context tls(client_tls_context().release());
     configure_verified_tls(tls.native_handle());
     SSL_CTX_set1_cert_store(tls.native_handle(), TrustStore::of_process().current().get());
     tls.set_verify_mode(ssl::verify_peer);
@@ -56,7 +55,9 @@ std::string AwsRegcodeDownloader::download() const {
         throw std::runtime_error("This build knows no registration service");
     ssl::context tls = verified_tls();
     TlsExchange exchange(tls, service_.timeout);
-    exchange.stream().set_verify_callback(ssl::host_name_verification(service_.host));
+    exchange.stream().set_verify_callback([this](bool trusted, ssl::verify_context &certificates) {
+        return trusted && fits_host(certificates.native_handle(), service_.host);
+    });
 
     check(exchange, "Connection", exchange.connect(service_.host, service_.port));
     check(exchange, "Handshake", exchange.handshake());

@@ -14,13 +14,13 @@ HttpsXmlClient::HttpsXmlClient(NameResolver::BlockingLookup lookup)
     : tls_(client_tls_context()),
       timer_([this] { abort_operation(); }),
       resolver_(context_, std::move(lookup)) {
-    configure_verified_tls(tls_.native_handle());
+    configure_verified_tls(tls_.get());
 }
 
 HttpsXmlClient::~HttpsXmlClient() = default;
 
 void HttpsXmlClient::set_cipher_list(const char *ciphers) {
-    if (SSL_CTX_set_cipher_list(tls_.native_handle(), ciphers) != 1)
+    if (SSL_CTX_set_cipher_list(tls_.get(), ciphers) != 1)
         throw_openssl_error("set_cipher_list");
 }
 

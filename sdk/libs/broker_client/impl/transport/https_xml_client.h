@@ -11,7 +11,6 @@
 #include "trust/trust_store.h"
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/ssl/context.hpp>
 
 #include <chrono>
 #include <cstdint>
@@ -166,7 +165,7 @@ private:
 
     boost::asio::io_context context_;
     ClientSigning signing_; ///< outlives the streams that sign through it
-    boost::asio::ssl::context tls_;
+    SslContextHandle tls_;
     DeadlineTimer timer_;
     NameResolver resolver_;
     std::optional<TlsStream> stream_;

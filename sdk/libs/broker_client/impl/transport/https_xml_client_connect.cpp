@@ -83,19 +83,18 @@ bool HttpsXmlClient::set_peer(const std::string &address, const std::string &por
 }
 
 void HttpsXmlClient::prepare_tls(bool use_view_verifier) {
-    stream_.emplace(context_, tls_.native_handle());
+    stream_.emplace(context_, tls_.get());
     verification_.begin(peer_.host, connect_securely_);
     signing_.install(stream_->native_handle());
     if (!connect_securely_)
         return;
     TrustStore &trust = own_trust_ ? *own_trust_ : TrustStore::of_process();
-    SSL_CTX_set1_cert_store(tls_.native_handle(), trust.current().get());
+    SSL_CTX_set1_cert_store(tls_.get(), trust.current().get());
     const auto verify = use_view_verifier ? &ServerVerification::verify_server_view
                                           : &ServerVerification::verify_server_pbp;
-    stream_->set_verify_callback(
-        [this, verify](bool preverified, ssl::verify_context &certificates) {
-            return (verification_.*verify)(preverified, certificates);
-        });
+    stream_->set_verify_callback([this, verify](bool preverified, X509_STORE_CTX *certificates) {
+        return (verification_.*verify)(preverified, certificates);
+    });
 }
 
 void HttpsXmlClient::start_connecting() {

@@ -108,8 +108,7 @@ int TlsStream::verify_certificate(int preverified, X509_STORE_CTX *store) {
     const void *const tls = X509_STORE_CTX_get_ex_data(store, SSL_get_ex_data_X509_STORE_CTX_idx());
     const auto &stream =
         *static_cast<const TlsStream *>(SSL_get_app_data(static_cast<const SSL *>(tls)));
-    ssl::verify_context certificates(store);
-    return stream.verify_(preverified != 0, certificates) ? 1 : 0;
+    return stream.verify_(preverified != 0, store) ? 1 : 0;
 }
 
 /// First what a wait has brought, then what else there is. A read that does not fill its room has

@@ -6,7 +6,6 @@
 #include <boost/asio/error.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/ssl/verify_context.hpp>
 #include <boost/system/error_code.hpp>
 #include <openssl/ssl.h>
 
@@ -29,7 +28,7 @@ public:
     using error_code = boost::system::error_code;
     using Socket = boost::asio::ip::tcp::socket;
     using Handler = std::function<void(const error_code &)>;
-    using VerifyCallback = std::function<bool(bool, boost::asio::ssl::verify_context &)>;
+    using VerifyCallback = std::function<bool(bool, X509_STORE_CTX *)>;
 
     TlsStream(boost::asio::io_context &context, SSL_CTX *tls);
     TlsStream(const TlsStream &) = delete;
@@ -65,7 +64,6 @@ private:
         /// What a read meets behind them; nothing when that must be asked.
         error_code behind = boost::asio::error::would_block;
     };
-    using SslHandle = std::unique_ptr<SSL, OpenSslRelease<SSL_free>>;
 
     template <class Step>
     void run(Step step, Handler handler, bool first);

@@ -1,6 +1,7 @@
 #include "trust/anchor_bundle.h"
 
 #include "utils/src/base64.h"
+#include "utils/src/openssl_handles.h"
 
 #include <openssl/asn1.h>
 

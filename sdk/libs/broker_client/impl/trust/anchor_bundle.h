@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/src/openssl_handles.h"
+#include "utils/src/openssl_types.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -33,7 +33,7 @@ public:
 
     /// All certificates with that subject. Misses none: names that are equal have equal keys, and
     /// those without a key are always looked at.
-    std::vector<X509Handle> find(const X509_NAME *subject) const;
+    std::vector<X509Handle> find(const X509_name_st *subject) const;
 
 private:
     explicit AnchorBundle(std::string text) : text_(std::move(text)) {}
@@ -46,6 +46,6 @@ private:
 
 /// Makes a store look for anchors in a bundle, at the time and in the order in which OpenSSL would
 /// look into its own copy of them.
-void add_bundle(X509_STORE *store, AnchorBundle bundle);
+void add_bundle(x509_store_st *store, AnchorBundle bundle);
 
 } // namespace kavro

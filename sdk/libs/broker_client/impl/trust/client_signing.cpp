@@ -5,8 +5,10 @@
 #include "trust/client_signing.h"
 
 #include "utils/src/broker_log.h"
+#include "utils/src/openssl_handles.h"
 
 #include <openssl/rsa.h>
+#include <openssl/ssl.h>
 
 #include <algorithm>
 #include <vector>
@@ -15,8 +17,8 @@ namespace kavro {
 
 namespace {
 
-using RsaHandle = std::unique_ptr<RSA, OpenSslRelease<RSA_free>>;
-using RsaMethodHandle = std::unique_ptr<RSA_METHOD, OpenSslRelease<RSA_meth_free>>;
+using RsaHandle = OpenSslHandle<RSA, RSA_free>;
+using RsaMethodHandle = OpenSslHandle<RSA_METHOD, RSA_meth_free>;
 
 /// Logs what failed and all that the TLS library has to say about it.
 void report_failure(const char *what) {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "utils/src/openssl_handles.h"
-
-#include <openssl/ssl.h>
+#include "utils/src/openssl_types.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,7 +32,7 @@ public:
     /// TLS 1.2 and offers PKCS #1 signatures only, because no other kind hands the signing function
     /// a bare digest; a server that insists on another ends the handshake. Throws when TLS does not
     /// take the certificate, for the weakness of its key say.
-    void install(SSL *stream) const;
+    void install(ssl_st *stream) const;
 
 private:
     struct Method;

@@ -1,13 +1,10 @@
 #include "trust/server_verification.h"
 
+#include "trust/host_name.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"
 
-#include <boost/asio/ssl/host_name_verification.hpp>
-
 namespace kavro {
-
-namespace ssl = boost::asio::ssl;
 
 namespace {
 
@@ -72,18 +69,15 @@ void ServerVerification::begin(std::string host, bool connect_securely) {
     chain_ = {};
 }
 
-bool ServerVerification::verify_server_pbp(bool preverified,
-                                           ssl::verify_context &context) noexcept {
+bool ServerVerification::verify_server_pbp(bool preverified, X509_STORE_CTX *context) noexcept {
     return verify(Rules::pbp, preverified, context);
 }
 
-bool ServerVerification::verify_server_view(bool preverified,
-                                            ssl::verify_context &context) noexcept {
+bool ServerVerification::verify_server_view(bool preverified, X509_STORE_CTX *context) noexcept {
     return verify(Rules::view, preverified, context);
 }
 
-bool ServerVerification::verify(Rules rules, bool preverified,
-                                ssl::verify_context &context) noexcept {
+bool ServerVerification::verify(Rules rules, bool preverified, X509_STORE_CTX *context) noexcept {
     log_debug("HttpsXmlClient::%s( preverified=%s ), security_mode=%s",
               rules == Rules::view ? "verify_server_view" : "verify_server_pbp",
               spelled(preverified), spelled(connect_securely_));
@@ -97,14 +91,12 @@ bool ServerVerification::verify(Rules rules, bool preverified,
     return true;
 }
 
-void ServerVerification::judge_certificate(Rules rules, bool preverified,
-                                           ssl::verify_context &context) {
-    X509_STORE_CTX *store = context.native_handle();
-    X509 *certificate = X509_STORE_CTX_get_current_cert(store);
+void ServerVerification::judge_certificate(Rules rules, bool preverified, X509_STORE_CTX *context) {
+    X509 *certificate = X509_STORE_CTX_get_current_cert(context);
     CertificateFacts facts;
     facts.preverified = preverified;
-    facts.depth = X509_STORE_CTX_get_error_depth(store);
-    facts.error = X509_STORE_CTX_get_error(store);
+    facts.depth = X509_STORE_CTX_get_error_depth(context);
+    facts.error = X509_STORE_CTX_get_error(context);
     facts.error_text = X509_verify_cert_error_string(facts.error);
     chain_.set_cert(static_cast<std::size_t>(facts.depth), certificate);
     const std::string subject = Security::one_line_name(X509_get_subject_name(certificate));
@@ -116,7 +108,7 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified,
 
     leaf_seen_ = leaf_seen_ || facts.depth == 0;
     facts.self_signed = is_self_signed(certificate);
-    facts.host_matches = facts.depth != 0 || ssl::host_name_verification(host_)(true, context);
+    facts.host_matches = fits_host(context, host_);
     facts.platform_trusted =
         !preverified && platform_verifier_ != nullptr && platform_verifier_->verify(certificate);
     facts.key_long_enough = key_long_enough(certificate, rules == Rules::view);

@@ -4,8 +4,6 @@
 #include "utils/src/cert_chain.h"
 #include "utils/src/cert_verifier.h"
 
-#include <boost/asio/ssl/verify_context.hpp>
-
 #include <memory>
 #include <string>
 
@@ -25,8 +23,8 @@ public:
 
     // Called by the TLS library for every certificate of the chain, the server's own (depth 0)
     // last, and once more for every fault. Always true: the verdict is in outcome().
-    bool verify_server_pbp(bool preverified, boost::asio::ssl::verify_context &context) noexcept;
-    bool verify_server_view(bool preverified, boost::asio::ssl::verify_context &context) noexcept;
+    bool verify_server_pbp(bool preverified, x509_store_ctx_st *context) noexcept;
+    bool verify_server_view(bool preverified, x509_store_ctx_st *context) noexcept;
 
     /// A secure handshake in which the server's own certificate was never judged has failed.
     VerificationOutcome outcome() const;
@@ -37,10 +35,9 @@ public:
 private:
     enum class Rules { pbp, view };
 
-    bool verify(Rules rules, bool preverified, boost::asio::ssl::verify_context &context) noexcept;
-    void judge_certificate(Rules rules, bool preverified,
-                           boost::asio::ssl::verify_context &context);
-    void judge_for_view(CertificateFacts &facts, X509 *certificate, Judgement &judgement);
+    bool verify(Rules rules, bool preverified, x509_store_ctx_st *context) noexcept;
+    void judge_certificate(Rules rules, bool preverified, x509_store_ctx_st *context);
+    void judge_for_view(CertificateFacts &facts, x509_st *certificate, Judgement &judgement);
     void log_result(const char *function, const CertificateFacts &facts,
                     const Judgement &judgement) const;
 

@@ -2,17 +2,16 @@
 
 #include "utils/src/openssl_handles.h"
 
-#include <boost/asio/ssl/context.hpp>
+#include <openssl/ssl.h>
 
 namespace kavro {
 
-/// The settings for clients. Asio's constructor for them would go on without any when OpenSSL fails
-/// and says no reason, as it does when memory is short.
-inline boost::asio::ssl::context client_tls_context() {
-    SSL_CTX *const made = SSL_CTX_new(TLS_client_method());
+/// The settings for clients.
+inline SslContextHandle client_tls_context() {
+    SslContextHandle made(SSL_CTX_new(TLS_client_method()));
     if (made == nullptr)
         throw_openssl_error("SSL_CTX_new");
-    return boost::asio::ssl::context(made);
+    return made;
 }
 
 // What the peer said is not to stay in OpenSSL's buffers, which releases before 3 leave as they

@@ -2,6 +2,9 @@
 
 #include "trust/anchor_bundle.h"
 #include "utils/src/broker_log.h"
+#include "utils/src/openssl_handles.h"
+
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <cstdlib>

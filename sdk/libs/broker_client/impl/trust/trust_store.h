@@ -1,7 +1,7 @@
 #pragma once
 
 #include "utils/src/cert_chain.h"
-#include "utils/src/openssl_handles.h"
+#include "utils/src/openssl_types.h"
 
 #include <cstdint>
 #include <functional>

@@ -104,7 +104,7 @@ SecureText session_provision_request(std::string_view address, const SessionProv
 }
 
 ssl::context provisioning_tls() {
-    ssl::context tls = client_tls_context();
+    ssl::context tls(client_tls_context().release());
     SSL_CTX *const native = tls.native_handle();
     SSL_CTX_clear_options(native, SSL_CTX_get_options(native));
     // OpenSSL 3 no longer counts the last one among "all".

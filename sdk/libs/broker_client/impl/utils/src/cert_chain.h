@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/src/openssl_handles.h"
+#include "utils/src/openssl_types.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace kavro::Security {
 X509Handle decode_certificate(std::span<const uint8_t> der);
 
 /// An owner or issuer in one line, fit for the log.
-std::string one_line_name(const X509_NAME *name);
+std::string one_line_name(const X509_name_st *name);
 
 /// A chain of certificates in DER form by depth, the peer's own first. An entry is empty while
 /// its certificate has not been seen. A plain list of certificates is kept in the same way.
@@ -25,7 +25,7 @@ public:
     using Der = std::vector<uint8_t>;
 
     /// Stores a certificate at a depth; entries missing below it are added empty.
-    void set_cert(std::size_t depth, X509 *certificate);
+    void set_cert(std::size_t depth, x509_st *certificate);
 
     /// The same from PEM text; false, and nothing stored, when that is no certificate.
     bool set_cert(std::size_t depth, std::string_view pem);

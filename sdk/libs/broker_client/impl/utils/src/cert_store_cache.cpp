@@ -3,6 +3,7 @@
 #include "utils/src/safe_file.h"
 
 #include <openssl/evp.h>
+#include <openssl/x509.h>
 
 #include <cstdlib>
 #include <optional>

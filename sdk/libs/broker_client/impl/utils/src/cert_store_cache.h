@@ -1,6 +1,6 @@
 #pragma once
 
-#include "utils/src/openssl_handles.h"
+#include "utils/src/openssl_types.h"
 
 #include <cstdint>
 #include <map>
@@ -23,8 +23,8 @@ public:
 
     /// Reads the file; one that is missing or damaged reads as empty.
     void load();
-    StoredCertificate lookup(const std::string &host, X509 *certificate) const;
-    void store(const std::string &host, X509 *certificate, bool accepted);
+    StoredCertificate lookup(const std::string &host, x509_st *certificate) const;
+    void store(const std::string &host, x509_st *certificate, bool accepted);
     /// Replaces the file. A file that cannot be written is left as it is.
     void save() const;
 
@@ -34,7 +34,7 @@ private:
         std::string fingerprint;
     };
 
-    static std::string fingerprint(X509 *certificate);
+    static std::string fingerprint(x509_st *certificate);
 
     std::string path_;
     std::map<std::string, Entry> entries_;

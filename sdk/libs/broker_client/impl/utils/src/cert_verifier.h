@@ -1,6 +1,6 @@
 #pragma once
 
-#include <openssl/x509.h>
+struct x509_st;
 
 namespace kavro {
 
@@ -10,16 +10,16 @@ class ICertVerifier {
 public:
     virtual ~ICertVerifier() = default;
     virtual void reserved() {} ///< holds a place in the virtual table
-    virtual bool verify(X509 *certificate) = 0;
+    virtual bool verify(x509_st *certificate) = 0;
     /// Remembers a certificate that was accepted, for the chains of others.
-    virtual bool add(X509 *certificate) = 0;
+    virtual bool add(x509_st *certificate) = 0;
 };
 
 /// Trusts nothing, so that the TLS library alone decides.
 class AlwaysBadCertVerifier final : public ICertVerifier {
 public:
-    bool verify(X509 *) override { return false; }
-    bool add(X509 *) override { return true; }
+    bool verify(x509_st *) override { return false; }
+    bool add(x509_st *) override { return true; }
 };
 
 } // namespace kavro

@@ -33,7 +33,7 @@ struct FreeCertificate {
 using Certificate = std::unique_ptr<const CERT_CONTEXT, FreeCertificate>;
 
 /// Empty when the certificate cannot be encoded.
-Security::cX509_CERT_CHAIN::Der encode(X509 *certificate) {
+Security::cX509_CERT_CHAIN::Der encode(x509_st *certificate) {
     const int length = i2d_X509(certificate, nullptr);
     Security::cX509_CERT_CHAIN::Der der(static_cast<std::size_t>(length < 0 ? 0 : length));
     std::uint8_t *end = der.data();
@@ -82,14 +82,14 @@ bool CertVerifierWin::createCertificateStore() {
     return store_ != nullptr;
 }
 
-bool CertVerifierWin::verify(X509 *certificate) {
+bool CertVerifierWin::verify(x509_st *certificate) {
     const auto der = encode(certificate);
     const Certificate context(
         CertCreateCertificateContext(encodings, der.data(), static_cast<DWORD>(der.size())));
     return context != nullptr && verify_certificate(context.get()) == 0;
 }
 
-bool CertVerifierWin::add(X509 *certificate) {
+bool CertVerifierWin::add(x509_st *certificate) {
     const auto der = encode(certificate);
     if (der.empty() || (store_ == nullptr && !createCertificateStore()))
         return false;

@@ -20,8 +20,8 @@ public:
     /// Opens the store for what is remembered; once only. add() does it when it is first needed.
     bool createCertificateStore();
 
-    bool verify(X509 *certificate) override;
-    bool add(X509 *certificate) override;
+    bool verify(x509_st *certificate) override;
+    bool add(x509_st *certificate) override;
 
     /// 0 when the certificate's chain is valid, else -500.
     int verify_certificate(const _CERT_CONTEXT *certificate) const;

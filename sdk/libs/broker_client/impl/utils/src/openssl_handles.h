@@ -1,7 +1,7 @@
 #pragma once
 
-#include <boost/asio/ssl/error.hpp>
-#include <boost/system/system_error.hpp>
+#include "utils/src/openssl_types.h"
+
 #include <openssl/bio.h>
 #include <openssl/bn.h>
 #include <openssl/crypto.h>
@@ -10,24 +10,18 @@
 #include <openssl/x509.h>
 #include <openssl/x509_vfy.h>
 
-#include <memory>
-
 namespace kavro {
 
-/// Releases an OpenSSL object with the function that OpenSSL made for it.
 template <auto Release>
-struct OpenSslRelease {
+struct OpenSslReleaseBy {
     template <class T>
     void operator()(T *object) const {
         Release(object);
     }
 };
-
-using BioHandle = std::unique_ptr<BIO, OpenSslRelease<BIO_free>>;
-using X509Handle = std::unique_ptr<X509, OpenSslRelease<X509_free>>;
-using EvpPkeyHandle = std::unique_ptr<EVP_PKEY, OpenSslRelease<EVP_PKEY_free>>;
-using BignumHandle = std::unique_ptr<BIGNUM, OpenSslRelease<BN_free>>;
-using X509StoreHandle = std::unique_ptr<X509_STORE, OpenSslRelease<X509_STORE_free>>;
+/// For the kinds of object that only one source file knows.
+template <class T, auto Release>
+using OpenSslHandle = std::unique_ptr<T, OpenSslReleaseBy<Release>>;
 
 struct OpenSslFree {
     void operator()(void *memory) const { OPENSSL_free(memory); }
@@ -36,12 +30,7 @@ struct OpenSslFree {
 using OpenSslText = std::unique_ptr<char, OpenSslFree>;
 
 /// Throws the oldest error of this thread's queue. `operation` names what failed.
-[[noreturn]] inline void throw_openssl_error(const char *operation) {
-    const boost::system::error_code error(static_cast<int>(ERR_get_error()),
-                                          boost::asio::error::get_ssl_category());
-    ERR_clear_error();
-    throw boost::system::system_error(error, operation);
-}
+[[noreturn]] void throw_openssl_error(const char *operation);
 
 /// Empties this thread's error queue, so that what stands in it later belongs to a later call.
 inline void drain_openssl_errors() {

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <openssl/crypto.h>
-
 #include <cstddef>
 #include <memory>
 #include <string>
 
 namespace kavro {
+
+/// Overwrites memory even where nobody reads it again.
+void cleanse(void *memory, std::size_t size) noexcept;
 
 /// Wipes memory before it gives it back, so that no secret stays behind in freed memory, not even
 /// when a container grows.
@@ -20,7 +21,7 @@ struct CleansingAllocator {
 
     T *allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
     void deallocate(T *memory, std::size_t count) noexcept {
-        OPENSSL_cleanse(memory, count * sizeof(T));
+        cleanse(memory, count * sizeof(T));
         std::allocator<T>().deallocate(memory, count);
     }
 
@@ -37,7 +38,7 @@ using SecureText = std::basic_string<char, std::char_traits<char>, CleansingAllo
 /// Empties the text and leaves nothing of it in memory; the memory itself is kept for reuse.
 inline void wipe(SecureText &text) noexcept {
     text.resize(text.capacity());
-    OPENSSL_cleanse(text.data(), text.size());
+    cleanse(text.data(), text.size());
     text.clear();
 }
 
