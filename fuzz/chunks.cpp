@@ -11,7 +11,8 @@ namespace {
 std::optional<std::string> decoded(std::string_view rest) {
     for (std::string body;;) {
         const auto line_end = rest.find("\r\n");
-        const auto digits = rest.substr(0, std::min(rest.find(';'), line_end));
+        auto digits = rest.substr(0, std::min(rest.find(';'), line_end));
+        digits = digits.substr(0, digits.find_last_not_of(" \t") + 1);
         std::size_t size = 0;
         const auto number = std::from_chars(digits.begin(), digits.end(), size, 16);
         if (line_end == rest.npos || number.ec != std::errc() || number.ptr != digits.end())

@@ -141,6 +141,11 @@ TEST_F(Provisioning, AnswersAndTheirResults) {
         const char *message = "";
     } rows[] = {
         {"byte by byte", after_request({send_split(http_ok(good), 1)}), ok},
+        {"length in lower case",
+         after_request({send("HTTP/1.1 200 OK\r\ncontent-length: " + std::to_string(good.size()) +
+                             "\r\n\r\n" + good),
+                        stall()}),
+         ok},
         {"no length", ending_with("HTTP/1.1 200 OK\r\n\r\n" + good), ok},
         {"XML alone", ending_with(good), ok},
         {"no TLS", {expect_bytes(1), fin()}, failed, "Handshake failed: "},

@@ -124,6 +124,11 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
          lost,
          "receive",
          {{"/http_status", nullptr}}},
+        {"header names in lower case",
+         after_request({send("HTTP/1.1 200 OK\r\ncontent-length: 0\r\n\r\n")}),
+         mangled,
+         "receive",
+         {{"/http_status", 200}, {"/error", "The HTTP response is mangled: no length"}}},
         {"garbage",
          answering("<kavro-client " + canary),
          mangled,
@@ -157,6 +162,9 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
                                    {"/tried", Json::array({peer.address()})},
                                    {"/address", peer.address()}});
         expect_fields(connection, row.fields);
+        if (row.result == mangled && connection["error"].is_string()) {
+            EXPECT_NE(Log::text().find(connection["error"]), std::string::npos) << Log::text();
+        }
         expect_sound_times(report);
     }
 }

@@ -1,18 +1,15 @@
 #include "transport/connection_report.h"
 
+#include "utils/src/ascii.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace kavro {
 
-namespace {
+using ascii::starts_ignoring_case;
 
-bool starts_ignoring_case(std::string_view text, std::string_view lower_start) {
-    const auto lower = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    };
-    return std::ranges::equal(text.substr(0, lower_start.size()), lower_start, {}, lower);
-}
+namespace {
 
 /// RFC 8446 section 5.1: a record begins with its type and the major version.
 bool is_tls_record(std::string_view bytes) {

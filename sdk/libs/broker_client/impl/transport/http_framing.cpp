@@ -1,40 +1,37 @@
 #include "transport/http_framing.h"
 
+#include "utils/src/ascii.h"
+
 #include <algorithm>
 #include <charconv>
 #include <optional>
 
 namespace kavro {
 
+using ascii::equal_ignoring_case;
+using ascii::starts_ignoring_case;
+
 namespace {
 
 constexpr std::string_view crlf = "\r\n";
 constexpr std::string_view blank_line = "\r\n\r\n";
+constexpr const char *body_over_limit = "body over its limit";
 /// A TLS record holds no more than this, so no single read brings more.
 constexpr std::size_t read_bytes = 16 * 1024;
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool equal_ignoring_case(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, {}, lower, lower);
-}
-
-bool starts_ignoring_case(std::string_view text, std::string_view start) {
-    return equal_ignoring_case(text.substr(0, start.size()), start);
+std::string_view without_trailing_blanks(std::string_view text) {
+    return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
 
 std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos)
-        return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return without_trailing_blanks(text);
 }
 
 /// The whole text as a number; no sign, no blanks, no overflow.
-std::optional<std::size_t> to_number(std::string_view text, int base) {
-    std::size_t number = 0;
+template <class Number = std::size_t>
+std::optional<Number> to_number(std::string_view text, int base) {
+    Number number = 0;
     const auto [rest, error] =
         std::from_chars(text.data(), text.data() + text.size(), number, base);
     if (error != std::errc() || rest != text.data() + text.size())
@@ -50,36 +47,18 @@ std::string_view take_line(std::string_view &text) {
     return line;
 }
 
-/// RFC 9112 section 4: the status code is three digits; the reason phrase may be missing.
-std::optional<int> status_code(std::string_view status_line, bool http_1_0) {
-    constexpr std::string_view version = "HTTP/1.1 ";
+/// RFC 9112 section 4: a status code is three digits, and its reason phrase may be missing. Another
+/// number is a status that nobody knows.
+std::optional<std::uint16_t> status_code(std::string_view status_line) {
     constexpr std::size_t digits = 3;
-    if (!starts_ignoring_case(status_line, version) &&
-        !(http_1_0 && starts_ignoring_case(status_line, "HTTP/1.0 ")))
+    const std::string_view code = status_line.substr(0, status_line.find(' '));
+    if (code.size() > digits && code.starts_with('0'))
         return std::nullopt;
-    status_line.remove_prefix(version.size());
-    const auto code = to_number(status_line.substr(0, digits), 10);
-    const bool ends =
-        status_line.size() == digits || (status_line.size() > digits && status_line[digits] == ' ');
-    if (!code || !ends)
-        return std::nullopt;
-    return static_cast<int>(*code);
+    return to_number<std::uint16_t>(code, 10);
 }
 
 bool has_control_characters(std::string_view text) {
-    return std::ranges::any_of(text, [](unsigned char c) { return c < 0x20 || c == 0x7F; });
-}
-
-/// Finds the mark behind something that may be `limit` bytes long. Complete when it is there, else
-/// whether it may still come; the same however the bytes came in.
-HttpResponseParser::State find_end(std::string_view text, std::string_view mark, std::size_t limit,
-                                   std::size_t &end) {
-    using State = HttpResponseParser::State;
-    const std::size_t most = limit + mark.size();
-    end = text.substr(0, most).find(mark);
-    if (end != std::string_view::npos)
-        return State::complete;
-    return text.size() < most ? State::need_more : State::mangled;
+    return std::ranges::any_of(text, ascii::is_control);
 }
 
 } // namespace
@@ -131,7 +110,23 @@ HttpResponseParser::State HttpResponseParser::received(std::size_t bytes) {
 }
 
 HttpResponseParser::State HttpResponseParser::end_of_stream() {
-    return step_ == Step::open_body ? State::complete : State::mangled;
+    return step_ == Step::open_body ? State::complete : mangled("cut short");
+}
+
+HttpResponseParser::State HttpResponseParser::mangled(const char *reason) {
+    reason_ = reason;
+    return State::mangled;
+}
+
+/// Finds the mark behind something that may be `limit` bytes long. Complete when it is there, else
+/// whether it may still come; the same however the bytes came in.
+HttpResponseParser::State HttpResponseParser::find_end(std::string_view mark, std::size_t limit,
+                                                       const char *too_long, std::size_t &end) {
+    const std::size_t most = limit + mark.size();
+    end = unread().substr(0, most).find(mark);
+    if (end != std::string_view::npos)
+        return State::complete;
+    return unread().size() < most ? State::need_more : mangled(too_long);
 }
 
 HttpResponseParser::State HttpResponseParser::advance() {
@@ -148,7 +143,7 @@ HttpResponseParser::State HttpResponseParser::advance() {
             return expected_ == 0 ? State::complete : State::need_more;
         case Step::open_body:
             take_body_bytes();
-            return expected_ == 0 ? State::mangled : State::need_more;
+            return expected_ == 0 ? mangled(body_over_limit) : State::need_more;
         case Step::chunk_size:
             state = read_chunk_size();
             break;
@@ -167,74 +162,82 @@ HttpResponseParser::State HttpResponseParser::advance() {
 
 HttpResponseParser::State HttpResponseParser::read_head() {
     constexpr std::string_view protocol = "HTTP/";
-    const std::string_view received(input_.data(), filled_);
+    constexpr std::string_view version = "HTTP/1.1 ";
     if (rules_.unstated_length == UnstatedLength::to_end_of_stream &&
-        !starts_ignoring_case(protocol, received.substr(0, protocol.size()))) {
-        begin_body(Step::open_body, rules_.body_bytes + 1);
-        return State::need_more;
-    }
+        !starts_ignoring_case(protocol, unread().substr(0, protocol.size())))
+        return begin_body(Step::open_body, rules_.body_bytes + 1);
     std::size_t end = 0;
-    const State found = find_end(received, blank_line, HttpLimits::head_bytes, end);
+    const State found = find_end(blank_line, HttpLimits::head_bytes, "head over 64 KiB", end);
     if (found != State::complete)
         return found;
+    std::string_view lines = unread().substr(0, end);
     consumed_ = end + blank_line.size();
 
-    std::string_view lines = received.substr(0, end);
-    const auto status = status_code(take_line(lines), rules_.http_1_0);
+    std::string_view status_line = take_line(lines);
+    if (!starts_ignoring_case(status_line, version) &&
+        !(rules_.http_1_0 && starts_ignoring_case(status_line, "HTTP/1.0 ")))
+        return mangled("not HTTP/1.1");
+    status_line.remove_prefix(version.size());
+    const auto status = status_code(status_line);
     if (!status)
-        return State::mangled;
+        return mangled("bad status");
     status_ = *status;
-    if (status_ != 200)
-        return State::not_ok;
-    return read_header_lines(lines);
+    return status_ == 200 ? read_header_lines(lines) : State::not_ok;
 }
 
 HttpResponseParser::State HttpResponseParser::read_header_lines(std::string_view lines) {
+    while (!lines.empty()) {
+        if (const char *reason = read_header_line(take_line(lines)))
+            return mangled(reason);
+    }
+    return begin_body();
+}
+
+/// Takes from a line what matters. Null, or why the head is mangled.
+const char *HttpResponseParser::read_header_line(std::string_view line) {
     constexpr std::string_view length_name = "Content-Length:";
     constexpr std::string_view coding_name = "transfer-encoding:";
-    std::optional<std::size_t> length;
-    bool chunked = false;
-    while (!lines.empty()) {
-        const std::string_view line = take_line(lines);
-        if (starts_ignoring_case(line, "set-cookie: ")) {
-            if (!store_cookie(line))
-                return State::mangled;
-        } else if (line.starts_with(length_name)) {
-            const auto value = to_number(trimmed(line.substr(length_name.size())), 10);
-            if (!value || (length && length != value))
-                return State::mangled;
-            length = value;
-        } else if (starts_ignoring_case(line, coding_name)) {
-            // Any other coding would leave the body's end unknown (RFC 9112 section 6.3).
-            if (!equal_ignoring_case(trimmed(line.substr(coding_name.size())), "chunked"))
-                return State::mangled;
-            chunked = true;
-        }
-    }
-    if (chunked) {
-        step_ = Step::chunk_size;
-        return State::need_more;
-    }
-    if (length) {
-        if (*length > rules_.body_bytes)
-            return State::mangled;
-        begin_body(Step::sized_body, *length);
-        return State::need_more;
-    }
+    if (starts_ignoring_case(line, "set-cookie: "))
+        return store_cookie(line);
+    if (rules_.length_in_any_case ? starts_ignoring_case(line, length_name)
+                                  : line.starts_with(length_name))
+        return read_length(trimmed(line.substr(length_name.size())));
+    if (starts_ignoring_case(line, coding_name))
+        chunked_ =
+            chunked_ || equal_ignoring_case(trimmed(line.substr(coding_name.size())), "chunked");
+    return nullptr;
+}
+
+const char *HttpResponseParser::read_length(std::string_view value) {
+    const auto length = to_number(value, 10);
+    if (!length || (length_ && length_ != length))
+        return "bad length";
+    length_ = length;
+    return nullptr;
+}
+
+/// RFC 9112 section 6.3: chunks overrule a length.
+HttpResponseParser::State HttpResponseParser::begin_body() {
+    if (chunked_)
+        return begin_body(Step::chunk_size, 0);
+    if (length_)
+        return *length_ > rules_.body_bytes ? mangled(body_over_limit)
+                                            : begin_body(Step::sized_body, *length_);
     switch (rules_.unstated_length) {
     case UnstatedLength::mangled:
-        return State::mangled;
+        return mangled("no length");
     case UnstatedLength::no_body:
         return State::complete;
     case UnstatedLength::to_end_of_stream:
-        begin_body(Step::open_body, rules_.body_bytes + 1);
+        break;
     }
-    return State::need_more;
+    return begin_body(Step::open_body, rules_.body_bytes + 1);
 }
 
-void HttpResponseParser::begin_body(Step step, std::size_t most) {
+HttpResponseParser::State HttpResponseParser::begin_body(Step step, std::size_t most) {
     step_ = step;
     expected_ = most;
+    return State::need_more;
 }
 
 /// Moves what came to the body. Room for a stated length is made in few steps, because to move a
@@ -251,36 +254,39 @@ void HttpResponseParser::take_body_bytes() {
     expected_ -= bytes;
 }
 
-/// False when the response sets more than the client is willing to hold.
-bool HttpResponseParser::store_cookie(std::string_view line) {
+/// Null, or why the response sets more than the client is willing to hold.
+const char *HttpResponseParser::store_cookie(std::string_view line) {
     line.remove_prefix(line.find(' ') + 1);
     const auto semicolon = line.find(';');
     const auto equals = line.find('=');
     if (semicolon == std::string_view::npos || equals > semicolon)
-        return true;
+        return nullptr;
     const std::string_view name = line.substr(0, equals);
     const std::string_view value = line.substr(equals + 1, semicolon - equals - 1);
     if (has_control_characters(name) || has_control_characters(value))
-        return true;
+        return nullptr;
     if (name.size() + value.size() > HttpLimits::cookie_bytes)
-        return false;
+        return "cookie over 4 KiB";
     if (cookies_.size() >= HttpLimits::cookies && !cookies_.contains(name))
-        return false;
+        return "over 64 cookies";
     cookies_.insert_or_assign(std::string(name), std::string(value));
-    return true;
+    return nullptr;
 }
 
+/// RFC 9112 section 7.1.1: blanks and extensions may follow the size; nothing is known of any.
 HttpResponseParser::State HttpResponseParser::read_chunk_size() {
-    const std::string_view rest(input_.data() + consumed_, filled_ - consumed_);
     std::size_t end = 0;
-    const State found = find_end(rest, crlf, HttpLimits::chunk_line_bytes, end);
+    const State found = find_end(crlf, HttpLimits::chunk_line_bytes, "chunk size over 4 KiB", end);
     if (found != State::complete)
         return found;
 
-    const std::string_view line = rest.substr(0, end);
-    const auto size = to_number(line.substr(0, line.find(';')), 16);
-    if (!size || *size > rules_.body_bytes - body_.size())
-        return State::mangled;
+    const std::string_view line = unread().substr(0, end);
+    const auto size = to_number(without_trailing_blanks(line.substr(0, line.find(';'))), 16);
+    if (!size)
+        return mangled("bad chunk size");
+    chunk_lines_ += line.size();
+    if (*size > rules_.body_bytes - body_.size() || chunk_lines_ > rules_.body_bytes)
+        return mangled(body_over_limit);
     consumed_ += end + crlf.size();
     if (*size == 0)
         return State::complete; // trailers and the last line end are not looked at
@@ -297,10 +303,9 @@ HttpResponseParser::State HttpResponseParser::read_chunk_data() {
 }
 
 HttpResponseParser::State HttpResponseParser::read_chunk_end() {
-    const std::string_view rest(input_.data() + consumed_, filled_ - consumed_);
-    if (!crlf.starts_with(rest.substr(0, crlf.size())))
-        return State::mangled;
-    if (rest.size() < crlf.size())
+    if (!crlf.starts_with(unread().substr(0, crlf.size())))
+        return mangled("chunk longer than its size");
+    if (unread().size() < crlf.size())
         return State::need_more;
     consumed_ += crlf.size();
     step_ = Step::chunk_size;

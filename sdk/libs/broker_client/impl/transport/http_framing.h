@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -39,7 +40,8 @@ enum class UnstatedLength {
 struct HttpRules {
     std::size_t body_bytes = HttpLimits::body_bytes;
     UnstatedLength unstated_length = UnstatedLength::mangled;
-    bool http_1_0 = false; ///< is taken as well
+    bool http_1_0 = false;           ///< is taken as well
+    bool length_in_any_case = false; ///< "content-length" (RFC 9110 section 5.1) is a length too
 };
 
 /// Reads one HTTP/1.1 response as its bytes come in; knows no socket.
@@ -69,6 +71,8 @@ public:
     /// Nothing more will come: complete or mangled.
     State end_of_stream();
     bool in_head() const { return step_ == Step::head; }
+    /// Why the response is mangled, in a few words.
+    std::string_view reason() const { return reason_; }
     /// Of the head, once it has been read; 0 for none.
     int status() const { return status_; }
     /// The body of a complete response; afterwards the parser holds none.
@@ -80,17 +84,27 @@ private:
     State advance();
     State read_head();
     State read_header_lines(std::string_view lines);
-    void begin_body(Step step, std::size_t most);
+    const char *read_header_line(std::string_view line);
+    const char *read_length(std::string_view value);
+    const char *store_cookie(std::string_view line);
+    State begin_body();
+    State begin_body(Step step, std::size_t most);
     void take_body_bytes();
     State read_chunk_size();
     State read_chunk_data();
     State read_chunk_end();
-    bool store_cookie(std::string_view line);
+    std::string_view unread() const { return {input_.data() + consumed_, filled_ - consumed_}; }
+    State find_end(std::string_view mark, std::size_t limit, const char *too_long,
+                   std::size_t &end);
+    State mangled(const char *reason);
 
     CookieTable &cookies_;
     const HttpRules rules_;
     Step step_ = Step::head;
     int status_ = 0;
+    std::optional<std::size_t> length_;
+    bool chunked_ = false;
+    const char *reason_ = "";
     /// What came in and is not yet understood: input_[consumed_ .. filled_).
     SecureText input_;
     std::size_t consumed_ = 0;
@@ -98,6 +112,7 @@ private:
     SecureText body_;
     /// What is left of the body, of one byte more than the longest open one, or of the chunk.
     std::size_t expected_ = 0;
+    std::size_t chunk_lines_ = 0; ///< how long all were together
 };
 
 } // namespace kavro

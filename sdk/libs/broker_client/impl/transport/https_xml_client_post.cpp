@@ -31,6 +31,13 @@ PostResult failed(ePOST_RESULT result, std::string error_text = {}) {
     return {result, std::move(error_text), nullptr};
 }
 
+PostResult mangled_http(std::string_view reason) {
+    std::string text = "The HTTP response is mangled: ";
+    text += reason;
+    log_error("%s", text.c_str());
+    return failed(POST_RESULT_MANGLED_RESPONSE, std::move(text));
+}
+
 /// Reads an answer's body, whoever it came from.
 PostResult read_answer(SecureText body, ConnectionReport &report) {
     report.enter(ConnectionPhase::parse);
@@ -100,7 +107,7 @@ void HttpsXmlClient::read_more() {
         case HttpResponseParser::State::complete:
             return finish_post(read_answer(response_->take_body(), *report_));
         case HttpResponseParser::State::mangled:
-            return finish_post(failed(POST_RESULT_MANGLED_RESPONSE));
+            return finish_post(mangled_http(response_->reason()));
         case HttpResponseParser::State::not_ok:
             return finish_post(failed(POST_RESULT_NOT_HTTP_OK));
         }

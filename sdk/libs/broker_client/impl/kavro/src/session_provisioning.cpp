@@ -19,7 +19,8 @@ using Der = Security::cX509_CERT_CHAIN::Der;
 
 constexpr std::string_view provisioning_version = "2.1"; // whatever was agreed with the broker
 constexpr HttpRules answer_rules = {.unstated_length = UnstatedLength::to_end_of_stream,
-                                    .http_1_0 = true};
+                                    .http_1_0 = true,
+                                    .length_in_any_case = true};
 
 constexpr TextField<Provisioner> provisioner_fields[] = {
     {"provisioning-scheme", &Provisioner::scheme},
