@@ -150,7 +150,8 @@ TEST(JudgedChains, LogTellsOfKeys) {
     } cases[] = {
         {"rsa-1023", {0, info, -500, "Certificate invalid: RSA key length=1023 < MIN 1024"}},
         {"rsa-1024", {0, verbose, 0, "Valid certificate RSA key length=1024"}},
-        {"ec-secp160r1", {0, info, -500, "Certificate invalid: EC key length=161 < MIN 163"}},
+        {"ec-secp160r1", {0, info, -500, "Certificate invalid: EC key length=160 < MIN 163"}},
+        {"ec-sect163r1", {0, verbose, 0, "Valid certificate EC key length=163"}},
         {"ec-p256", {0, verbose, 0, "Valid certificate EC key length=256"}},
         {"ed25519", {0, info, -500, "Unknown key type: 1087"}},
     };

@@ -148,6 +148,7 @@ TEST_F(ServedChains, TrustAndNames) {
     const auto strange_server = [&](const Server &wanted) {
         return shown(server(strange, wanted), {strange});
     };
+    const ServerIdentity other_case = shown(server(self_signed({.common_name = "TEST SERVER"})));
     const ServerIdentity with_root = shown(server(strange_root()), {strange_root()});
     expect_judged_as_said({
         {"trusted root", trusted_server({}), trusted},
@@ -167,6 +168,7 @@ TEST_F(ServedChains, TrustAndNames) {
         {"as common name", trusted_server(as_common_name), rejected, "28 0", wrong_name},
         {"self-signed", shown(self_signed()), warnable, "12", "self-signed"},
         {"self-signed, wrong host", shown(self_signed(elsewhere)), warnable, "12"},
+        {"self-signed but for its case", other_case, rejected, "12", "self-signed"},
         {"self-signed, expired", shown(self_signed(past)), rejected, "9", "expired"},
     });
 }

@@ -168,7 +168,7 @@ TEST(VerdictRules, CodesOfTheTlsLibrarysErrors) {
         {-1, 30},
     };
     for (const auto &[error, code] : rows)
-        EXPECT_EQ(certificate_error_code(error), code) << X509_verify_cert_error_string(error);
+        EXPECT_EQ(certificate_error(error), code) << X509_verify_cert_error_string(error);
 }
 
 } // namespace kavro

@@ -17,45 +17,41 @@ constexpr const char *key_length_text =
 constexpr const char *changed_certificate_text =
     "the certificate is unverifiable and differs from the earlier unverifiable certificate.";
 
-constexpr std::uint32_t key_too_short = 27;
-constexpr std::uint32_t host_name_mismatch = 28;
-constexpr std::uint32_t any_other_error = 30;
-
-struct CodeRow {
-    int error;
-    std::uint32_t code;
+struct ErrorRow {
+    int of_tls_library;
+    eCERTIFICATE_ERROR error;
 };
 
-constexpr CodeRow code_rows[] = {
-    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, 1},
-    {X509_V_ERR_UNABLE_TO_GET_CRL, 2},
-    {X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE, 3},
-    {X509_V_ERR_UNABLE_TO_DECRYPT_CRL_SIGNATURE, 4},
-    {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, 5},
-    {X509_V_ERR_CERT_SIGNATURE_FAILURE, 6},
-    {X509_V_ERR_CRL_SIGNATURE_FAILURE, 7},
-    {X509_V_ERR_CERT_NOT_YET_VALID, 8},
-    {X509_V_ERR_CERT_HAS_EXPIRED, 9},
-    {X509_V_ERR_CRL_NOT_YET_VALID, 10},
-    {X509_V_ERR_CRL_HAS_EXPIRED, 11},
-    {X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD, 12},
-    {X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD, 12},
-    {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, 12},
-    {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, 12},
-    {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, 13},
-    {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, 14},
-    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, 29},
-    {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, 15},
-    {X509_V_ERR_CERT_REVOKED, 16},
-    {X509_V_ERR_INVALID_CA, 17},
-    {X509_V_ERR_INVALID_NON_CA, 17},
-    {X509_V_ERR_INVALID_PURPOSE, 18},
-    {X509_V_ERR_CERT_UNTRUSTED, 19},
-    {X509_V_ERR_CERT_REJECTED, 20},
-    {X509_V_ERR_SUBJECT_ISSUER_MISMATCH, 22},
-    {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, 23},
-    {X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER, 24},
-    {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, 25},
+constexpr ErrorRow error_rows[] = {
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT, CERTIFICATE_ERROR_UNABLE_TO_GET_ISSUER},
+    {X509_V_ERR_UNABLE_TO_GET_CRL, CERTIFICATE_ERROR_UNABLE_TO_GET_CRL},
+    {X509_V_ERR_UNABLE_TO_DECRYPT_CERT_SIGNATURE, CERTIFICATE_ERROR_UNABLE_TO_DECRYPT_SIGNATURE},
+    {X509_V_ERR_UNABLE_TO_DECRYPT_CRL_SIGNATURE, CERTIFICATE_ERROR_UNABLE_TO_DECRYPT_CRL_SIGNATURE},
+    {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, CERTIFICATE_ERROR_UNABLE_TO_DECODE_ISSUER_KEY},
+    {X509_V_ERR_CERT_SIGNATURE_FAILURE, CERTIFICATE_ERROR_SIGNATURE_FAILURE},
+    {X509_V_ERR_CRL_SIGNATURE_FAILURE, CERTIFICATE_ERROR_CRL_SIGNATURE_FAILURE},
+    {X509_V_ERR_CERT_NOT_YET_VALID, CERTIFICATE_ERROR_NOT_YET_VALID},
+    {X509_V_ERR_CERT_HAS_EXPIRED, CERTIFICATE_ERROR_EXPIRED},
+    {X509_V_ERR_CRL_NOT_YET_VALID, CERTIFICATE_ERROR_CRL_NOT_YET_VALID},
+    {X509_V_ERR_CRL_HAS_EXPIRED, CERTIFICATE_ERROR_CRL_EXPIRED},
+    {X509_V_ERR_ERROR_IN_CERT_NOT_BEFORE_FIELD, CERTIFICATE_ERROR_DATE_FORMAT},
+    {X509_V_ERR_ERROR_IN_CERT_NOT_AFTER_FIELD, CERTIFICATE_ERROR_DATE_FORMAT},
+    {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, CERTIFICATE_ERROR_DATE_FORMAT},
+    {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, CERTIFICATE_ERROR_DATE_FORMAT},
+    {X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT, CERTIFICATE_ERROR_SELF_SIGNED},
+    {X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, CERTIFICATE_ERROR_SELF_SIGNED_IN_CHAIN},
+    {X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, CERTIFICATE_ERROR_ISSUER_UNKNOWN_HERE},
+    {X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE, CERTIFICATE_ERROR_UNABLE_TO_VERIFY_LEAF},
+    {X509_V_ERR_CERT_REVOKED, CERTIFICATE_ERROR_REVOKED},
+    {X509_V_ERR_INVALID_CA, CERTIFICATE_ERROR_INVALID_CA},
+    {X509_V_ERR_INVALID_NON_CA, CERTIFICATE_ERROR_INVALID_CA},
+    {X509_V_ERR_INVALID_PURPOSE, CERTIFICATE_ERROR_INVALID_PURPOSE},
+    {X509_V_ERR_CERT_UNTRUSTED, CERTIFICATE_ERROR_UNTRUSTED},
+    {X509_V_ERR_CERT_REJECTED, CERTIFICATE_ERROR_REJECTED},
+    {X509_V_ERR_SUBJECT_ISSUER_MISMATCH, CERTIFICATE_ERROR_ISSUER_MISMATCH},
+    {X509_V_ERR_KEYUSAGE_NO_CERTSIGN, CERTIFICATE_ERROR_KEY_USAGE_NO_CERT_SIGN},
+    {X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER, CERTIFICATE_ERROR_UNABLE_TO_GET_CRL_ISSUER},
+    {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, CERTIFICATE_ERROR_KEY_USAGE_NO_CRL_SIGN},
 };
 
 /// Whether the fault is one that the user may accept, by the kind of chain that it shows.
@@ -95,13 +91,13 @@ void note_code(const CertificateFacts &facts, bool host_ok, ChainVerdict &verdic
     if (verdict.codes.size() <= depth)
         verdict.codes.resize(depth + 1);
     if (!facts.trusted()) {
-        verdict.codes[depth] = certificate_error_code(facts.error);
+        verdict.codes[depth] = certificate_error(facts.error);
     } else if (!host_ok) {
         verdict.error_text = host_name_text;
-        verdict.codes[depth] = host_name_mismatch;
+        verdict.codes[depth] = CERTIFICATE_ERROR_HOST_NAME_MISMATCH;
     } else if (!facts.key_long_enough) {
         verdict.error_text = key_length_text;
-        verdict.codes[depth] = key_too_short;
+        verdict.codes[depth] = CERTIFICATE_ERROR_KEY_TOO_SHORT;
     }
 }
 
@@ -151,9 +147,9 @@ const char *outcome_name(VerificationOutcome outcome) {
     return names[static_cast<std::size_t>(outcome)];
 }
 
-std::uint32_t certificate_error_code(int x509_error) {
-    const auto row = std::ranges::find(code_rows, x509_error, &CodeRow::error);
-    return row == std::end(code_rows) ? any_other_error : row->code;
+eCERTIFICATE_ERROR certificate_error(int x509_error) {
+    const auto row = std::ranges::find(error_rows, x509_error, &ErrorRow::of_tls_library);
+    return row == std::end(error_rows) ? CERTIFICATE_ERROR_OTHER : row->error;
 }
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trust/certificate_error.h"
 #include "utils/src/cert_store_cache.h"
 
 #include <cstddef>
@@ -39,7 +40,7 @@ struct CertificateFacts {
 /// The verdict on one handshake as it grows from call to call. It only ever gets worse.
 struct ChainVerdict {
     VerificationOutcome outcome = VerificationOutcome::passed;
-    std::vector<std::uint32_t> codes; ///< by depth, 0 where nothing was wrong
+    std::vector<std::uint32_t> codes; ///< eCERTIFICATE_ERROR by depth
     std::string error_text;           ///< the last reason
     bool self_signed_single = false;  ///< the whole chain is one self-signed certificate
     bool self_signed_chain = false;   ///< a self-signed certificate further up
@@ -54,8 +55,8 @@ struct Judgement {
     bool stored_as_accepted = false; ///< and that nothing was wrong with it
 };
 
-/// The code under which an error of the TLS library is reported to the caller.
-std::uint32_t certificate_error_code(int x509_error);
+/// What an error of the TLS library (X509_V_ERR_...) is reported as.
+eCERTIFICATE_ERROR certificate_error(int x509_error);
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict);
 Judgement judge_view(const CertificateFacts &facts, ChainVerdict &verdict);
