@@ -14,8 +14,9 @@ function(export_only target list)
   file(CONFIGURE OUTPUT ${script} @ONLY
        CONTENT "KAVRO_BROKER_1 {\n  global:\n    @globals@;\n  local:\n    *;\n};\n")
   # A look-up that the system never answers may outlive its handle: the code that its thread returns
-  # to must stay loaded, hence nodelete.
+  # to must stay loaded, hence nodelete. A function that is bound at its first call would have the
+  # registers saved on the stack, with whatever secret was copied through them, hence now.
   target_link_options(${target} PRIVATE
-    LINKER:--version-script=${script} LINKER:-z,nodelete LINKER:-z,defs)
+    LINKER:--version-script=${script} LINKER:-z,nodelete LINKER:-z,now LINKER:-z,defs)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
 endfunction()

@@ -20,10 +20,10 @@ struct Region {
     const unsigned char *end;
 };
 
-/// What this process can write to: there is no other place that a copy could be in.
-std::vector<Region> writable_memory() {
+/// What a process can write to: there is no other place that a copy could be in.
+std::vector<Region> writable_memory(const std::string &process) {
     std::vector<Region> regions;
-    std::ifstream maps("/proc/self/maps");
+    std::ifstream maps("/proc/" + process + "/maps");
     for (std::string line; std::getline(maps, line);) {
         unsigned long begin = 0;
         unsigned long end = 0;
@@ -72,9 +72,26 @@ void MaskedText::reveal(char (&buffer)[size + 1]) const {
 
 std::size_t MaskedText::copies_in_memory() const {
     std::size_t copies = 0;
-    for (const Region &region : writable_memory())
+    for (const Region &region : writable_memory("self"))
         for (std::size_t start = 0; start + piece <= size; start += piece)
             copies += count_in(region, masked_.data() + start);
+    return copies;
+}
+
+std::size_t MaskedText::copies_in_memory_of(pid_t process) const {
+    const std::string name = std::to_string(process);
+    std::ifstream memory("/proc/" + name + "/mem", std::ios::binary);
+    std::size_t copies = 0;
+    for (const Region &region : writable_memory(name)) {
+        std::vector<unsigned char> bytes(static_cast<std::size_t>(region.end - region.begin));
+        memory.seekg(reinterpret_cast<std::streamoff>(region.begin));
+        memory.read(reinterpret_cast<char *>(bytes.data()),
+                    static_cast<std::streamsize>(bytes.size()));
+        if (!memory) // as the kernel's own pages, which hold nothing of the process
+            memory.clear();
+        for (std::size_t start = 0; start + piece <= size; start += piece)
+            copies += count_in({bytes.data(), bytes.data() + bytes.size()}, masked_.data() + start);
+    }
     return copies;
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <sys/types.h>
 #include <vector>
 
 namespace hostile {
@@ -20,6 +21,8 @@ public:
     /// In how many places of this process's memory a piece of it stands. Whoever frees memory may
     /// spoil its beginning, so pieces count as well as the whole.
     std::size_t copies_in_memory() const;
+    /// The same for a child process.
+    std::size_t copies_in_memory_of(pid_t process) const;
 
 private:
     std::vector<unsigned char> masked_;

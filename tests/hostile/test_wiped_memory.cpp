@@ -10,6 +10,7 @@
 #include <openssl/crypto.h>
 
 #include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <functional>
 #include <sys/prctl.h>
@@ -90,7 +91,7 @@ struct Row {
     broker_sim::Fault fault{};
     std::string answer{}; ///< instead of the broker's own, when not empty
     const char *user = "alice";
-    bool echo = false; ///< the answer says the password
+    unsigned echoes = 0; ///< the status of an answer that says the password
 };
 
 Scenario scenario_of(const Row &row) {
@@ -108,7 +109,8 @@ Scenario scenario_of(const Row &row) {
     answer.match.request = "authenticate";
     if (!row.answer.empty())
         answer.raw = row.answer;
-    if (row.echo)
+    answer.status = row.echoes;
+    if (row.echoes != 0)
         answer.body =
             broker_message("<x><password>" + std::string(Plain(password)) + "</password></x>");
     scenario.overrides = {answer};
@@ -123,7 +125,7 @@ std::vector<Row> rows() {
         {"a request that is no XML", KAVRO_BROKER_ERR_PROTOCOL_GENERIC, {}, {}, "al<ice"},
         {"no HTTP", mangled, {}, "220 mail.test ESMTP\r\n\r\n"},
         {"no XML", mangled, {}, http_ok("<")},
-        {"an answer that says the password", mangled, {}, {}, "alice", true},
+        {"an answer that says the password", mangled, {}, {}, "alice", 200},
         {"wrong status", KAVRO_BROKER_ERR_HTTP_NOT_OK, {}, "HTTP/1.1 500 No\r\n\r\n"},
     };
     for (const std::size_t byte : {0, 20, 300}) {
@@ -193,6 +195,59 @@ TEST(WipedMemory, HoldsNoSecretAfterARequestThatRanOutOfMemory) {
     }
     EXPECT_LE(places, 1)
         << "of thousands, one allocation may fail inside the TLS library's writing";
+}
+
+/// A program in C that sends the password once, and waits.
+class Caller {
+public:
+    Caller(const std::string &port, const char *cancels) {
+        EXPECT_EQ(pipe2(to_, O_CLOEXEC) | pipe2(from_, O_CLOEXEC), 0);
+        process = fork();
+        if (process == 0) {
+            dup2(to_[0], STDIN_FILENO);
+            dup2(from_[1], STDOUT_FILENO);
+            unsetenv("LD_BIND_NOW");
+            execl(WIPED_CALLER, WIPED_CALLER, port.c_str(), cancels, nullptr);
+            _exit(EXIT_FAILURE);
+        }
+        close(from_[1]);
+        const Plain plain(password);
+        EXPECT_EQ(write(to_[1], plain, MaskedText::size), MaskedText::size);
+        EXPECT_EQ(read(from_[0], &result, sizeof result), sizeof result);
+    }
+    ~Caller() {
+        kill(process, SIGKILL);
+        waitpid(process, nullptr, 0);
+        for (const int end : {to_[0], to_[1], from_[0]})
+            close(end);
+    }
+    Caller(const Caller &) = delete;
+    Caller &operator=(const Caller &) = delete;
+
+    pid_t process = -1;
+    kavro_broker_result result = KAVRO_BROKER_OK;
+
+private:
+    int to_[2];
+    int from_[2];
+};
+
+TEST(WipedMemory, OfACallerHoldsNoneOfItEither) {
+    const auto unanswered = broker_sim::Fault{.ending = Ending::stall};
+    const Row rows[] = {
+        {"answer", KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD}, // it knows a shorter password
+        {"reset", KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE, {.ending = Ending::reset}},
+        {"cancel", KAVRO_BROKER_ERR_CANCELLED, unanswered},
+        {"500", KAVRO_BROKER_ERR_HTTP_NOT_OK, {}, {}, "alice", 500},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        const BrokerProcess broker([&row] { return scenario_of(row); });
+        const bool cancels = row.result == KAVRO_BROKER_ERR_CANCELLED;
+        const Caller caller(broker.port, cancels ? "cancels" : nullptr);
+        EXPECT_EQ(caller.result, row.result);
+        EXPECT_EQ(password.copies_in_memory_of(caller.process), 0u);
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "broker_client_impl.h"
 
 #include "utils/src/assertion.h"
+#include "utils/src/forget_registers.h"
 #include "utils/src/system_trust.h"
 
 #include <algorithm>
@@ -55,6 +56,7 @@ void broker_client_impl::end_request() noexcept {
         // Nothing is left that anybody waits for.
     }
     stage_ = Stage::idle;
+    kavro::forget_registers();
 }
 
 void broker_client_impl::cancel() noexcept {
