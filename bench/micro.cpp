@@ -34,9 +34,9 @@ void parse_address(benchmark::State &state) {
 BENCHMARK(parse_address);
 
 void build_request(benchmark::State &state) {
-    const ClientIdentity identity{};
+    const Dialect dialect;
     for (auto _ : state) {
-        const SecureText body = hello_request("2.1", identity, false, {});
+        const SecureText body = request_text(hello_message, dialect, dialect, {}, {});
         benchmark::DoNotOptimize(http_post_request("/", "broker.example", "id", {}, body));
     }
 }
@@ -92,10 +92,11 @@ BENCHMARK(read_xml);
 
 void read_records(benchmark::State &state) {
     const std::string text = bench::list_answer(desktops);
-    const auto document = parsed(text);
+    const PostResult post{.document = parsed(text)};
+    Dialect dialect;
     for (auto _ : state) {
         DesktopListHandle list;
-        read_resource_list(document->root().child(), list);
+        read_answer(resource_list_message, post, dialect, list);
         if (list == nullptr || list->size() != desktops)
             state.SkipWithError("not all desktops");
     }

@@ -2,7 +2,6 @@
 
 #include "error_codes.h"
 #include "fuzzing.h"
-#include "kavro/src/answer.h"
 #include "kavro/src/auth_method.h"
 
 #include <string>
@@ -17,19 +16,19 @@ inline bool is_reported(eERROR_CODE code) {
            code != ERROR_CODE_VM_LIST_NO_USER && code != ERROR_CODE_CONNECT_DESKTOP_NO_USER;
 }
 
-/// Takes a body the way that every answer takes and has `read(message, version)` read what is in
-/// it. Whatever the body, one code comes of it that a caller can be told.
-template <class Read>
-BrokerResult read_answer(std::string_view body, Read read) {
+/// Takes a body the way that every answer takes, into a record. Whatever the body, one code comes
+/// of it that a caller can be told.
+template <class Record, class... Given>
+BrokerResult read_answer(const Message<Record, Given...> &message, std::string_view body,
+                         Record &record, bool oauth = false) {
     PostResult post;
     post.document = XmlDocument::parse(SecureText(body), post.error_text);
     if (!post.document)
         post.result = POST_RESULT_MANGLED_RESPONSE;
-    std::string version = "2.1";
-    BrokerResult result;
-    if (const XmlNode message = get_response_node(post, version, result))
-        result = read(message, std::string_view(version));
-    promise(version == "2.0" || version == "2.1", "only a known version is adopted");
+    Dialect dialect{.oauth = oauth};
+    const BrokerResult result = kavro::read_answer(message, post, dialect, record);
+    promise(dialect.version == "2.0" || dialect.version == "2.1",
+            "only a known version is adopted");
     promise(is_reported(result.code), "a code that a caller can be told");
     return result;
 }
@@ -40,10 +39,9 @@ inline void check_next_method(const BrokerResult &result, const AuthAnswer &answ
         return;
     convert_from_auth_result_value(answer.auth.method); // stops at a value that has no public one
     AuthAnswer again;
-    const auto told = read_answer(authentication_method_answer("2.1", answer.next_authentication),
-                                  [&](XmlNode message, std::string_view) {
-                                      return process_authentication_method(message, oauth, again);
-                                  });
+    const auto told = read_answer(
+        authentication_method_message,
+        request_text(authentication_method_message, {}, answer.next_authentication), again, oauth);
     promise(told.code == ERROR_CODE_NONE, "what is next can be asked again");
     promise(again.auth.method == answer.auth.method, "what is next stays the same");
 }

@@ -6,10 +6,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     for (const bool oauth : {false, true}) {
         kavro::HelloAnswer answer;
-        const auto result = fuzz::read_answer(fuzz::as_text(data, size),
-                                              [&](kavro::XmlNode message, std::string_view) {
-                                                  return kavro::read_hello(message, oauth, answer);
-                                              });
+        const auto result =
+            fuzz::read_answer(kavro::hello_message, fuzz::as_text(data, size), answer, oauth);
         fuzz::check_next_method(result, answer.auth, oauth);
         if (result.code == kavro::ERROR_CODE_PROTOCOL_MANGLED_RESPONSE)
             fuzz::promise(answer.hello.product_name.empty() &&

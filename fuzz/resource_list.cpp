@@ -7,9 +7,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     kavro::DesktopListHandle list;
     const auto result =
-        fuzz::read_answer(fuzz::as_text(data, size), [&](kavro::XmlNode message, std::string_view) {
-            return kavro::read_resource_list(message, list);
-        });
+        fuzz::read_answer(kavro::resource_list_message, fuzz::as_text(data, size), list);
     fuzz::promise((list != nullptr) == (result.code == kavro::ERROR_CODE_NONE), "list or failure");
     for (std::size_t i = 0; list != nullptr && i < list->size(); ++i) {
         const auto &desktop = (*list)[i];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kavro/src/desktop_list.h"
 #include "kavro/src/results.h"
 
 #include <string>

@@ -1,8 +1,6 @@
 #include "captured_log.h"
 #include "error_codes.h"
 #include "kavro/src/allocate_resource.h"
-#include "kavro/src/answer.h"
-#include "kavro/src/auth_method.h"
 #include "kavro/src/authenticate.h"
 #include "kavro/src/hello.h"
 #include "kavro/src/power_operation.h"
@@ -24,81 +22,72 @@ struct Outcome {
     AuthAnswer auth;
 };
 
-struct Message {
-    XmlNode node;
-    bool oauth;
-    std::string_view version;
-};
+/// Reads an answer to a message into a record of its own.
+template <class Record, class... Given>
+Record read(const Message<Record, Given...> &message, const PostResult &post, Dialect &dialect,
+            Outcome &outcome) {
+    Record record;
+    outcome.result = read_answer(message, post, dialect, record);
+    return record;
+}
 
 void add(RecordLines &lines, const RecordLines &more) {
     lines.insert(lines.end(), more.begin(), more.end());
 }
 
-void read_method(const Message &message, Outcome &outcome) {
-    outcome.result = process_authentication_method(message.node, message.oauth, outcome.auth);
-    outcome.record = describe(outcome.auth.auth);
-}
-
-void read_hello_answer(const Message &message, Outcome &outcome) {
-    HelloAnswer answer;
-    outcome.result = read_hello(message.node, message.oauth, answer);
+void describe_into(Outcome &outcome, const HelloAnswer &answer) {
     outcome.record = describe(answer.hello);
     add(outcome.record, describe(answer.auth.auth));
     outcome.auth = answer.auth;
 }
 
-template <AuthRequest request>
-void read_authenticated(const Message &message, Outcome &outcome) {
-    outcome.result = read_authentication(request, message.node, message.oauth, outcome.auth);
-    outcome.record = describe(outcome.auth.auth);
+void describe_into(Outcome &outcome, const AuthAnswer &answer) {
+    outcome.record = describe(answer.auth);
+    outcome.auth = answer;
 }
+
+void describe_into(Outcome &, const Nothing &) {}
 
 // Of the records of the next two nothing is handed out after a failure.
 
-void read_list(const Message &message, Outcome &outcome) {
-    DesktopListHandle list;
-    outcome.result = read_resource_list(message.node, list);
+void describe_into(Outcome &outcome, const DesktopListHandle &list) {
     EXPECT_EQ(list != nullptr, outcome.result.code == ERROR_CODE_NONE);
     for (std::size_t index = 0; list != nullptr && index < list->size(); ++index)
         add(outcome.record, describe((*list)[index]));
 }
 
-void read_allocated(const Message &message, Outcome &outcome) {
-    cDESKTOP_CONNECTION_RESULT connection;
-    outcome.result = read_allocation(
-        message.node, message.version, [](XmlNode) { return BrokerResult(); }, connection);
+void describe_into(Outcome &outcome, const Allocation &allocation) {
     if (outcome.result.code == ERROR_CODE_NONE)
-        outcome.record = describe(connection);
+        outcome.record = describe(allocation.connection);
 }
 
-void read_operation(const Message &message, Outcome &outcome) {
-    outcome.result = read_power_operation(message.node);
+template <const auto &message>
+void read_as(const PostResult &post, Dialect &dialect, Outcome &outcome) {
+    describe_into(outcome, read(message, post, dialect, outcome));
 }
 
-const std::map<std::string, void (*)(const Message &, Outcome &), std::less<>> readers = {
-    {"hello", read_hello_answer},
-    {"method", read_method},
-    {"password", read_authenticated<AuthRequest::password>},
-    {"dialog", read_authenticated<AuthRequest::dialog>},
-    {"oauth", read_authenticated<AuthRequest::oauth>},
-    {"disclaimer", read_authenticated<AuthRequest::disclaimer>},
-    {"update password", read_authenticated<AuthRequest::password_update>},
-    {"list", read_list},
-    {"allocate", read_allocated},
-    {"operation", read_operation},
+const std::map<std::string, void (*)(const PostResult &, Dialect &, Outcome &), std::less<>>
+    readers = {
+        {"hello", read_as<hello_message>},
+        {"method", read_as<authentication_method_message>},
+        {"password", read_as<password_message>},
+        {"dialog", read_as<dialog_message>},
+        {"oauth", read_as<oauth_message>},
+        {"disclaimer", read_as<disclaimer_message>},
+        {"update password", read_as<password_update_message>},
+        {"list", read_as<resource_list_message>},
+        {"allocate", read_as<allocate_resource_message>},
+        {"operation", read_as<power_operation_message>},
 };
 
-Outcome read_answer(std::string_view request, std::string_view answer, bool oauth,
-                    std::string &version) {
+Outcome read_text(std::string_view request, std::string_view answer, Dialect &dialect) {
     std::string error;
     PostResult post;
     post.document = XmlDocument::parse(SecureText(answer), error);
     EXPECT_TRUE(post.document) << error;
     Outcome outcome;
-    if (!post.document)
-        return outcome;
-    if (const XmlNode message = get_response_node(post, version, outcome.result))
-        readers.at(std::string(request))({message, oauth, version}, outcome);
+    if (post.document)
+        readers.at(std::string(request))(post, dialect, outcome);
     return outcome;
 }
 
@@ -126,14 +115,14 @@ std::vector<std::string> logged(LogSeverity severity) {
 }
 
 /// What is kept of an answer must tell the same when the caller asks again.
-void expect_same_method_again(const Outcome &first, bool oauth, std::string version) {
+void expect_same_method_again(const Outcome &first, Dialect dialect) {
     if (first.auth.next_authentication.empty()) {
         EXPECT_EQ(first.auth.auth.method, AuthMethod::unknown);
         return;
     }
     const SecureText document =
-        authentication_method_answer(version, first.auth.next_authentication);
-    const Outcome again = read_answer("method", document, oauth, version);
+        request_text(authentication_method_message, dialect, first.auth.next_authentication);
+    const Outcome again = read_text("method", document, dialect);
     EXPECT_EQ(name_of(again.result.code), name_of(first.result.code));
     cAUTH_RESULT told = first.auth.auth;
     told.to_client_variables.clear();
@@ -143,13 +132,13 @@ void expect_same_method_again(const Outcome &first, bool oauth, std::string vers
 void check(const MessageCase &one) {
     SCOPED_TRACE(one.request + ": " + one.name + "\n" + one.answer);
     const CapturedLog log;
-    std::string version = "2.1";
-    const Outcome outcome = read_answer(one.request, one.answer, one.oauth, version);
+    Dialect dialect{.oauth = one.oauth};
+    const Outcome outcome = read_text(one.request, one.answer, dialect);
     EXPECT_EQ(name_of(outcome.result.code), one.code);
     EXPECT_EQ(outcome.result.message, one.message);
     EXPECT_EQ(outcome.result.detected_by, one.detected_by);
     EXPECT_EQ(outcome.result.detail, one.detail);
-    EXPECT_EQ(version, one.version);
+    EXPECT_EQ(dialect.version, one.version);
     EXPECT_EQ(logged(LogSeverity::error), one.errors);
     if (!one.infos.empty()) {
         EXPECT_EQ(logged(LogSeverity::info), one.infos);
@@ -157,7 +146,7 @@ void check(const MessageCase &one) {
     if (one.record) {
         EXPECT_EQ(outcome.record, *one.record);
     }
-    expect_same_method_again(outcome, one.oauth, version);
+    expect_same_method_again(outcome, dialect);
 }
 
 class Answers : public testing::TestWithParam<const char *> {};
@@ -187,11 +176,11 @@ TEST(Exchange, FailedPostKeepsItsReason) {
         {POST_RESULT_NOT_HTTP_OK, ERROR_CODE_HTTP_NOT_OK},
     };
     for (const auto &[post, code] : rows) {
-        BrokerResult failure;
-        std::string version = "2.1";
-        EXPECT_FALSE(get_response_node({post, "the reason", nullptr}, version, failure));
-        EXPECT_EQ(failure.code, code);
-        EXPECT_EQ(failure.message, "the reason") << post;
+        std::string version;
+        const auto failed = get_response_node({post, "the reason", nullptr}, version);
+        ASSERT_FALSE(failed);
+        EXPECT_EQ(failed.error().code, code);
+        EXPECT_EQ(failed.error().message, "the reason") << post;
     }
 }
 
@@ -200,18 +189,23 @@ TEST(AuthMethod, WhatIsToldAgainFollowsEveryAnswer) {
                               "<disclaimer>&lt;b&gt; &amp; more</disclaimer></next-authentication>";
     const std::string blocked = "<next-authentication><method>AUTHENTICATION_BLOCKED</method>"
                                 "<domains/></next-authentication>";
+    const auto fixed = [](std::string_view keyword) {
+        AuthAnswer answer;
+        set_method(answer, keyword);
+        return answer.next_authentication;
+    };
     const std::tuple<const char *, std::string, std::string> rows[] = {
-        {"AUTH_DONE_PREVIOUSLY", asked, next_authentication("AUTHENTICATION_ALREADY_DONE")},
+        {"AUTH_DONE_PREVIOUSLY", asked, fixed("AUTHENTICATION_ALREADY_DONE")},
         {"AUTH_SUCCESSFUL_AND_INCOMPLETE", asked, asked},
-        {"AUTH_SUCCESSFUL_AND_INCOMPLETE", blocked, next_authentication("AUTHENTICATION_BLOCKED")},
+        {"AUTH_SUCCESSFUL_AND_INCOMPLETE", blocked, fixed("AUTHENTICATION_BLOCKED")},
         {"AUTH_FAILED_ACCESS_DENIED", asked, ""},
     };
     for (const auto &[id, next, kept] : rows) {
-        std::string version;
+        Dialect dialect;
         const std::string answer =
             "<kavro-client version='2.1'><authenticate-resp><result><result-id>" + std::string(id) +
             "</result-id><result-str/></result>" + next + "</authenticate-resp></kavro-client>";
-        EXPECT_EQ(read_answer("password", answer, false, version).auth.next_authentication, kept);
+        EXPECT_EQ(read_text("password", answer, dialect).auth.next_authentication, kept);
     }
 }
 

@@ -49,8 +49,9 @@ TEST(ErrorCodesDeathTest, WhatHasNoPublicValueIsAProgrammingError) {
         expect_abort([method] { convert_from_auth_result_value(AuthMethod(method)); }, "",
                      "convert_from_auth_result_value");
     }
-    expect_abort([] { power_operation_request("2.1", "d", eKAVRO_BROKER_DESKTOP_CMD(5)); }, "",
-                 "cKAVRO_BROKER_CLIENT::send_perform_desktop_operation");
+    expect_abort(
+        [] { request_text(power_operation_message, {}, "d", eKAVRO_BROKER_DESKTOP_CMD(5)); }, "",
+        "cKAVRO_BROKER_CLIENT::send_perform_desktop_operation");
 }
 
 } // namespace

@@ -38,8 +38,12 @@ void expect_request(const SecureText &text, std::string_view lines,
     EXPECT_EQ(std::string(text), request(version, lines));
 }
 
+SecureText hello(const Dialect &dialect, const Variables &variables = {}) {
+    return request_text(hello_message, dialect, dialect, identity, variables);
+}
+
 TEST(Requests, Hello) {
-    expect_request(hello_request("2.10", identity, true, {{"b", "<1&>"}, {"a", ""}}), R"(
+    expect_request(hello({"2.10", true}, {{"b", "<1&>"}, {"a", ""}}), R"(
 <hello>
 <client-info>
 <product-name><Kavro> & 'Client'</product-name>
@@ -76,16 +80,16 @@ TEST(Requests, Hello) {
 </hello>
 )",
                    "2.10");
-    const std::string old(hello_request("2.0", identity, true, {}));
+    const std::string old(hello({"2.0", true}));
     EXPECT_EQ(old.find("organization-id"), std::string::npos) << old;
     EXPECT_NE(old.find("CAP_OAUTH"), std::string::npos) << old;
-    const std::string without(hello_request("2.1", identity, false, {}));
+    const std::string without(hello({"2.1", false}));
     EXPECT_EQ(without.find("organization-id"), std::string::npos) << without;
     EXPECT_EQ(without.find("CAP_OAUTH"), std::string::npos) << without;
 }
 
 TEST(Requests, Authentication) {
-    expect_request(password_request("2.0", "ann", "pass <&word>", "NORTH"), R"(
+    expect_request(request_text(password_message, {"2.0"}, "ann", "pass <&word>", "NORTH"), R"(
 <authenticate method="password">
 <username>ann</username>
 <password>pass <&word></password>
@@ -95,7 +99,7 @@ TEST(Requests, Authentication) {
                    "2.0");
     const DialogAnswer fields[] = {
         {"user", "ann", true}, {"pin", "<&1234>", false}, {"", "", true}};
-    expect_request(dialog_request("2.1", fields, "ok"), R"(
+    expect_request(request_text(dialog_message, {"2.1"}, fields, "ok"), R"(
 <authenticate method="dialog">
 <fields>
 <field>
@@ -114,22 +118,23 @@ TEST(Requests, Authentication) {
 <button-id>ok</button-id>
 </authenticate>
 )");
-    expect_request(dialog_request("2.1", {}, "cancel"), R"(
+    expect_request(request_text(dialog_message, {"2.1"}, {}, "cancel"), R"(
 <authenticate method="dialog">
 <button-id>cancel</button-id>
 </authenticate>
 )");
-    expect_request(oauth_request("2.1", "<c0de>&"), R"(
+    expect_request(request_text(oauth_message, {"2.1"}, "<c0de>&"), R"(
 <authenticate method="oauth">
 <oauth-code><c0de>&</oauth-code>
 </authenticate>
 )");
-    expect_request(disclaimer_request("2.1", false), R"(
+    expect_request(request_text(disclaimer_message, {"2.1"}, false), R"(
 <authenticate method="disclaimer">
 <accept>DISCLAIMER_REJECTED</accept>
 </authenticate>
 )");
-    expect_request(password_update_request("2.1", "<ann>", "<&old>", "<&new>", ""), R"(
+    expect_request(request_text(password_update_message, {"2.1"}, "<ann>", "<&old>", "<&new>", ""),
+                   R"(
 <update-password>
 <username><ann></username>
 <old-password><&old></old-password>
@@ -137,7 +142,8 @@ TEST(Requests, Authentication) {
 <domain></domain>
 </update-password>
 )");
-    expect_request(authentication_method_answer("2.0", "<next-authentication/>"), R"(
+    expect_request(request_text(authentication_method_message, {"2.0"}, "<next-authentication/>"),
+                   R"(
 <get-authentication-method-resp>
 <next-authentication/>
 </get-authentication-method-resp>
@@ -146,7 +152,8 @@ TEST(Requests, Authentication) {
 }
 
 TEST(Requests, OfOneDesktop) {
-    expect_request(allocate_resource_request("2.1", identity, "d-1", {{"n", "<v>&"}}), R"(
+    expect_request(
+        request_text(allocate_resource_message, {"2.1"}, identity, "d-1", {{"n", "<v>&"}}), R"(
 <allocate-resource>
 <resource-id>d-1</resource-id>
 <protocol>KAVRO</protocol>
@@ -163,7 +170,7 @@ TEST(Requests, OfOneDesktop) {
 </client-info>
 </allocate-resource>
 )");
-    expect_request(allocate_resource_request("2.0", {}, "", {}), R"(
+    expect_request(request_text(allocate_resource_message, {"2.0"}, {}, "", {}), R"(
 <allocate-resource>
 <resource-id></resource-id>
 <protocol>KAVRO</protocol>
@@ -177,7 +184,8 @@ TEST(Requests, OfOneDesktop) {
     const char *const commands[] = {"CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP",
                                     "CMD_PWR_RESUME"};
     for (std::uint32_t command = 0; command < std::size(commands); ++command) {
-        expect_request(power_operation_request("2.1", "d-1", eKAVRO_BROKER_DESKTOP_CMD(command)),
+        expect_request(request_text(power_operation_message, {"2.1"}, "d-1",
+                                    eKAVRO_BROKER_DESKTOP_CMD(command)),
                        "\n<perform-operation>\n<resource-id>d-1</resource-id>\n<operation>" +
                            std::string(commands[command]) + "</operation>\n</perform-operation>\n");
     }

@@ -3,6 +3,7 @@
 #include "support/scripted_peer.h"
 #include "support/unreachable.h"
 #include "transport/io_names.h"
+#include "transport/tls_exchange.h"
 
 #include <gtest/gtest.h>
 #include <openssl/ssl.h>
@@ -245,8 +246,10 @@ TEST_F(Provisioning, ACancelThatComesFirstIsKeptForIt) {
     ProvisioningCancel cancel;
     cancel.cancel();
     const auto run = [&](std::chrono::milliseconds timeout) {
-        SessionProvisioning provisioning({"", "127.0.0.1", server.port(), "", ""}, cancel, timeout);
-        return provisioning.run({}, {}).code;
+        cDESKTOP_CONNECTION_RESULT connection;
+        return provision_session({"", "127.0.0.1", server.port(), "", ""}, {}, cancel, timeout,
+                                 "2.1", connection)
+            .code;
     };
     EXPECT_EQ(run(30s), ERROR_CODE_CANCELLED);
     cancel.reset();

@@ -1,7 +1,5 @@
 #include "kavro/src/allocate_resource.h"
 
-#include "kavro/src/answer.h"
-#include "kavro/src/request_text.h"
 #include "utils/src/broker_log.h"
 
 namespace kavro {
@@ -9,11 +7,12 @@ namespace kavro {
 namespace {
 
 constexpr const char *source_path = "sdk/libs/broker_client/impl/kavro/src/kavro_broker_client";
+constexpr const char *reader = "Desktop connection handler";
 constexpr std::string_view alternates_since_version = "2.1";
 constexpr const char *no_license_sentence =
     "Kavro Agent has no available licenses to launch the remote session.\n\n";
 
-constexpr ResultRow allocation_rows[] = {
+constexpr ResultRow rows[] = {
     {"ALLOC_SUCCESSFUL", ERROR_CODE_NONE},
     {"ALLOC_PENDING_TRY_AGAIN", ALLOC_PENDING_TRY_AGAIN},
     {"ALLOC_FAILED_INVALID_PARAMETER", ERROR_CODE_CONNECT_DESKTOP_INVALID_PARAMETER},
@@ -22,8 +21,6 @@ constexpr ResultRow allocation_rows[] = {
     {"ALLOC_FAILED_TO_ALLOCATE_BROKER", ERROR_CODE_CONNECT_DESKTOP_LAUNCH_FAILED},
     {"ALLOC_FAILED_TO_ALLOCATE_AGENT", ERROR_CODE_CONNECT_DESKTOP_LAUNCH_FAILED},
 };
-constexpr ResultTable<ResultRow> allocation_table = {
-    "Desktop connect handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, allocation_rows};
 
 constexpr TextField<cDESKTOP_CONNECTION_RESULT> target_fields[] = {
     {"ip-address", &cDESKTOP_CONNECTION_RESULT::target_address},
@@ -65,7 +62,7 @@ void read_gateway_ticket(XmlNode message, cDESKTOP_CONNECTION_RESULT &connection
     if (!info)
         return;
     cDESKTOP_CONNECTION_RESULT ticket;
-    if (read_fields(info, ticket_fields, ticket) != nullptr)
+    if (!read_fields(info, ticket_fields, ticket))
         return;
     for (const auto &field : ticket_fields)
         connection.*field.member = std::move(ticket.*field.member);
@@ -74,60 +71,67 @@ void read_gateway_ticket(XmlNode message, cDESKTOP_CONNECTION_RESULT &connection
              printable(connection.gateway_ticket).c_str());
 }
 
-} // namespace
-
-SecureText allocate_resource_request(std::string_view protocol_version,
-                                     const ClientIdentity &identity, std::string_view resource_id,
-                                     const Variables &agent_variables) {
-    RequestText request(protocol_version);
-    request.open("allocate-resource")
-        .element("resource-id", resource_id)
-        .element("protocol", "KAVRO")
-        .open("client-info");
+void write(RequestText &request, const ClientIdentity &identity, std::string_view resource_id,
+           const Variables &agent_variables) {
+    request.element("resource-id", resource_id).element("protocol", "KAVRO").open("client-info");
     if (!identity.time_zone.empty())
         request.element("time-zone-windows", identity.time_zone);
     request.element("ip-address", identity.local_address)
         .element("mac-address", identity.mac_address)
         .variables("client-to-agent-variables", agent_variables)
-        .close("client-info")
-        .close("allocate-resource");
-    return std::move(request).finish();
+        .close("client-info");
 }
 
-BrokerResult read_allocation(XmlNode message, std::string_view protocol_version,
-                             const Provision &provision, cDESKTOP_CONNECTION_RESULT &connection) {
-    log_info("Handling <allocate-resource-resp> message ...");
-    const ResultElement result = read_result(message);
-    if (result.missing != nullptr)
-        return missing_tag(allocation_handler, result.missing);
-    const eERROR_CODE code = code_of(allocation_table, result.id);
-    if (code == ERROR_CODE_NONE) {
-        log_info("Handling <allocate-resource-resp>: result-id = ALLOC_SUCCESS");
-        const XmlNode provision_info = message.child("provision-info");
-        return provision_info ? provision(provision_info)
-                              : read_target(message, protocol_version, connection);
-    }
-    std::string text = result.text();
-    if (code == ERROR_CODE_CONNECT_DESKTOP_NO_LICENSE)
-        text.insert(0, no_license_sentence);
-    return {code, std::move(text), {}, {}};
+BrokerResult read_success(const Answer &answer, Allocation &record) {
+    log_info("Handling <allocate-resource-resp>: result-id = ALLOC_SUCCESS");
+    const XmlNode provision_info = answer.message.child("provision-info");
+    if (!provision_info)
+        return read_target(answer.message, answer.dialect.version, record.connection);
+    if (const auto read = read_provisioner(provision_info, record.provisioner.emplace()); !read)
+        return missing_tag(reader, read.error());
+    return {};
 }
+
+BrokerResult read(Answer &answer, Allocation &record) {
+    BrokerResult result = read_outcome(answer);
+    if (result.code == ERROR_CODE_NONE)
+        return read_success(answer, record);
+    if (result.code == ERROR_CODE_CONNECT_DESKTOP_NO_LICENSE)
+        result.message.insert(0, no_license_sentence);
+    return result;
+}
+
+} // namespace
+
+const Message<Allocation, const ClientIdentity &, std::string_view, const Variables &>
+    allocate_resource_message = {
+        .element = "allocate-resource",
+        .write = write,
+        .read = read,
+        .answer = {.arrival = "Handling <allocate-resource-resp> message ...",
+                   .reader = reader,
+                   .result_reader = "Desktop connect handler",
+                   .rows = rows},
+        .completion = "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resp",
+};
 
 BrokerResult read_target(XmlNode message, std::string_view protocol_version,
                          cDESKTOP_CONNECTION_RESULT &connection) {
-    const XmlNode target = message.child("target");
+    const auto target = find(message, {"target"});
     if (!target)
-        return missing_tag(allocation_handler, "target");
-    if (const MissingTag missing = read_fields(target, target_fields, connection))
-        return missing_tag(allocation_handler, missing);
+        return missing_tag(reader, target.error());
+    if (const auto texts = read_fields(*target, target_fields, connection); !texts)
+        return missing_tag(reader, texts.error());
     if (connection.connect_tag.empty()) {
         log_error("%s:%d Broker's connect-tag string is empty", source_path, __LINE__);
-        return {ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, {}, {}, {}};
+        return {ERROR_CODE_PROTOCOL_MANGLED_RESPONSE};
     }
-    connection.use_broker_address = static_cast<bool>(target.child("use-broker-address-as-target"));
-    if (const MissingTag missing =
-            read_variables(target.child("agent-to-client-variables"), connection.agent_variables))
-        return missing_tag(allocation_handler, missing);
+    connection.use_broker_address =
+        static_cast<bool>(target->child("use-broker-address-as-target"));
+    auto variables = read_variables(target->child("agent-to-client-variables"));
+    if (!variables)
+        return missing_tag(reader, variables.error());
+    connection.agent_variables = std::move(*variables);
     log_info("Handling <allocate-resource-resp>: Target ip-addr=%s port=%s session-id=%s",
              printable(connection.target_address).c_str(), printable(connection.port).c_str(),
              printable(connection.session_id).c_str());
@@ -136,10 +140,6 @@ BrokerResult read_target(XmlNode message, std::string_view protocol_version,
         read_gateway_ticket(message, connection);
     }
     return {};
-}
-
-std::string_view known_allocation_id(std::string_view id) {
-    return known_id(allocation_table.rows, id);
 }
 
 } // namespace kavro

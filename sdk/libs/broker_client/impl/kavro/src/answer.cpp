@@ -7,7 +7,7 @@ namespace kavro {
 
 namespace {
 
-constexpr const char *error_handler = "Error response handler";
+constexpr const char *envelope_reader = "Error response handler";
 
 /// The elements of a broker-reported error.
 struct BrokerError {
@@ -42,27 +42,14 @@ constexpr ResultRow error_rows[] = {
     {"ERR_CM_FAILED", ERROR_CODE_PROTOCOL_CM_FAILED},
 };
 
-/// The error's texts as they are reported; false when the message is no complete error answer.
-bool read_error(XmlNode message, BrokerError &error, BrokerResult &result) {
-    if (message.name() != "error-resp")
-        return false;
-    const XmlNode element = message.child("result");
-    if (!element || read_fields(element, error_fields, error) != nullptr)
-        return false;
-    result.message = error.message;
-    result.detected_by = "Detected by: " + error.detected_by + ".";
-    result.detail = error.detail;
-    return true;
-}
-
-void log_broker_error(const BrokerError &error, const BrokerResult &result) {
-    if (error.detail.empty())
-        log_error("%s %s: \"%s\" no further details", printable(error.id).c_str(),
-                  printable(result.detected_by).c_str(), printable(error.message).c_str());
+void log_broker_error(const std::string &id, const BrokerResult &result) {
+    if (result.detail.empty())
+        log_error("%s %s: \"%s\" no further details", printable(id).c_str(),
+                  printable(result.detected_by).c_str(), printable(result.message).c_str());
     else
-        log_error("%s %s: \"%s\" \"%s\"", printable(error.id).c_str(),
-                  printable(result.detected_by).c_str(), printable(error.message).c_str(),
-                  printable(error.detail).c_str());
+        log_error("%s %s: \"%s\" \"%s\"", printable(id).c_str(),
+                  printable(result.detected_by).c_str(), printable(result.message).c_str(),
+                  printable(result.detail).c_str());
 }
 
 eERROR_CODE code_of_failed_post(ePOST_RESULT post) {
@@ -89,93 +76,112 @@ eERROR_CODE code_of_failed_post(ePOST_RESULT post) {
 
 } // namespace
 
-BrokerResult missing_tag(const char *handler, MissingTag tag) {
-    log_error("%s: Could not find %s tag", handler, tag);
-    return {ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, {}, {}, {}};
+BrokerResult missing_tag(const char *reader, std::string_view tag) {
+    log_error("%s: Could not find %s tag", reader, std::string(tag).c_str());
+    return {ERROR_CODE_PROTOCOL_MANGLED_RESPONSE};
 }
 
-XmlNode get_response_node(const PostResult &post, std::string &protocol_version,
-                          BrokerResult &failure) {
-    const auto fail = [&failure](BrokerResult result) {
-        failure = std::move(result);
-        return XmlNode();
-    };
-    if (post.result != POST_RESULT_SUCCESS)
-        return fail({code_of_failed_post(post.result), post.error_text, {}, {}});
+Expected<Answer, BrokerResult> good_answer(const PostResult &post, const AnswerRules &rules,
+                                           Dialect &dialect) {
+    if (rules.arrival != nullptr)
+        log_info("%s", rules.arrival);
+    const auto message = get_response_node(post, dialect.version);
+    if (!message)
+        return message.error();
+    return Answer{*message, rules, dialect};
+}
 
+Expected<XmlNode, BrokerResult> get_response_node(const PostResult &post,
+                                                  std::string &protocol_version) {
+    if (post.result != POST_RESULT_SUCCESS)
+        return BrokerResult{code_of_failed_post(post.result), post.error_text};
     const XmlNode root = post.document->root();
     if (!root)
-        return fail(missing_tag(error_handler, "broker"));
+        return missing_tag(envelope_reader, "broker");
     const auto version = root.attribute("version");
     if (!version)
-        return fail(missing_tag(error_handler, "version"));
+        return missing_tag(envelope_reader, "version");
 
     const XmlNode message = root.child();
     if (*version != "2.0" && *version != "2.1") {
-        BrokerError error;
-        BrokerResult result;
-        if (message && read_error(message, error, result))
-            log_broker_error(error, result);
-        result.code = ERROR_CODE_PROTOCOL_UNSUPPORTED_VERSION;
-        return fail(result);
+        BrokerResult failure = message ? check_for_error_resp(message) : BrokerResult();
+        failure.code = ERROR_CODE_PROTOCOL_UNSUPPORTED_VERSION;
+        return failure;
     }
     protocol_version = *version;
     if (!message)
-        return fail(missing_tag(error_handler, "type"));
-    return check_for_error_resp(message, failure) ? XmlNode() : message;
+        return missing_tag(envelope_reader, "type");
+    if (BrokerResult failure = check_for_error_resp(message); failure.code != ERROR_CODE_NONE)
+        return failure;
+    return message;
 }
 
-bool check_for_error_resp(XmlNode message, BrokerResult &failure) {
+BrokerResult check_for_error_resp(XmlNode message) {
+    const XmlNode element = message.child("result");
     BrokerError error;
-    BrokerResult result;
-    if (!read_error(message, error, result))
-        return false;
-    log_broker_error(error, result);
+    if (message.name() != "error-resp" || !element || !read_fields(element, error_fields, error))
+        return {};
     const ResultRow *row = find_row<ResultRow>(error_rows, error.id);
-    result.code = row != nullptr ? row->code : ERROR_CODE_PROTOCOL_GENERIC;
-    failure = std::move(result);
-    return true;
+    BrokerResult result = {.code = row != nullptr ? row->code : ERROR_CODE_PROTOCOL_GENERIC,
+                           .message = error.message,
+                           .detected_by = "Detected by: " + error.detected_by + ".",
+                           .detail = error.detail,
+                           .result_id = row != nullptr ? row->id : std::string_view()};
+    log_broker_error(error.id, result);
+    return result;
 }
 
-MissingTag read_variables(XmlNode list, Variables &variables) {
+Read<XmlNode> find(XmlNode parent, std::initializer_list<const char *> path) {
+    for (const char *name : path) {
+        parent = parent.child(name);
+        if (!parent)
+            return name;
+    }
+    return parent;
+}
+
+Read<Variables> read_variables(XmlNode list) {
+    Variables variables;
     if (!list)
-        return nullptr;
+        return variables;
     for (XmlNode variable = list.child("variable"); variable;
          variable = variable.next("variable")) {
-        const XmlNode name = variable.child("name");
-        const XmlNode value = variable.child("value");
+        const auto name = find(variable, {"name"});
+        const auto value = find(variable, {"value"});
         if (!name || !value)
-            return !name ? "name" : "value";
-        variables.emplace_back(name.text(), value.text());
+            return !name ? name.error() : value.error();
+        variables.emplace_back(name->text(), value->text());
     }
-    return nullptr;
+    return variables;
 }
 
-ResultElement read_result(XmlNode message) {
-    const XmlNode element = message.child("result");
-    if (!element)
-        return {element, {}, "result"};
-    const XmlNode id = element.child("result-id");
+Read<ResultElement> read_result(Answer &answer) {
+    const auto id = find(answer.message, {"result", "result-id"});
     if (!id)
-        return {element, {}, "result-id"};
-    return {element, id.text(), nullptr};
+        return id.error();
+    const std::string text = id->text();
+    answer.result_id = known_result_id(text);
+    return ResultElement{answer.message.child("result"), find_row(answer.rules.rows, text)};
 }
 
 std::string ResultElement::text() const {
     return child_text(element, "result-str");
 }
 
-std::string_view known_error_id(std::string_view id) {
-    return known_id<ResultRow>(error_rows, id);
+eERROR_CODE code_of(const Answer &answer, const ResultRow *row) {
+    if (row != nullptr)
+        return row->code;
+    log_error("%s: Broker's result id cannot be recognized by the client",
+              answer.rules.result_reader);
+    return answer.rules.unrecognised;
 }
 
-void log_unrecognised_result(const char *handler) {
-    log_error("%s: Broker's result id cannot be recognized by the client", handler);
-}
-
-eERROR_CODE code_of(const ResultTable<ResultRow> &table, std::string_view id) {
-    const ResultRow *row = look_up(table, id);
-    return row != nullptr ? row->code : table.unrecognised;
+BrokerResult read_outcome(Answer &answer) {
+    const auto result = read_result(answer);
+    if (!result)
+        return missing_tag(answer.rules.reader, result.error());
+    const eERROR_CODE code = code_of(answer, result->row);
+    return {code, code != ERROR_CODE_NONE ? result->text() : std::string()};
 }
 
 std::vector<std::string> child_texts(XmlNode parent, std::string_view name) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "kavro/src/request_text.h"
 #include "kavro/src/results.h"
 #include "transport/post_result.h"
+#include "utils/src/expected.h"
 #include "xml/xml_document.h"
 
-#include <algorithm>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,84 +17,88 @@
 
 namespace kavro {
 
-/// Name of the first element that is missing, or null when all are there.
-using MissingTag = const char *;
+/// What was read, or the name of the element that is missing for it.
+template <class T = Done>
+using Read = Expected<T>;
 
-/// Logs that a required element is missing and gives the result to report. `handler` names who
-/// reads the answer ("Hello response handler").
-BrokerResult missing_tag(const char *handler, MissingTag tag);
-
-/// The message element of a good answer; or none, and why in `failure`. A version that the answer
-/// states is adopted as the version to speak from now on.
-XmlNode get_response_node(const PostResult &post, std::string &protocol_version,
-                          BrokerResult &failure);
-
-/// Whether the message reports an error of the broker, and then which.
-bool check_for_error_resp(XmlNode message, BrokerResult &failure);
-
-/// Reads the variables of a list element; none reads as an empty list.
-MissingTag read_variables(XmlNode list, Variables &variables);
-
-/// `result` and `result-id` of an answer.
-struct ResultElement {
-    XmlNode element;
-    std::string id;
-    MissingTag missing = nullptr;
-
-    /// The broker's words for the result; empty when it sent none.
-    std::string text() const;
-};
-ResultElement read_result(XmlNode message);
-
-/// Meaning of the result ids of one answer. A row has at least an `id`.
-template <class Row>
-struct ResultTable {
-    const char *handler;      ///< who reads the answer, for the log
-    eERROR_CODE unrecognised; ///< the code of an id that no row has
-    std::span<const Row> rows;
-};
-
+/// What a result id means.
 struct ResultRow {
     std::string_view id;
     eERROR_CODE code;
 };
 
-/// Ids are compared to the letter.
+/// How the answers to one message are read.
+struct AnswerRules {
+    const char *arrival{};       ///< logged when an answer is there, whatever it is
+    const char *reader;          ///< who misses an element, for the log
+    const char *result_reader{}; ///< who does not recognise a result id
+    std::span<const ResultRow> rows{};
+    eERROR_CODE unrecognised = ERROR_CODE_PROTOCOL_MANGLED_RESPONSE;
+};
+
+/// A good answer on its way into a record.
+struct Answer {
+    XmlNode message;
+    const AnswerRules &rules;
+    const Dialect &dialect;
+    std::string_view result_id{}; ///< as known_result_id() spells it
+};
+
+/// Logs that a required element is missing and gives the result to report.
+BrokerResult missing_tag(const char *reader, std::string_view tag);
+
+/// A good answer, or why there is none.
+Expected<Answer, BrokerResult> good_answer(const PostResult &post, const AnswerRules &rules,
+                                           Dialect &dialect);
+
+/// The message element of a good answer, or why there is none. A version that the answer states is
+/// adopted as the version to speak from now on.
+Expected<XmlNode, BrokerResult> get_response_node(const PostResult &post,
+                                                  std::string &protocol_version);
+
+/// The error that the broker reports in this message; without a code when it reports none.
+BrokerResult check_for_error_resp(XmlNode message);
+
+/// The child at the end of a path, each element of which is required.
+Read<XmlNode> find(XmlNode parent, std::initializer_list<const char *> path);
+
+/// Reads the variables of a list element; none reads as an empty list.
+Read<Variables> read_variables(XmlNode list);
+
+/// `result` and the meaning of its `result-id`.
+struct ResultElement {
+    XmlNode element;
+    const ResultRow *row; ///< null for an id that the message does not have
+
+    /// The broker's words for the result; empty when it sent none.
+    std::string text() const;
+};
+Read<ResultElement> read_result(Answer &answer);
+
+/// A result id that any message has, as it stands there; empty when it is none. What a broker sends
+/// besides those may be anybody's secret.
+std::string_view known_result_id(std::string_view id);
+
+/// The code of a row; of none that of an unrecognised id, which is logged.
+eERROR_CODE code_of(const Answer &answer, const ResultRow *row);
+
+/// The outcome that the result id stands for, a failure in the broker's words.
+BrokerResult read_outcome(Answer &answer);
+
+/// The row with an id, compared to the letter, or null.
 template <class Row>
 const Row *find_row(std::span<const Row> rows, std::string_view id) {
-    const auto found = std::ranges::find(rows, id, &Row::id);
-    return found == rows.end() ? nullptr : &*found;
+    for (const Row &row : rows) {
+        if (row.id == id)
+            return &row;
+    }
+    return nullptr;
 }
-
-/// A result id of one of the rows as it stands there; empty when it is none. What a broker sends
-/// besides those may be anybody's secret.
-template <class Row>
-std::string_view known_id(std::span<const Row> rows, std::string_view id) {
-    const Row *row = find_row(rows, id);
-    return row != nullptr ? row->id : std::string_view();
-}
-
-/// The same for the ids of broker-reported errors.
-std::string_view known_error_id(std::string_view id);
-
-void log_unrecognised_result(const char *handler);
-
-/// The row of a result id, or null, which is logged.
-template <class Row>
-const Row *look_up(const ResultTable<Row> &table, std::string_view id) {
-    const Row *row = find_row(table.rows, id);
-    if (row == nullptr)
-        log_unrecognised_result(table.handler);
-    return row;
-}
-
-/// The code of a result id.
-eERROR_CODE code_of(const ResultTable<ResultRow> &table, std::string_view id);
 
 /// Where the text of one element goes.
 template <class Record, class Text = std::string>
 struct TextField {
-    std::string_view element; ///< a literal
+    const char *element;
     Text Record::*member;
     bool required = true;
 };
@@ -100,19 +106,19 @@ struct TextField {
 /// Fills a record from the children of an element, in the table's order, up to the first required
 /// one that is missing. `text_of` gives a child's text as the record keeps it.
 template <class Record, class Text, std::size_t N, class TextOf>
-MissingTag read_fields(XmlNode parent, const TextField<Record, Text> (&fields)[N], Record &record,
-                       TextOf text_of) {
+Read<> read_fields(XmlNode parent, const TextField<Record, Text> (&fields)[N], Record &record,
+                   TextOf text_of) {
     for (const auto &field : fields) {
         if (const XmlNode child = parent.child(field.element))
             record.*field.member = text_of(child);
         else if (field.required)
-            return field.element.data();
+            return field.element;
     }
-    return nullptr;
+    return {};
 }
 
 template <class Record, std::size_t N>
-MissingTag read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
+Read<> read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
     return read_fields(parent, fields, record, [](XmlNode child) { return child.text(); });
 }
 

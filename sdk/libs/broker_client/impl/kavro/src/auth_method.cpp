@@ -1,8 +1,5 @@
 #include "kavro/src/auth_method.h"
 
-#include "kavro/src/answer.h"
-#include "kavro/src/request_text.h"
-
 #include <iterator>
 
 namespace kavro {
@@ -13,30 +10,30 @@ namespace {
 constexpr const char *oauth_domains[] = {"KAVROLAB", "MORAVELT",
                                          "BADDOMAIN1234567890123456789012345678901234567890"};
 
-// Each reads what its method brings along and gives the name of what is missing.
-using ReadDetails = MissingTag (*)(XmlNode next, cAUTH_RESULT &auth);
+// Each reads what its method brings along.
+using ReadDetails = Read<> (*)(XmlNode next, cAUTH_RESULT &auth);
 
-MissingTag read_nothing(XmlNode, cAUTH_RESULT &) {
-    return nullptr;
+Read<> read_no_details(XmlNode, cAUTH_RESULT &) {
+    return {};
 }
 
-MissingTag extract_domain_list(XmlNode next, cAUTH_RESULT &auth) {
+Read<> extract_domain_list(XmlNode next, cAUTH_RESULT &auth) {
     if (const XmlNode domains = next.child("domains"))
         auth.domains = child_texts(domains, "domain");
-    return auth.domains.empty() ? "domains" : nullptr;
+    return auth.domains.empty() ? Read<>("domains") : Read<>();
 }
 
-MissingTag read_oauth(XmlNode, cAUTH_RESULT &auth) {
+Read<> read_oauth(XmlNode, cAUTH_RESULT &auth) {
     auth.domains.assign(std::begin(oauth_domains), std::end(oauth_domains));
-    return nullptr;
+    return {};
 }
 
-MissingTag read_disclaimer(XmlNode next, cAUTH_RESULT &auth) {
-    const XmlNode disclaimer = next.child("disclaimer");
+Read<> read_disclaimer(XmlNode next, cAUTH_RESULT &auth) {
+    const auto disclaimer = find(next, {"disclaimer"});
     if (!disclaimer)
-        return "disclaimer";
-    auth.disclaimer = disclaimer.text();
-    return nullptr;
+        return disclaimer.error();
+    auth.disclaimer = disclaimer->text();
+    return {};
 }
 
 /// The id of a dialog's field or button: its `id` child, else its `id` attribute.
@@ -72,7 +69,7 @@ bool read_keyword(XmlNode parent, const char *element, const Keyword<Value> (&ke
     return true;
 }
 
-MissingTag read_field(XmlNode element, DialogField &field) {
+Read<> read_field(XmlNode element, DialogField &field) {
     field.id = dialog_id(element);
     field.label = child_text(element, "label");
     field.text = child_text(element, "text");
@@ -83,28 +80,28 @@ MissingTag read_field(XmlNode element, DialogField &field) {
         return "do-not-log";
     if (!read_keyword(element, "text-type", text_type_keywords, field.text_type))
         return "text-type";
-    return nullptr;
+    return {};
 }
 
-MissingTag read_dialog(XmlNode next, cAUTH_RESULT &auth) {
-    const XmlNode dialog = next.child("dialog-parameters");
+Read<> read_dialog(XmlNode next, cAUTH_RESULT &auth) {
+    const auto dialog = find(next, {"dialog-parameters"});
     if (!dialog)
-        return "dialog-parameters";
-    auth.dialog_prompt = child_text(dialog, "prompt");
-    auth.dialog_error = child_text(dialog, "error-text");
-    if (const XmlNode fields = dialog.child("fields")) {
-        for (XmlNode field = fields.child("field"); field; field = field.next("field")) {
-            if (const MissingTag missing = read_field(field, auth.dialog_fields.emplace_back()))
-                return missing;
+        return dialog.error();
+    auth.dialog_prompt = child_text(*dialog, "prompt");
+    auth.dialog_error = child_text(*dialog, "error-text");
+    if (const XmlNode fields = dialog->child("fields")) {
+        for (XmlNode element = fields.child("field"); element; element = element.next("field")) {
+            if (auto field = read_field(element, auth.dialog_fields.emplace_back()); !field)
+                return field;
         }
     }
-    if (const XmlNode buttons = dialog.child("buttons")) {
+    if (const XmlNode buttons = dialog->child("buttons")) {
         for_each_child(buttons, "button", [&auth](XmlNode button) {
             auth.dialog_buttons.push_back({dialog_id(button), child_text(button, "label"),
                                            child_text(button, "is-default") == "true"});
         });
     }
-    return nullptr;
+    return {};
 }
 
 struct MethodRow {
@@ -120,16 +117,22 @@ constexpr MethodRow method_rows[] = {
     {"AUTHENTICATE_VIA_OAUTH", AuthMethod::oauth, ERROR_CODE_NONE, read_oauth, true},
     {"AUTHENTICATE_VIA_DISCLAIMER", AuthMethod::disclaimer, ERROR_CODE_NONE, read_disclaimer},
     {"AUTHENTICATE_VIA_DIALOG", AuthMethod::dialog, ERROR_CODE_NONE, read_dialog},
-    {"AUTHENTICATION_NOT_REQUIRED", AuthMethod::none, ERROR_CODE_NONE, read_nothing},
-    {"AUTHENTICATION_ALREADY_DONE", AuthMethod::none, ERROR_CODE_NONE, read_nothing},
-    {"AUTHENTICATION_BLOCKED", AuthMethod::unknown, ERROR_CODE_AUTH_BLOCKED, read_nothing},
-    {"AUTHENTICATION_PASSWORD_EXPIRED", AuthMethod::password_expired, ERROR_CODE_NONE,
-     read_nothing},
+    {"AUTHENTICATION_NOT_REQUIRED", AuthMethod::none, ERROR_CODE_NONE, read_no_details},
+    {already_done, AuthMethod::none, ERROR_CODE_NONE, read_no_details},
+    {"AUTHENTICATION_BLOCKED", AuthMethod::unknown, ERROR_CODE_AUTH_BLOCKED, read_no_details},
+    {password_expired, AuthMethod::password_expired, ERROR_CODE_NONE, read_no_details},
 };
 
+/// The first of the offered methods: a child, or one of a list.
+Read<XmlNode> first_method(XmlNode next) {
+    if (const XmlNode method = next.child("method"))
+        return method;
+    return find(next, {"authentication-methods", "method"});
+}
+
 /// The first of the offered methods that this client knows, or null.
-const MethodRow *choose_method(XmlNode first_method, bool oauth_enabled) {
-    for (XmlNode method = first_method; method; method = method.next("method")) {
+const MethodRow *choose_method(XmlNode first, bool oauth_enabled) {
+    for (XmlNode method = first; method; method = method.next("method")) {
         const MethodRow *row = find_row<MethodRow>(method_rows, method.text());
         if (row != nullptr && (oauth_enabled || !row->oauth_only))
             return row;
@@ -137,51 +140,48 @@ const MethodRow *choose_method(XmlNode first_method, bool oauth_enabled) {
     return nullptr;
 }
 
+void write(RequestText &request, std::string_view next_authentication) {
+    request.line(next_authentication);
+}
+
 } // namespace
 
-BrokerResult process_authentication_method(XmlNode message, bool oauth_enabled,
-                                           AuthAnswer &answer) {
-    const auto missing = [&answer](MissingTag tag) {
-        answer.auth = {};
-        return missing_tag(authentication_handler, tag);
-    };
-    const XmlNode next = message.child("next-authentication");
+const Message<AuthAnswer, std::string_view> authentication_method_message = {
+    .element = "get-authentication-method-resp",
+    .write = write,
+    .read = process_authentication_method,
+    .completion = "cKAVRO_BROKER_CLIENT::handle_get_authentication_method_resp",
+};
+
+BrokerResult process_authentication_method(Answer &answer, AuthAnswer &record) {
+    const auto next = find(answer.message, {"next-authentication"});
     if (!next)
-        return missing("next-authentication");
-    append_xml(answer.next_authentication, next);
-
-    XmlNode method = next.child("method");
-    if (!method) {
-        const XmlNode offered = next.child("authentication-methods");
-        if (!offered)
-            return missing("authentication-methods");
-        method = offered.child("method");
-        if (!method)
-            return missing("method");
-    }
-    const MethodRow *row = choose_method(method, oauth_enabled);
+        return missing_authentication(record, next.error());
+    append_xml(record.next_authentication, *next);
+    const auto first = first_method(*next);
+    if (!first)
+        return missing_authentication(record, first.error());
+    const MethodRow *row = choose_method(*first, answer.dialect.oauth);
     if (row == nullptr)
-        return {ERROR_CODE_AUTH_NOT_SUPPORTED, {}, {}, {}};
-    if (const MissingTag tag = row->read(next, answer.auth))
-        return missing(tag);
-    answer.auth.method = row->method;
+        return {ERROR_CODE_AUTH_NOT_SUPPORTED};
+    if (const auto read = row->read(*next, record.auth); !read)
+        return missing_authentication(record, read.error());
+    record.auth.method = row->method;
     if (row->code == ERROR_CODE_AUTH_BLOCKED)
-        answer.next_authentication = next_authentication(row->id);
-    return {row->code, {}, {}, {}};
+        set_method(record, row->id);
+    return {row->code};
 }
 
-std::string next_authentication(std::string_view method) {
-    return "<next-authentication>\r\n<authentication-methods>\r\n<method>" + std::string(method) +
-           "</method>\r\n</authentication-methods>\r\n</next-authentication>\r\n";
+BrokerResult missing_authentication(AuthAnswer &record, std::string_view tag) {
+    record.auth = {};
+    return missing_tag("Authentication handler", tag);
 }
 
-SecureText authentication_method_answer(std::string_view protocol_version,
-                                        std::string_view next_authentication) {
-    RequestText answer(protocol_version);
-    answer.open("get-authentication-method-resp")
-        .line(next_authentication)
-        .close("get-authentication-method-resp");
-    return std::move(answer).finish();
+void set_method(AuthAnswer &record, std::string_view keyword) {
+    record.auth.method = find_row<MethodRow>(method_rows, keyword)->method;
+    record.next_authentication =
+        "<next-authentication>\r\n<authentication-methods>\r\n<method>" + std::string(keyword) +
+        "</method>\r\n</authentication-methods>\r\n</next-authentication>\r\n";
 }
 
 } // namespace kavro

@@ -1,11 +1,6 @@
 #pragma once
 
-#include "kavro/src/results.h"
-#include "utils/src/secure_text.h"
-#include "xml/xml_document.h"
-
-#include <string>
-#include <string_view>
+#include "kavro/src/message.h"
 
 namespace kavro {
 
@@ -16,16 +11,20 @@ struct AuthAnswer {
     std::string next_authentication;
 };
 
-inline constexpr const char *authentication_handler = "Authentication handler";
+inline constexpr std::string_view already_done = "AUTHENTICATION_ALREADY_DONE";
+inline constexpr std::string_view password_expired = "AUTHENTICATION_PASSWORD_EXPIRED";
+
+/// The question for the current method, which is answered here: with the `next-authentication` that
+/// was told last.
+extern const Message<AuthAnswer, std::string_view> authentication_method_message;
 
 /// Reads what the broker asks for next from the message's `next-authentication`.
-BrokerResult process_authentication_method(XmlNode message, bool oauth_enabled, AuthAnswer &answer);
+BrokerResult process_authentication_method(Answer &answer, AuthAnswer &record);
 
-/// The `next-authentication` element whose only method is the given keyword.
-std::string next_authentication(std::string_view method);
+/// Something is missing in an answer about authentication: nothing of it counts.
+BrokerResult missing_authentication(AuthAnswer &record, std::string_view tag);
 
-/// The document that answers the question for the current method out of what was told before.
-SecureText authentication_method_answer(std::string_view protocol_version,
-                                        std::string_view next_authentication);
+/// The method that has this keyword is the next one, as if the broker had sent just that.
+void set_method(AuthAnswer &record, std::string_view keyword);
 
 } // namespace kavro

@@ -1,7 +1,5 @@
 #include "kavro/src/hello.h"
 
-#include "kavro/src/answer.h"
-
 #include <algorithm>
 #include <array>
 
@@ -9,7 +7,6 @@ namespace kavro {
 
 namespace {
 
-constexpr const char *handler = "Hello response handler";
 constexpr std::string_view oauth_since_version = "2.1";
 constexpr std::string_view organization_id = "clients.kavrolab.example";
 
@@ -26,19 +23,65 @@ constexpr TextField<HelloResult> broker_info_fields[] = {
     {"hostname", &HelloResult::hostname},
 };
 
-MissingTag read_broker_info(XmlNode message, HelloResult &hello) {
-    const XmlNode brokers = message.child("brokers-info");
-    if (!brokers)
-        return "brokers-info";
-    const XmlNode broker = brokers.child("broker-info");
+Read<> read_broker_info(XmlNode message, HelloResult &hello) {
+    const auto broker = find(message, {"brokers-info", "broker-info"});
     if (!broker)
-        return "broker-info";
-    if (const MissingTag missing = read_fields(broker, broker_info_fields, hello))
-        return missing;
-    return read_variables(message.child("broker-to-client-variables"), hello.broker_variables);
+        return broker.error();
+    if (auto texts = read_fields(*broker, broker_info_fields, hello); !texts)
+        return texts;
+    auto variables = read_variables(message.child("broker-to-client-variables"));
+    if (!variables)
+        return variables.error();
+    hello.broker_variables = std::move(*variables);
+    return {};
+}
+
+void write(RequestText &request, const Dialect &dialect, const ClientIdentity &identity,
+           const Variables &client_variables) {
+    request.open("client-info")
+        .element("product-name", identity.product_name)
+        .element("product-version", identity.product_version)
+        .element("platform", identity.platform)
+        .element("locale", identity.locale)
+        .element("hostname", identity.host_name)
+        .element("serial-number", identity.mac_address)
+        .element("device-name", identity.host_name)
+        .element("kavro-unique-id", identity.mac_address);
+    if (dialect.oauth && version_at_least(dialect.version, oauth_since_version))
+        request.element("organization-id", organization_id);
+    request.close("client-info").open("caps");
+    if (dialect.oauth)
+        request.element("cap", "CAP_OAUTH_AUTHENTICATION");
+    for (const auto capability : capabilities)
+        request.element("cap", capability);
+    request.close("caps")
+        .open("server-address")
+        .element("ip-address", identity.server_address)
+        .element("hostname", identity.server_host_name)
+        .close("server-address")
+        .variables("client-to-broker-variables", client_variables);
+}
+
+BrokerResult read(Answer &answer, HelloAnswer &record) {
+    HelloResult hello;
+    if (const auto read = read_broker_info(answer.message, hello); !read)
+        return missing_tag(answer.rules.reader, read.error());
+    BrokerResult result = process_authentication_method(answer, record.auth);
+    if (result.code != ERROR_CODE_PROTOCOL_MANGLED_RESPONSE)
+        record.hello = std::move(hello);
+    return result;
 }
 
 } // namespace
+
+const Message<HelloAnswer, const Dialect &, const ClientIdentity &, const Variables &>
+    hello_message = {
+        .element = "hello",
+        .write = write,
+        .read = read,
+        .answer = {.reader = "Hello response handler"},
+        .completion = "cKAVRO_BROKER_CLIENT::handle_hello_resp",
+};
 
 std::string without_leading_zeros(std::string_view version) {
     std::string result;
@@ -55,47 +98,6 @@ std::string without_leading_zeros(std::string_view version) {
         result += '.';
         version.remove_prefix(dot + 1);
     }
-}
-
-SecureText hello_request(std::string_view protocol_version, const ClientIdentity &identity,
-                         bool oauth_enabled, const Variables &client_variables) {
-    RequestText request(protocol_version);
-    request.open("hello")
-        .open("client-info")
-        .element("product-name", identity.product_name)
-        .element("product-version", identity.product_version)
-        .element("platform", identity.platform)
-        .element("locale", identity.locale)
-        .element("hostname", identity.host_name)
-        .element("serial-number", identity.mac_address)
-        .element("device-name", identity.host_name)
-        .element("kavro-unique-id", identity.mac_address);
-    if (oauth_enabled && version_at_least(protocol_version, oauth_since_version))
-        request.element("organization-id", organization_id);
-    request.close("client-info").open("caps");
-    if (oauth_enabled)
-        request.element("cap", "CAP_OAUTH_AUTHENTICATION");
-    for (const auto capability : capabilities)
-        request.element("cap", capability);
-    request.close("caps")
-        .open("server-address")
-        .element("ip-address", identity.server_address)
-        .element("hostname", identity.server_host_name)
-        .close("server-address")
-        .variables("client-to-broker-variables", client_variables)
-        .close("hello");
-    return std::move(request).finish();
-}
-
-BrokerResult read_hello(XmlNode message, bool oauth_enabled, HelloAnswer &answer) {
-    BrokerResult result;
-    if (const MissingTag missing = read_broker_info(message, answer.hello))
-        result = missing_tag(handler, missing);
-    else
-        result = process_authentication_method(message, oauth_enabled, answer.auth);
-    if (result.code == ERROR_CODE_PROTOCOL_MANGLED_RESPONSE)
-        answer.hello = {};
-    return result;
 }
 
 } // namespace kavro

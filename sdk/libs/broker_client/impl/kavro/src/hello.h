@@ -1,12 +1,7 @@
 #pragma once
 
 #include "kavro/src/auth_method.h"
-#include "kavro/src/request_text.h"
-#include "kavro/src/results.h"
-#include "xml/xml_document.h"
-
-#include <string>
-#include <string_view>
+#include "kavro/src/message.h"
 
 namespace kavro {
 
@@ -32,9 +27,8 @@ struct HelloAnswer {
 /// The version with the leading zeros of each component taken off: 01.002.0 becomes 1.2.0.
 std::string without_leading_zeros(std::string_view version);
 
-SecureText hello_request(std::string_view protocol_version, const ClientIdentity &identity,
-                         bool oauth_enabled, const Variables &client_variables);
-
-BrokerResult read_hello(XmlNode message, bool oauth_enabled, HelloAnswer &answer);
+/// The first message to a broker. The variables are the client's.
+extern const Message<HelloAnswer, const Dialect &, const ClientIdentity &, const Variables &>
+    hello_message;
 
 } // namespace kavro

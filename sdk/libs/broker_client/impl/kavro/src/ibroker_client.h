@@ -1,11 +1,14 @@
 #pragma once
 
+#include "kavro/src/desktop_list.h"
 #include "kavro/src/results.h"
 #include "transport/connection_report.h"
 #include "trust/client_signing.h"
 #include "trust/trust_store.h"
+#include "utils/src/cert_chain.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -32,12 +35,22 @@ struct ConnectionRequest {
     std::shared_ptr<ConnectionReport> report = std::make_shared<ConnectionReport>();
 };
 
-/// One answered field of a dialog.
-struct DialogAnswer {
-    std::string_view id;
-    std::string_view text;
-    bool loggable = true;
+/// The broker's certificates as it showed them; the rest is set when they were not accepted.
+struct CertResult {
+    Security::cX509_CERT_CHAIN certificates;
+    std::vector<std::uint32_t> errors; ///< by depth
+    std::string host;
+    std::string error_text;
+    bool connected_securely = false;
 };
+
+using LogoutHandler = std::function<void(const BrokerResult &)>;
+using ConnectionHandler = std::function<void(const BrokerResult &, CertResult)>;
+using HelloHandler = std::function<void(const BrokerResult &, HelloResult, cAUTH_RESULT)>;
+using AuthHandler = std::function<void(const BrokerResult &, cAUTH_RESULT)>;
+using DesktopListHandler = std::function<void(const BrokerResult &, DesktopListHandle)>;
+using AllocationHandler = std::function<void(const BrokerResult &, cDESKTOP_CONNECTION_RESULT)>;
+using OperationHandler = std::function<void(const BrokerResult &, eKAVRO_BROKER_DESKTOP_CMD)>;
 
 /// One conversation with one broker, of whatever kind.
 ///

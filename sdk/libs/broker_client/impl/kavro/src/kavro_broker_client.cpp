@@ -1,9 +1,10 @@
 #include "kavro/src/kavro_broker_client.h"
 
 #include "kavro/src/allocate_resource.h"
-#include "kavro/src/answer.h"
+#include "kavro/src/authenticate.h"
+#include "kavro/src/logout.h"
 #include "kavro/src/power_operation.h"
-#include "kavro/src/result_id.h"
+#include "kavro/src/resource_list.h"
 #include "regcode/registration_code.h"
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
@@ -92,7 +93,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     }
     if (request.product_name.empty() || request.product_version.empty() ||
         request.platform.empty()) {
-        handler({ERROR_CODE_INVALID_STATE, {}, {}, {}}, {});
+        handler({ERROR_CODE_INVALID_STATE}, {});
         return false;
     }
     identity_.product_name = request.product_name;
@@ -110,9 +111,9 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
         return true;
     } catch (const std::logic_error &unusable_address) {
         const std::string reason = unusable_address.what();
-        handler({ERROR_CODE_INVALID_PARAMS, "The address cannot be used: " + reason, {}, {}}, {});
+        handler({ERROR_CODE_INVALID_PARAMS, "The address cannot be used: " + reason}, {});
     } catch (const boost::system::system_error &failure) {
-        handler({ERROR_CODE_SOCKET_OR_SYS_FAILURE, failure.what(), {}, {}}, {});
+        handler({ERROR_CODE_SOCKET_OR_SYS_FAILURE, failure.what()}, {});
     }
     return false;
 }
@@ -136,7 +137,7 @@ void cKAVRO_BROKER_CLIENT::handle_connect_to_broker(const ConnectResult &result,
         certificates.error_text = result.error_text;
         certificates.connected_securely = result.connect_securely;
     }
-    handler({code_of_connect(result.result), result.error_text, {}, {}}, std::move(certificates));
+    handler({code_of_connect(result.result), result.error_text}, std::move(certificates));
 }
 
 void cKAVRO_BROKER_CLIENT::learn_identity() {
@@ -158,33 +159,31 @@ std::uint32_t cKAVRO_BROKER_CLIENT::clear_session() {
     return 0;
 }
 
-template <class Record, class Read, class Handler>
-void cKAVRO_BROKER_CLIENT::exchange(const SecureText &request, milliseconds timeout, Read read,
-                                    Handler handler) {
-    transport_.http_post_with_xml_path(
-        broker_path, request,
-        [this, read = std::move(read), handler = std::move(handler)](const PostResult &post) {
-            transport_.report().result_id = result_id_of(post);
-            BrokerResult result;
-            Record record;
-            if (const XmlNode message = get_response_node(post, protocol_version_, result))
-                result = read(message, record);
-            handler(result, std::move(record));
-        },
-        timeout);
+template <class Record, class... Given, class Handler>
+auto cKAVRO_BROKER_CLIENT::reading(const Message<Record, Given...> &message, Handler handler) {
+    return [this, &message, handler = std::move(handler)](const PostResult &post) {
+        Record record;
+        const BrokerResult result = read_answer(message, post, dialect_, record);
+        transport_.report().result_id = result.result_id;
+        handler(result, std::move(record));
+    };
+}
+
+template <class Record, class... Given, class Handler>
+void cKAVRO_BROKER_CLIENT::exchange(const Message<Record, Given...> &message, milliseconds timeout,
+                                    Handler handler, const std::type_identity_t<Given> &...given) {
+    transport_.http_post_with_xml_path(broker_path, request_text(message, dialect_, given...),
+                                       reading(message, std::move(handler)), timeout);
 }
 
 void cKAVRO_BROKER_CLIENT::do_hello(const Variables &client_variables, HelloHandler handler) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_hello_resp");
-    exchange<HelloAnswer>(
-        hello_request(protocol_version_, identity_, oauth_enabled_, client_variables),
-        timeouts_.usual,
-        [this](XmlNode message, HelloAnswer &answer) {
-            return read_hello(message, oauth_enabled_, answer);
-        },
+    require(handler, hello_message.completion);
+    exchange(
+        hello_message, timeouts_.usual,
         [this, handler = std::move(handler)](const BrokerResult &result, HelloAnswer answer) {
             handler(result, std::move(answer.hello), kept(std::move(answer.auth)));
-        });
+        },
+        dialect_, identity_, client_variables);
 }
 
 /// What the broker wants by now. A failed answer that says nothing new leaves what it asked for
@@ -200,69 +199,57 @@ cAUTH_RESULT cKAVRO_BROKER_CLIENT::kept(AuthAnswer answer) {
 }
 
 void cKAVRO_BROKER_CLIENT::get_authentication_method(AuthHandler handler) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_get_authentication_method_resp");
+    require(handler, authentication_method_message.completion);
     transport_.answer_locally(
-        authentication_method_answer(protocol_version_, next_authentication_),
-        [this, handler = std::move(handler)](const PostResult &post) {
-            BrokerResult result;
-            AuthAnswer answer;
-            if (const XmlNode message = get_response_node(post, protocol_version_, result))
-                result = process_authentication_method(message, oauth_enabled_, answer);
+        request_text(authentication_method_message, dialect_, next_authentication_),
+        reading(authentication_method_message, [this, handler = std::move(handler)](
+                                                   const BrokerResult &result, AuthAnswer answer) {
             handler(result, kept(std::move(answer)));
-        });
+        }));
 }
 
-void cKAVRO_BROKER_CLIENT::authenticate(AuthRequest kind, const SecureText &request,
-                                        const char *handler_name, AuthHandler handler) {
-    require(handler, handler_name);
-    exchange<AuthAnswer>(
-        request, timeouts_.authentication,
-        [this, kind](XmlNode message, AuthAnswer &answer) {
-            return read_authentication(kind, message, oauth_enabled_, answer);
-        },
+template <class... Given>
+void cKAVRO_BROKER_CLIENT::authenticate(const Message<AuthAnswer, Given...> &message,
+                                        AuthHandler handler,
+                                        const std::type_identity_t<Given> &...given) {
+    require(handler, message.completion);
+    exchange(
+        message, timeouts_.authentication,
         [this, handler = std::move(handler)](const BrokerResult &result, AuthAnswer answer) {
             handler(result, kept(std::move(answer)));
-        });
+        },
+        given...);
 }
 
 void cKAVRO_BROKER_CLIENT::authenticate_password(std::string_view user_name,
                                                  std::string_view password, std::string_view domain,
                                                  AuthHandler handler) {
-    authenticate(AuthRequest::password,
-                 password_request(protocol_version_, user_name, password, domain),
-                 "cKAVRO_BROKER_CLIENT::handle_password_authentication_resp", std::move(handler));
+    authenticate(password_message, std::move(handler), user_name, password, domain);
 }
 
 void cKAVRO_BROKER_CLIENT::authenticate_dialog(std::span<const DialogAnswer> fields,
                                                std::string_view button_id, AuthHandler handler) {
-    authenticate(AuthRequest::dialog, dialog_request(protocol_version_, fields, button_id),
-                 "cKAVRO_BROKER_CLIENT::handle_dialog_authentication_resp", std::move(handler));
+    authenticate(dialog_message, std::move(handler), fields, button_id);
 }
 
 void cKAVRO_BROKER_CLIENT::authenticate_oauth(std::string_view code, AuthHandler handler) {
-    authenticate(AuthRequest::oauth, oauth_request(protocol_version_, code),
-                 "cKAVRO_BROKER_CLIENT::handle_oauth_authentication_resp", std::move(handler));
+    authenticate(oauth_message, std::move(handler), code);
 }
 
 void cKAVRO_BROKER_CLIENT::accept_disclaimer(bool accept, AuthHandler handler) {
-    authenticate(AuthRequest::disclaimer, disclaimer_request(protocol_version_, accept),
-                 "cKAVRO_BROKER_CLIENT::handle_disclaimer_authentication_resp", std::move(handler));
+    authenticate(disclaimer_message, std::move(handler), accept);
 }
 
 void cKAVRO_BROKER_CLIENT::update_password(std::string_view user_name,
                                            std::string_view old_password,
                                            std::string_view new_password, std::string_view domain,
                                            AuthHandler handler) {
-    authenticate(
-        AuthRequest::password_update,
-        password_update_request(protocol_version_, user_name, old_password, new_password, domain),
-        "cKAVRO_BROKER_CLIENT::handle_update_password_resp", std::move(handler));
+    authenticate(password_update_message, std::move(handler), user_name, old_password, new_password,
+                 domain);
 }
 
 void cKAVRO_BROKER_CLIENT::complete_unimplemented(AuthHandler handler) {
-    transport_.post([handler = std::move(handler)] {
-        handler({ERROR_CODE_NOT_IMPLEMENTED, {}, {}, {}}, {});
-    });
+    transport_.post([handler = std::move(handler)] { handler({ERROR_CODE_NOT_IMPLEMENTED}, {}); });
 }
 
 void cKAVRO_BROKER_CLIENT::authenticate_securid(std::string_view, std::string_view,
@@ -288,56 +275,40 @@ void cKAVRO_BROKER_CLIENT::confirm_certificate(bool, AuthHandler handler) {
 }
 
 void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_get_resource_list_resp");
-    known_desktops_.reset();
-    exchange<DesktopListHandle>(
-        resource_list_request(protocol_version_), timeouts_.usual,
-        [this](XmlNode message, DesktopListHandle &list) {
-            BrokerResult result = read_resource_list(message, list);
-            known_desktops_ = list;
-            return result;
-        },
-        std::move(handler));
+    require(handler, resource_list_message.completion);
+    exchange(resource_list_message, timeouts_.usual, std::move(handler));
 }
 
 void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
                                              const Variables &agent_variables,
                                              AllocationHandler handler, milliseconds timeout) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_allocate_resource_resp");
+    require(handler, allocate_resource_message.completion);
     provisioning_cancel_.reset();
     if (identity_.time_zone.empty()) // looked up only here, where it is told
         identity_.time_zone = get_timezone_windows();
-    exchange<cDESKTOP_CONNECTION_RESULT>(
-        allocate_resource_request(protocol_version_, identity_, resource_id, agent_variables),
-        timeout,
-        [this](XmlNode message, cDESKTOP_CONNECTION_RESULT &connection) {
-            return read_allocation(
-                message, protocol_version_,
-                [&](XmlNode provision_info) { return provision(provision_info, connection); },
-                connection);
-        },
-        [this, handler = std::move(handler), deadline = Clock::now() + timeout](
-            const BrokerResult &result, cDESKTOP_CONNECTION_RESULT connection) {
+    exchange(
+        allocate_resource_message, timeout,
+        [this, handler = std::move(handler), deadline = Clock::now() + timeout](BrokerResult result,
+                                                                                Allocation answer) {
+            if (result.code == ERROR_CODE_NONE && answer.provisioner)
+                result = provision(*answer.provisioner, answer.connection);
             if (result.code != ERROR_CODE_NONE)
                 return handler(result, {});
             const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-            resolve_target(std::move(connection), std::max(left, 1ms), handler);
-        });
+            resolve_target(std::move(answer.connection), std::max(left, 1ms), handler);
+        },
+        identity_, resource_id, agent_variables);
 }
 
-BrokerResult cKAVRO_BROKER_CLIENT::provision(XmlNode provision_info,
+BrokerResult cKAVRO_BROKER_CLIENT::provision(const Provisioner &provisioner,
                                              cDESKTOP_CONNECTION_RESULT &connection) {
-    Provisioner provisioner;
-    if (const MissingTag missing = read_provisioner(provision_info, provisioner))
-        return missing_tag(allocation_handler, missing);
-    SessionProvisioning provisioning(std::move(provisioner), provisioning_cancel_,
-                                     timeouts_.provisioning);
-    return provisioning.run(
-        {.jsessionid = transport_.first_cookie(),
-         .request_id = transport_.client_log_id(),
-         .time_zone = identity_.time_zone,
-         .locale = identity_.locale},
-        [&](XmlNode message) { return read_target(message, protocol_version_, connection); });
+    return provision_session(provisioner,
+                             {.jsessionid = transport_.first_cookie(),
+                              .request_id = transport_.client_log_id(),
+                              .time_zone = identity_.time_zone,
+                              .locale = identity_.locale},
+                             provisioning_cancel_, timeouts_.provisioning, dialect_.version,
+                             connection);
 }
 
 /// A target given by name is looked up; a name that cannot be looked up stays as it is, because the
@@ -369,23 +340,20 @@ void cKAVRO_BROKER_CLIENT::resolve_target(cDESKTOP_CONNECTION_RESULT connection,
 void cKAVRO_BROKER_CLIENT::perform_operation(std::string_view resource_id,
                                              eKAVRO_BROKER_DESKTOP_CMD command,
                                              OperationHandler handler) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_perform_desktop_operation");
-    struct Nothing {};
-    exchange<Nothing>(
-        power_operation_request(protocol_version_, resource_id, command), timeouts_.usual,
-        [](XmlNode message, Nothing &) { return read_power_operation(message); },
+    require(handler, power_operation_message.completion);
+    exchange(
+        power_operation_message, timeouts_.usual,
         [command, handler = std::move(handler)](const BrokerResult &result, Nothing) {
             handler(result, command);
-        });
+        },
+        resource_id, command);
 }
 
 /// The broker's answer, or its silence, changes nothing: the user has left.
 void cKAVRO_BROKER_CLIENT::do_logout(LogoutHandler handler) {
-    require(handler, "cKAVRO_BROKER_CLIENT::handle_do_logout");
-    RequestText request(protocol_version_);
-    request.line("<bye/>");
+    require(handler, logout_message.completion);
     transport_.http_post_with_xml_path(
-        broker_path, std::move(request).finish(),
+        broker_path, request_text(logout_message, dialect_),
         [handler = std::move(handler)](const PostResult &) { handler({}); }, timeouts_.usual);
 }
 

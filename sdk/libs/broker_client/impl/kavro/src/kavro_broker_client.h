@@ -1,11 +1,7 @@
 #pragma once
 
-#include "kavro/src/auth_method.h"
-#include "kavro/src/authenticate.h"
 #include "kavro/src/hello.h"
 #include "kavro/src/ibroker_client.h"
-#include "kavro/src/request_text.h"
-#include "kavro/src/resource_list.h"
 #include "kavro/src/session_provisioning.h"
 #include "transport/https_xml_client.h"
 
@@ -74,32 +70,33 @@ public:
     void set_client_log_id(std::string id) override { transport_.set_client_log_id(std::move(id)); }
     std::string get_client_log_id() const override { return transport_.client_log_id(); }
     std::string get_resolved_address() const override { return resolved_address_; }
-    void enable_oauth(bool enable) override { oauth_enabled_ = enable; }
+    void enable_oauth(bool enable) override { dialect_.oauth = enable; }
 
 private:
-    /// Posts a request. `read(message, record)` reads a good answer; whatever happens, `handler`
-    /// gets the result and the record once.
-    template <class Record, class Read, class Handler>
-    void exchange(const SecureText &request, std::chrono::milliseconds timeout, Read read,
-                  Handler handler);
-    void authenticate(AuthRequest kind, const SecureText &request, const char *handler_name,
-                      AuthHandler handler);
+    /// What reads the answer to a message and hands it on.
+    template <class Record, class... Given, class Handler>
+    auto reading(const Message<Record, Given...> &message, Handler handler);
+    /// Posts a message; whatever comes of it, `handler` gets the result and the record once.
+    template <class Record, class... Given, class Handler>
+    void exchange(const Message<Record, Given...> &message, std::chrono::milliseconds timeout,
+                  Handler handler, const std::type_identity_t<Given> &...given);
+    template <class... Given>
+    void authenticate(const Message<AuthAnswer, Given...> &message, AuthHandler handler,
+                      const std::type_identity_t<Given> &...given);
     void complete_unimplemented(AuthHandler handler);
     void handle_connect_to_broker(const ConnectResult &result, const ConnectionHandler &handler);
     void learn_identity();
     cAUTH_RESULT kept(AuthAnswer answer);
-    BrokerResult provision(XmlNode provision_info, cDESKTOP_CONNECTION_RESULT &connection);
+    BrokerResult provision(const Provisioner &provisioner, cDESKTOP_CONNECTION_RESULT &connection);
     void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
                         const AllocationHandler &handler);
 
     const Timeouts timeouts_;
     HttpsXmlClient transport_;
     ClientIdentity identity_;
-    std::string protocol_version_{initial_protocol_version};
-    bool oauth_enabled_ = false;
-    std::string next_authentication_;  ///< what the broker asked for last, as XML text
-    cAUTH_RESULT wanted_;              ///< the same as it was read
-    DesktopListHandle known_desktops_; ///< of the last list
+    Dialect dialect_;
+    std::string next_authentication_; ///< what the broker asked for last, as XML text
+    cAUTH_RESULT wanted_;             ///< the same as it was read
     std::string resolved_address_;
     ProvisioningCancel provisioning_cancel_;
 };

@@ -1,14 +1,12 @@
 #include "kavro/src/power_operation.h"
 
-#include "kavro/src/answer.h"
-#include "kavro/src/request_text.h"
 #include "utils/src/assertion.h"
 
 namespace kavro {
 
 namespace {
 
-constexpr ResultRow operation_rows[] = {
+constexpr ResultRow rows[] = {
     {"OP_SUCCESSFUL", ERROR_CODE_NONE},
     {"ERR_UNSUPPORTED_REQUEST", OP_FAILED_OPERATION_NOT_SUPPORTED},
     {"OP_FAILED_INVALID_PARAMETER", ERROR_CODE_INVALID_PARAMS},
@@ -16,35 +14,24 @@ constexpr ResultRow operation_rows[] = {
     {"OP_FAILED_OPERATION_NOT_SUPPORTED", OP_FAILED_OPERATION_NOT_SUPPORTED},
     {"OP_FAILED_TO_EXECUTE", OP_FAILED_TO_EXECUTE},
 };
-constexpr ResultTable<ResultRow> operation_table = {
-    "Desktop operation handler", ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, operation_rows};
+
+void write(RequestText &request, std::string_view resource_id, eKAVRO_BROKER_DESKTOP_CMD command) {
+    broker_assert(command < desktop_command_names.size(),
+                  "cKAVRO_BROKER_CLIENT::send_perform_desktop_operation");
+    request.element("resource-id", resource_id)
+        .element("operation", desktop_command_names[command]);
+}
 
 } // namespace
 
-SecureText power_operation_request(std::string_view protocol_version, std::string_view resource_id,
-                                   eKAVRO_BROKER_DESKTOP_CMD command) {
-    broker_assert(command < desktop_command_names.size(),
-                  "cKAVRO_BROKER_CLIENT::send_perform_desktop_operation");
-    RequestText request(protocol_version);
-    request.open("perform-operation")
-        .element("resource-id", resource_id)
-        .element("operation", desktop_command_names[command])
-        .close("perform-operation");
-    return std::move(request).finish();
-}
-
-BrokerResult read_power_operation(XmlNode message) {
-    const ResultElement result = read_result(message);
-    if (result.missing != nullptr)
-        return missing_tag("Error response handler", result.missing);
-    const eERROR_CODE code = code_of(operation_table, result.id);
-    if (code == ERROR_CODE_NONE)
-        return {};
-    return {code, result.text(), {}, {}};
-}
-
-std::string_view known_operation_id(std::string_view id) {
-    return known_id(operation_table.rows, id);
-}
+const Message<Nothing, std::string_view, eKAVRO_BROKER_DESKTOP_CMD> power_operation_message = {
+    .element = "perform-operation",
+    .write = write,
+    .read = read_nothing,
+    .answer = {.reader = "Error response handler",
+               .result_reader = "Desktop operation handler",
+               .rows = rows},
+    .completion = "cKAVRO_BROKER_CLIENT::handle_perform_desktop_operation",
+};
 
 } // namespace kavro

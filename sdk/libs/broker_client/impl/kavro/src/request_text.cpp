@@ -35,12 +35,18 @@ RequestText::RequestText(std::string_view protocol_version) {
     add("<kavro-client version=\"", protocol_version, "\">", line_end);
 }
 
-RequestText &RequestText::open(std::string_view element) {
-    return add("<", element, ">", line_end);
+RequestText &RequestText::open(std::string_view element, std::string_view method) {
+    if (method.empty())
+        return add("<", element, ">", line_end);
+    return add("<", element, " method=\"", method, "\">", line_end);
 }
 
 RequestText &RequestText::close(std::string_view element) {
     return add("</", element, ">", line_end);
+}
+
+RequestText &RequestText::empty(std::string_view element) {
+    return add("<", element, "/>", line_end);
 }
 
 RequestText &RequestText::line(std::string_view text) {

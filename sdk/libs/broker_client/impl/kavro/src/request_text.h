@@ -3,6 +3,7 @@
 #include "kavro/src/results.h"
 #include "utils/src/secure_text.h"
 
+#include <string>
 #include <string_view>
 
 namespace kavro {
@@ -12,6 +13,12 @@ inline constexpr std::string_view broker_path = "/kavro-broker/xml";
 
 /// The version that a client speaks until a broker states another one.
 inline constexpr std::string_view initial_protocol_version = "2.1";
+
+/// What client and broker have agreed on so far.
+struct Dialect {
+    std::string version{initial_protocol_version};
+    bool oauth = false; ///< whether OAuth is offered and understood
+};
 
 /// Compares dotted versions component by component as numbers; one that is the beginning of the
 /// other counts as at least as high.
@@ -23,8 +30,10 @@ class RequestText {
 public:
     explicit RequestText(std::string_view protocol_version);
 
-    RequestText &open(std::string_view element);
+    /// @param method the element's attribute of that name; none when empty.
+    RequestText &open(std::string_view element, std::string_view method = {});
     RequestText &close(std::string_view element);
+    RequestText &empty(std::string_view element);
     /// A line of its own, as it stands.
     RequestText &line(std::string_view text);
     RequestText &element(std::string_view name, std::string_view value);

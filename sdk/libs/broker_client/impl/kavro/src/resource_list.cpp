@@ -1,24 +1,18 @@
 #include "kavro/src/resource_list.h"
 
-#include "kavro/src/answer.h"
-#include "kavro/src/request_text.h"
-
 #include <vector>
 
 namespace kavro {
 
 namespace {
 
-constexpr const char *handler = "Desktop List handler";
 constexpr std::string_view default_session_type = "VDI";
 
-constexpr ResultRow list_rows[] = {
+constexpr ResultRow rows[] = {
     {"LIST_SUCCESSFUL", ERROR_CODE_NONE},
     {"LIST_FAILED_NO_ENTITLEMENT", ERROR_CODE_VM_LIST_NO_ENTITLEMENT},
     {"LIST_FAILED_NO_USER", ERROR_CODE_INVALID_STATE},
 };
-constexpr ResultTable<ResultRow> list_table = {"Desktop list handler",
-                                               ERROR_CODE_PROTOCOL_MANGLED_RESPONSE, list_rows};
 
 constexpr TextField<cDESKTOP_LIST_RESULT, std::string_view> desktop_fields[] = {
     {"resource-name", &cDESKTOP_LIST_RESULT::resource_name},
@@ -33,22 +27,22 @@ class DesktopReader {
 public:
     explicit DesktopReader(DesktopList &list) : list_(list) {}
 
-    MissingTag read(XmlNode resource) {
+    Read<> read(XmlNode resource) {
         cDESKTOP_LIST_RESULT desktop;
         const auto as_kept = [this](XmlNode element) { return text_of(element); };
-        if (const MissingTag missing = read_fields(resource, desktop_fields, desktop, as_kept))
-            return missing;
-        if (const MissingTag missing = read_protocols(resource, desktop))
-            return missing;
+        if (auto texts = read_fields(resource, desktop_fields, desktop, as_kept); !texts)
+            return texts;
+        if (auto protocols = read_protocols(resource, desktop); !protocols)
+            return protocols;
         const auto session_type = resource.child("resource-type").attribute("session-type");
         desktop.session_type = !session_type || *session_type == default_session_type
                                    ? default_session_type
                                    : list_.keep(*session_type);
         read_operations(resource, desktop);
-        if (const MissingTag missing = read_icons(resource, desktop))
-            return missing;
+        if (auto icons = read_icons(resource, desktop); !icons)
+            return icons;
         list_.add(desktop);
-        return nullptr;
+        return {};
     }
 
 private:
@@ -57,22 +51,22 @@ private:
         return text.data() == buffer_.data() ? list_.keep(text) : text;
     }
 
-    MissingTag read_protocols(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-        const XmlNode protocols = resource.child("protocols");
-        if (!protocols)
-            return "protocols";
+    Read<> read_protocols(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
+        const auto first = find(resource, {"protocols", "protocol"});
+        if (!first)
+            return first.error();
         texts_.clear();
-        for_each_child(protocols, "protocol",
-                       [this](XmlNode protocol) { texts_.push_back(text_of(protocol)); });
+        for (XmlNode protocol = *first; protocol; protocol = protocol.next("protocol"))
+            texts_.push_back(text_of(protocol));
         desktop.protocols = list_.keep(texts_);
-        return texts_.empty() ? "protocol" : nullptr;
+        return {};
     }
 
     /// Icons without a size are of no use and left out.
-    MissingTag read_icons(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
+    Read<> read_icons(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
         const XmlNode icons = resource.child("icons");
         if (!icons)
-            return nullptr;
+            return {};
         if (!icons.child("icon"))
             return "icon";
         std::vector<std::string_view> sizes;
@@ -85,7 +79,7 @@ private:
         });
         desktop.icon_sizes = list_.keep(sizes);
         desktop.icons = list_.keep(texts_);
-        return nullptr;
+        return {};
     }
 
     void read_operations(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
@@ -113,46 +107,51 @@ std::size_t count_of(XmlNode resource) {
     return count;
 }
 
-} // namespace
+Read<DesktopListHandle> read_desktops(XmlNode message) {
+    const auto first = find(message, {"resource"});
+    if (!first)
+        return first.error();
+    const auto desktops = std::make_shared<DesktopList>(message.document());
+    desktops->reserve(count_of(*first));
+    DesktopReader reader(*desktops);
+    for (XmlNode resource = *first; resource; resource = resource.next("resource")) {
+        if (const auto read = reader.read(resource); !read)
+            return read.error();
+    }
+    desktops->sort();
+    return DesktopListHandle(desktops);
+}
 
-SecureText resource_list_request(std::string_view protocol_version) {
-    RequestText request(protocol_version);
-    request.open("get-resource-list")
-        .open("protocols")
+BrokerResult read(Answer &answer, DesktopListHandle &list) {
+    BrokerResult result = read_outcome(answer);
+    if (result.code != ERROR_CODE_NONE)
+        return result;
+    const auto desktops = read_desktops(answer.message);
+    if (!desktops)
+        return missing_tag(answer.rules.reader, desktops.error());
+    list = *desktops;
+    return result;
+}
+
+void write(RequestText &request) {
+    request.open("protocols")
         .element("protocol", "KAVRO")
         .close("protocols")
         .open("resource-types")
         .element("resource-type", "DESKTOP")
-        .close("resource-types")
-        .close("get-resource-list");
-    return std::move(request).finish();
+        .close("resource-types");
 }
 
-BrokerResult read_resource_list(XmlNode message, DesktopListHandle &list) {
-    const ResultElement result = read_result(message);
-    if (result.missing != nullptr)
-        return missing_tag(handler, result.missing);
-    const eERROR_CODE code = code_of(list_table, result.id);
-    if (code != ERROR_CODE_NONE)
-        return {code, result.text(), {}, {}};
+} // namespace
 
-    XmlNode resource = message.child("resource");
-    if (!resource)
-        return missing_tag(handler, "resource");
-    const auto desktops = std::make_shared<DesktopList>(message.document());
-    desktops->reserve(count_of(resource));
-    DesktopReader reader(*desktops);
-    for (; resource; resource = resource.next("resource")) {
-        if (const MissingTag missing = reader.read(resource))
-            return missing_tag(handler, missing);
-    }
-    desktops->sort();
-    list = desktops;
-    return {};
-}
-
-std::string_view known_list_id(std::string_view id) {
-    return known_id(list_table.rows, id);
-}
+const Message<DesktopListHandle> resource_list_message = {
+    .element = "get-resource-list",
+    .write = write,
+    .read = read,
+    .answer = {.reader = "Desktop List handler",
+               .result_reader = "Desktop list handler",
+               .rows = rows},
+    .completion = "cKAVRO_BROKER_CLIENT::handle_get_resource_list_resp",
+};
 
 } // namespace kavro

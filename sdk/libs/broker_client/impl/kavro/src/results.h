@@ -1,12 +1,10 @@
 #pragma once
 
-#include "kavro/src/desktop_list.h"
 #include "kavro/src/error_code.h"
-#include "utils/src/cert_chain.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -18,9 +16,10 @@ using Variables = std::vector<std::pair<std::string, std::string>>;
 /// The outcome of every operation of a broker client.
 struct BrokerResult {
     eERROR_CODE code = ERROR_CODE_NONE;
-    std::string message;     ///< the broker's words, else those of the failing system call
-    std::string detected_by; ///< a sentence naming the component that found the error
-    std::string detail;
+    std::string message{};     ///< the broker's words, else those of the failing system call
+    std::string detected_by{}; ///< a sentence naming the component that found the error
+    std::string detail{};
+    std::string_view result_id{}; ///< the answer's, a constant of the protocol; empty without one
 };
 
 /// What the broker says of itself.
@@ -32,6 +31,13 @@ struct HelloResult {
     std::string ip_address;
     std::string hostname;
     Variables broker_variables;
+};
+
+/// One answered field of a dialog.
+struct DialogAnswer {
+    std::string_view id;
+    std::string_view text;
+    bool loggable = true;
 };
 
 /// Values of cAUTH_RESULT::method, as the public layer converts them.
@@ -77,15 +83,6 @@ struct cAUTH_RESULT {
     Variables to_client_variables;
 };
 
-/// The broker's certificates as it showed them; the rest is set when they were not accepted.
-struct CertResult {
-    Security::cX509_CERT_CHAIN certificates;
-    std::vector<std::uint32_t> errors; ///< by depth
-    std::string host;
-    std::string error_text;
-    bool connected_securely = false;
-};
-
 struct AlternateTarget {
     std::string address;
     std::string host_name;
@@ -109,13 +106,5 @@ struct cDESKTOP_CONNECTION_RESULT {
     std::string gateway_ticket_creation_time;
     std::string gateway_ticket_expiry_time;
 };
-
-using LogoutHandler = std::function<void(const BrokerResult &)>;
-using ConnectionHandler = std::function<void(const BrokerResult &, CertResult)>;
-using HelloHandler = std::function<void(const BrokerResult &, HelloResult, cAUTH_RESULT)>;
-using AuthHandler = std::function<void(const BrokerResult &, cAUTH_RESULT)>;
-using DesktopListHandler = std::function<void(const BrokerResult &, DesktopListHandle)>;
-using AllocationHandler = std::function<void(const BrokerResult &, cDESKTOP_CONNECTION_RESULT)>;
-using OperationHandler = std::function<void(const BrokerResult &, eKAVRO_BROKER_DESKTOP_CMD)>;
 
 } // namespace kavro

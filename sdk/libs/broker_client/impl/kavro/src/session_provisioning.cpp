@@ -1,13 +1,12 @@
 #include "kavro/src/session_provisioning.h"
 
-#include "kavro/src/request_text.h"
+#include "kavro/src/allocate_resource.h"
+#include "transport/tls_exchange.h"
 #include "trust/tls_settings.h"
 #include "utils/src/base64.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/cert_chain.h"
 #include "xml/xml_message_log.h"
-
-#include <stdexcept>
 
 namespace kavro {
 
@@ -16,33 +15,31 @@ namespace ssl = boost::asio::ssl;
 namespace {
 
 using Der = Security::cX509_CERT_CHAIN::Der;
+using Document = std::shared_ptr<const XmlDocument>;
 
-constexpr std::string_view provisioning_version = "2.1"; // whatever was agreed with the broker
+/// What came of a step, or a sentence that says why the provisioning ends with it.
+template <class T = Done>
+using Step = Expected<T>;
+
 constexpr HttpRules answer_rules = {.unstated_length = UnstatedLength::to_end_of_stream,
                                     .http_1_0 = true,
                                     .length_in_any_case = true};
 
-constexpr TextField<Provisioner> provisioner_fields[] = {
-    {"provisioning-scheme", &Provisioner::scheme},
-    {"ip-address", &Provisioner::address},
-    {"port", &Provisioner::port},
-    {"leaf-certificate", &Provisioner::leaf_certificate},
-};
-
-/// Ends the provisioning when a step went wrong.
-void check(const char *sentence, const std::string &failure) {
+/// A step that is over; it went wrong when there is a text.
+Step<> ended(const char *sentence, const std::string &failure) {
     if (failure.empty())
-        return;
+        return {};
     log_info("%s%s", sentence, failure.c_str());
-    throw std::runtime_error(sentence + failure);
+    return sentence + failure;
 }
 
-/// A child that must be there.
-XmlNode required(XmlNode parent, const char *name) {
-    const XmlNode child = parent.child(name);
-    if (!child)
-        throw std::runtime_error(std::string("Could not find ") + name + " tag");
-    return child;
+BrokerResult logged(eERROR_CODE code, const std::string &sentence) {
+    log_info("%s", printable(sentence).c_str());
+    return {code, sentence};
+}
+
+BrokerResult not_provisioned(const std::string &reason) {
+    return logged(ERROR_CODE_SESSION_PROVISION_SERVER_CONNECT_FAILED, reason);
 }
 
 /// The certificate that a text stands for; empty when it stands for none.
@@ -54,55 +51,105 @@ Der read_certificate(std::string_view text) {
     return der && Security::decode_certificate(*der) ? *der : Der();
 }
 
+/// One exchange with a provisioning server.
+class Provisioning {
+public:
+    Provisioning(const Provisioner &provisioner, ProvisioningCancel &cancel,
+                 std::chrono::milliseconds timeout)
+        : provisioner_(provisioner),
+          cancel_(cancel),
+          exchange_(tls_, timeout, [] { log_info("Provisioning timeout, close the connection"); }) {
+        cancel_.attach(&exchange_);
+    }
+    ~Provisioning() { cancel_.attach(nullptr); }
+    Provisioning(const Provisioning &) = delete;
+    Provisioning &operator=(const Provisioning &) = delete;
+
+    Step<Document> ask(const SessionProvision &content) {
+        if (auto step = connect(); !step)
+            return step.error();
+        if (auto step = check_certificate(); !step)
+            return step.error();
+        if (auto step = send(session_provision_request(provisioner_.address, content)); !step)
+            return step.error();
+        return receive();
+    }
+
+    /// The result of an exchange that ended too early.
+    BrokerResult failed(const std::string &reason) const {
+        if (exchange_.cancelled())
+            return {ERROR_CODE_CANCELLED};
+        return exchange_.timed_out()
+                   ? logged(ERROR_CODE_SESSION_PROVISION_TIMEOUT, "Session provisioning timeout")
+                   : not_provisioned(reason);
+    }
+
+private:
+    Step<> connect() {
+        log_info("Session provisioner info ==> scheme=%s, ip=%s, port=%s, aws-gateway-ticket=%s, "
+                 "leaf-cert=%s ",
+                 printable(provisioner_.scheme).c_str(), printable(provisioner_.address).c_str(),
+                 printable(provisioner_.port).c_str(),
+                 printable(provisioner_.gateway_ticket).c_str(),
+                 printable(provisioner_.leaf_certificate).c_str());
+        if (auto step = ended("Connecting to provision server failed : ",
+                              exchange_.connect(provisioner_.address, provisioner_.port));
+            !step)
+            return step;
+        log_info("Connecting to provision server OK");
+        return ended("Handshake failed: ", exchange_.handshake());
+    }
+
+    Step<> check_certificate() {
+        if (provisioner_.leaf_certificate.empty())
+            return {};
+        const Der announced = read_certificate(provisioner_.leaf_certificate);
+        if (announced.empty()) {
+            log_info("The provisioner's leaf certificate cannot be read and is not compared.");
+            return {};
+        }
+        const X509Handle shown = exchange_.server_certificate();
+        Security::cX509_CERT_CHAIN certificate;
+        if (shown)
+            certificate.set_cert(0, shown.get());
+        if (!shown || certificate.entries().front() != announced)
+            return "The provisioning server showed another certificate than the one that the "
+                   "broker announced";
+        return {};
+    }
+
+    Step<> send(const SecureText &request) {
+        log_info("Sending request to provison server ...");
+        if (auto step = ended("Sending provision request failed : ", exchange_.write(request));
+            !step)
+            return step;
+        log_info("Number of bytes write: %d", static_cast<int>(request.size()));
+        log_info("Sending request to provision server OK!");
+        return {};
+    }
+
+    Step<Document> receive() {
+        CookieTable unused;
+        HttpResponseParser answer(unused, answer_rules);
+        if (auto step = ended("Failed to get provision result: ", exchange_.read(answer)); !step)
+            return step.error();
+        std::string unreadable;
+        Document document = XmlDocument::parse(answer.take_body(), unreadable);
+        log_info("Provision result : %s",
+                 masked_message(document ? document->root() : XmlNode(), MessageDirection::received)
+                     .c_str());
+        if (auto step = ended("The provision result is no XML: ", unreadable); !step)
+            return step.error();
+        return document;
+    }
+
+    const Provisioner &provisioner_;
+    ProvisioningCancel &cancel_;
+    ssl::context tls_ = provisioning_tls();
+    TlsExchange exchange_;
+};
+
 } // namespace
-
-MissingTag read_provisioner(XmlNode provision_info, Provisioner &provisioner) {
-    const XmlNode description = provision_info.child("provisioner");
-    if (!description)
-        return "provisioner";
-    if (const MissingTag missing = read_fields(description, provisioner_fields, provisioner))
-        return missing;
-    const XmlNode variables = description.child("provisioning-variables");
-    if (!variables)
-        return "provisioning-variables";
-    const XmlNode variable = variables.child("variable");
-    if (!variable)
-        return "variable";
-    if (!variable.child("name"))
-        return "name";
-    const XmlNode value = variable.child("value");
-    if (!value)
-        return "value";
-    provisioner.gateway_ticket = value.text();
-    return nullptr;
-}
-
-SecureText session_provision_request(std::string_view address, const SessionProvision &content) {
-    RequestText text(provisioning_version);
-    text.open("session-provision")
-        .element("jsessionid", content.jsessionid)
-        .element("gateway-ticket", content.gateway_ticket)
-        .open("request-context")
-        .element("amzn-request-id", content.request_id)
-        .close("request-context")
-        .open("client-info")
-        .element("time-zone-windows", content.time_zone)
-        .element("locale", content.locale)
-        .close("client-info")
-        .close("session-provision");
-    const SecureText body = std::move(text).finish() + "\r\n";
-
-    SecureText request;
-    request.reserve(body.size() + address.size() + 256);
-    // Provisioning servers expect the second line in one piece, as strange as it looks.
-    request.append("POST /kavro-broker/xml HTTP/1.1\r\nHost: ")
-        .append(address)
-        .append("Content-Type: text/xml charset=UTF-8Content-Length: ")
-        .append(std::to_string(body.size()))
-        .append("\r\n\r\n")
-        .append(body);
-    return request;
-}
 
 ssl::context provisioning_tls() {
     ssl::context tls(client_tls_context().release());
@@ -126,100 +173,33 @@ void ProvisioningCancel::cancel() {
     const std::lock_guard lock(mutex_);
     cancelled_ = true;
     if (running_ != nullptr)
-        running_->exchange_.cancel();
+        running_->cancel();
 }
 
-void ProvisioningCancel::attach(SessionProvisioning *provisioning) {
+void ProvisioningCancel::attach(TlsExchange *running) {
     const std::lock_guard lock(mutex_);
-    running_ = provisioning;
+    running_ = running;
     if (running_ != nullptr && cancelled_)
-        running_->exchange_.cancel();
+        running_->cancel();
 }
 
-SessionProvisioning::SessionProvisioning(Provisioner provisioner, ProvisioningCancel &cancel,
-                                         std::chrono::milliseconds timeout)
-    : provisioner_(std::move(provisioner)),
-      cancel_(cancel),
-      exchange_(tls_, timeout, [] { log_info("Provisioning timeout, close the connection"); }) {
-    cancel_.attach(this);
-}
-
-BrokerResult SessionProvisioning::run(SessionProvision content, const ReadTarget &read_target) {
+BrokerResult provision_session(const Provisioner &provisioner, SessionProvision content,
+                               ProvisioningCancel &cancel, std::chrono::milliseconds timeout,
+                               std::string_view protocol_version,
+                               cDESKTOP_CONNECTION_RESULT &connection) {
+    content.gateway_ticket = provisioner.gateway_ticket;
     try {
-        content.gateway_ticket = provisioner_.gateway_ticket;
-        const auto document = ask(content);
-        const XmlNode root = document->root();
-        if (!root || root.name() != "kavro-client")
-            throw std::runtime_error("Could not find kavro-client tag");
-        const XmlNode message = required(root, "session-provision-resp");
-        const XmlNode result = required(message, "result");
-        const std::string id = required(result, "result-id").text();
-        if (id != "SESSION_PROVISION_SUCCESSFUL")
-            throw std::runtime_error("Session provisioning failed: " + id + " " +
-                                     child_text(result, "result-str"));
-        return read_target(message);
-    } catch (const std::exception &failure) {
-        return failed(failure.what());
+        Provisioning provisioning(provisioner, cancel, timeout);
+        const auto document = provisioning.ask(content);
+        if (!document)
+            return provisioning.failed(document.error());
+        const auto message = read_session_provision((*document)->root());
+        if (!message)
+            return not_provisioned(message.error());
+        return read_target(*message, protocol_version, connection);
+    } catch (const std::exception &failure) { // TLS that cannot be set up
+        return not_provisioned(failure.what());
     }
-}
-
-std::shared_ptr<const XmlDocument> SessionProvisioning::ask(const SessionProvision &content) {
-    log_info("Session provisioner info ==> scheme=%s, ip=%s, port=%s, aws-gateway-ticket=%s, "
-             "leaf-cert=%s ",
-             printable(provisioner_.scheme).c_str(), printable(provisioner_.address).c_str(),
-             printable(provisioner_.port).c_str(), printable(provisioner_.gateway_ticket).c_str(),
-             printable(provisioner_.leaf_certificate).c_str());
-    check("Connecting to provision server failed : ",
-          exchange_.connect(provisioner_.address, provisioner_.port));
-    log_info("Connecting to provision server OK");
-    check("Handshake failed: ", exchange_.handshake());
-    check_certificate();
-
-    log_info("Sending request to provison server ...");
-    const SecureText request = session_provision_request(provisioner_.address, content);
-    check("Sending provision request failed : ", exchange_.write(request));
-    log_info("Number of bytes write: %d", static_cast<int>(request.size()));
-    log_info("Sending request to provision server OK!");
-
-    CookieTable unused;
-    HttpResponseParser answer(unused, answer_rules);
-    check("Failed to get provision result: ", exchange_.read(answer));
-    std::string unreadable;
-    auto document = XmlDocument::parse(answer.take_body(), unreadable);
-    log_info("Provision result : %s",
-             masked_message(document ? document->root() : XmlNode(), MessageDirection::received)
-                 .c_str());
-    check("The provision result is no XML: ", unreadable);
-    return document;
-}
-
-void SessionProvisioning::check_certificate() {
-    if (provisioner_.leaf_certificate.empty())
-        return;
-    const Der announced = read_certificate(provisioner_.leaf_certificate);
-    if (announced.empty()) {
-        log_info("The provisioner's leaf certificate cannot be read and is not compared.");
-        return;
-    }
-    const X509Handle shown = exchange_.server_certificate();
-    Security::cX509_CERT_CHAIN certificate;
-    if (shown)
-        certificate.set_cert(0, shown.get());
-    if (!shown || certificate.entries().front() != announced)
-        throw std::runtime_error("The provisioning server showed another certificate than the one "
-                                 "that the broker announced");
-}
-
-BrokerResult SessionProvisioning::failed(const char *reason) const {
-    if (exchange_.cancelled())
-        return {ERROR_CODE_CANCELLED, {}, {}, {}};
-    if (exchange_.timed_out()) {
-        constexpr const char *sentence = "Session provisioning timeout";
-        log_info(sentence);
-        return {ERROR_CODE_SESSION_PROVISION_TIMEOUT, sentence, {}, {}};
-    }
-    log_info("%s", printable(reason).c_str());
-    return {ERROR_CODE_SESSION_PROVISION_SERVER_CONNECT_FAILED, reason, {}, {}};
 }
 
 } // namespace kavro
