@@ -44,7 +44,7 @@ const std::string most = "\xFF\xFF\xFF\xFF"s;
 class CertStoreCacheTest : public testing::Test {
 protected:
     CertStoreCache loaded(const std::string &content) const {
-        replace_file(path(), content);
+        EXPECT_FALSE(replace_file(path(), content));
         CertStoreCache cache;
         cache.load();
         return cache;

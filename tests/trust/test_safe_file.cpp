@@ -31,13 +31,13 @@ TEST_F(SafeFile, OnlyPlainFilesAreRead) {
 }
 
 TEST_F(SafeFile, IsReplacedOrLeftAlone) {
-    EXPECT_TRUE(replace_file(path("file"), "first"));
-    EXPECT_TRUE(replace_file(path("file"), "second"));
+    EXPECT_FALSE(replace_file(path("file"), "first"));
+    EXPECT_FALSE(replace_file(path("file"), "second"));
     EXPECT_EQ(read_plain_file(path("file"), limit), "second");
 
     fs::create_directory(path("folder"));
-    EXPECT_FALSE(replace_file(path("folder"), "new"));
-    EXPECT_FALSE(replace_file(path("missing/file"), "new"));
+    EXPECT_TRUE(replace_file(path("folder"), "new"));
+    EXPECT_TRUE(replace_file(path("missing/file"), "new"));
     EXPECT_EQ(files(), 2);
 }
 
@@ -45,13 +45,13 @@ TEST_F(SafeFile, ReadersSeeOldOrNewWhoeverWrites) {
     constexpr int rounds = 200;
     constexpr std::size_t large = 1'000'000;
     const std::string contents[] = {std::string(100'000, 'a'), std::string(150'000, 'b')};
-    ASSERT_TRUE(replace_file(path("file"), contents[0]));
+    ASSERT_FALSE(replace_file(path("file"), contents[0]));
     std::atomic<int> failures = 0;
     std::atomic<int> running = 2;
     const auto writer = [&](const std::string &content) {
         return std::jthread([&] {
             for (int i = 0; i < rounds; ++i)
-                failures += replace_file(path("file"), content) ? 0 : 1;
+                failures += replace_file(path("file"), content) ? 1 : 0;
             --running;
         });
     };

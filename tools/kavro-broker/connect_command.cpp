@@ -1,7 +1,7 @@
 #include "command.h"
 #include "desktop_choice.h"
 #include "handoff.h"
-#include "private_file.h"
+#include "utils/src/safe_file.h"
 
 #include <fmt/format.h>
 
@@ -39,12 +39,10 @@ Connection connect(Session &session, const Desktop &desktop, const Options &opti
 }
 
 void write_file(const std::string &path, const std::string &content) {
-    try {
-        write_private_file(path, content);
-    } catch (const std::system_error &error) {
-        throw Failure(ExitStatus::usage, "OUTPUT_FAILED",
-                      fmt::format("The result could not be written: {}.", error.what()));
-    }
+    if (const auto failure = kavro::replace_file(path, content))
+        throw Failure(
+            ExitStatus::usage, "OUTPUT_FAILED",
+            fmt::format("The result could not be written: {}: {}.", path, failure.message()));
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {

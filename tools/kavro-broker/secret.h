@@ -1,32 +1,11 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
+#include "utils/src/secure_text.h"
+
 #include <string_view>
 #include <vector>
 
 namespace kavro_cli {
-
-/// Overwrites memory in a way that the compiler may not leave out.
-inline void wipe(void *memory, std::size_t size) {
-    auto *byte = static_cast<volatile unsigned char *>(memory);
-    while (size-- != 0)
-        *byte++ = 0;
-}
-
-/// Wipes every block before it goes back, so that growing leaves no copy behind either.
-template <class Value>
-struct WipingAllocator : std::allocator<Value> {
-    template <class Other>
-    struct rebind {
-        using other = WipingAllocator<Other>;
-    };
-
-    void deallocate(Value *memory, std::size_t count) {
-        wipe(memory, count * sizeof(Value));
-        std::allocator<Value>::deallocate(memory, count);
-    }
-};
 
 /// A text that leaves nothing in memory. Not a string: those keep short texts inside themselves.
 class Secret {
@@ -46,7 +25,7 @@ public:
     }
     void clear() {
         if (!bytes_.empty())
-            wipe(bytes_.data(), bytes_.size());
+            kavro::cleanse(bytes_.data(), bytes_.size());
         bytes_.clear();
     }
 
@@ -57,7 +36,8 @@ public:
     bool operator==(const Secret &other) const { return view() == other.view(); }
 
 private:
-    std::vector<char, WipingAllocator<char>> bytes_; ///< with a terminating zero, or empty
+    std::vector<char, kavro::CleansingAllocator<char>>
+        bytes_; ///< with a terminating zero, or empty
 };
 
 } // namespace kavro_cli

@@ -22,7 +22,7 @@ Secret escape_text(const Secret &text) {
     };
     std::size_t length = 0;
     escape(nullptr, &length);
-    std::vector<char, WipingAllocator<char>> buffer(length);
+    std::vector<char, kavro::CleansingAllocator<char>> buffer(length);
     escape(buffer.data(), &length);
     return Secret({buffer.data(), length - 1});
 }

@@ -16,7 +16,7 @@ bool read_line(int descriptor, Secret &line, const Interruption &interruption) {
             throw std::system_error(std::make_error_code(std::errc::value_too_large));
         line.push_back(character);
     }
-    wipe(&character, 1);
+    kavro::cleanse(&character, 1);
     return begun;
 }
 

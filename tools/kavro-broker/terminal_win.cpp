@@ -55,7 +55,7 @@ void append_utf8(Secret &line, const wchar_t *text, DWORD length) {
     const int count = WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), bytes,
                                           sizeof bytes, nullptr, nullptr);
     line.append({bytes, static_cast<std::size_t>(count)});
-    wipe(bytes, sizeof bytes);
+    kavro::cleanse(bytes, sizeof bytes);
 }
 
 /// One line without its end; false when the input ends before a line has begun.
@@ -80,7 +80,7 @@ bool read_console_line(Secret &line, const Interruption &interruption) {
         while (length != 0 && (piece[length - 1] == L'\n' || piece[length - 1] == L'\r'))
             --length;
         append_utf8(line, piece, length);
-        wipe(piece, sizeof piece);
+        kavro::cleanse(piece, sizeof piece);
         if (ended)
             return true;
         if (line.size() > longest_line)

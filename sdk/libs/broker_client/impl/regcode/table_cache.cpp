@@ -65,7 +65,7 @@ std::string read_table_cache(const std::string &folder) {
 }
 
 void write_table_cache(const std::string &folder, const std::string &json) {
-    if (!replace_file(table_cache_file(folder), packed(json)))
+    if (replace_file(table_cache_file(folder), packed(json)))
         throw std::runtime_error("conversion_table.dat cannot be written");
 }
 

@@ -112,7 +112,7 @@ void CertStoreCache::save() const {
         append_number(content, entry.accepted ? 1 : 0);
         append_text(content, entry.fingerprint);
     }
-    replace_file(path_, content);
+    static_cast<void>(replace_file(path_, content)); // then it is asked for again
 }
 
 } // namespace kavro

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 
-// Small files of the library's own, in places that others may write to as well.
+// Small files of our own, in places that others may write to as well.
 
 namespace kavro {
 
@@ -12,8 +14,8 @@ namespace kavro {
 /// pipe or a folder is neither followed nor waited for).
 std::optional<std::string> read_plain_file(const std::string &path, std::size_t limit);
 
-/// Replaces the file in one step: whoever reads it, and whatever happens in between, sees the old
-/// content or the new. Only its owner may read it. False, with the old file left alone, on failure.
-bool replace_file(const std::string &path, const std::string &content);
+/// Replaces the file, or a link of its name, in one step: a reader sees the old content or the new,
+/// whatever happens in between. Only its owner may read it. A failure leaves the old file alone.
+[[nodiscard]] std::error_code replace_file(const std::string &path, std::string_view content);
 
 } // namespace kavro

@@ -43,7 +43,7 @@ bool read_all(int file, std::string &content) {
     return true;
 }
 
-bool write_all(int file, const std::string &content) {
+bool write_all(int file, std::string_view content) {
     std::size_t written = 0;
     while (written < content.size()) {
         const ssize_t put = write(file, content.data() + written, content.size() - written);
@@ -54,6 +54,10 @@ bool write_all(int file, const std::string &content) {
         written += static_cast<std::size_t>(put);
     }
     return true;
+}
+
+std::error_code last_error() {
+    return {errno != 0 ? errno : EIO, std::generic_category()};
 }
 
 } // namespace
@@ -70,18 +74,19 @@ std::optional<std::string> read_plain_file(const std::string &path, std::size_t 
     return content;
 }
 
-bool replace_file(const std::string &path, const std::string &content) {
+std::error_code replace_file(const std::string &path, std::string_view content) {
     std::string temporary = path + ".XXXXXX";
     FileDescriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file)
-        return false;
+        return last_error();
     // On disk before it gets its name, else a power cut could leave the name with nothing behind
     // it.
-    const bool replaced = write_all(file.get(), content) && fsync(file.get()) == 0 &&
-                          file.close() && rename(temporary.c_str(), path.c_str()) == 0;
-    if (!replaced)
-        unlink(temporary.c_str());
-    return replaced;
+    if (write_all(file.get(), content) && fsync(file.get()) == 0 && file.close() &&
+        rename(temporary.c_str(), path.c_str()) == 0)
+        return {};
+    const std::error_code failure = last_error();
+    unlink(temporary.c_str());
+    return failure;
 }
 
 } // namespace kavro

@@ -56,7 +56,7 @@ LocalMemory<wchar_t> current_user() {
     return LocalMemory<wchar_t>(text);
 }
 
-/// Lets nobody but the present user in, whatever the folder would grant.
+/// Access for the current user only, whatever the folder's own permissions are.
 LocalMemory<void> owner_only() {
     const auto user = current_user();
     PSECURITY_DESCRIPTOR descriptor = nullptr;
@@ -68,7 +68,7 @@ LocalMemory<void> owner_only() {
     return LocalMemory<void>(descriptor);
 }
 
-bool write_new_file(const std::wstring &path, const std::string &content) {
+bool write_new_file(const std::wstring &path, std::string_view content) {
     const auto descriptor = owner_only();
     if (descriptor == nullptr)
         return false;
@@ -124,13 +124,16 @@ std::optional<std::string> read_plain_file(const std::string &path, std::size_t 
     return content;
 }
 
-bool replace_file(const std::string &path, const std::string &content) {
+std::error_code replace_file(const std::string &path, std::string_view content) {
     const std::wstring target = to_wide(path);
     const std::wstring temporary = target + L"." + std::to_wstring(std::random_device{}());
-    const bool replaced = write_new_file(temporary, content) && move_over(temporary, target);
-    if (!replaced)
-        DeleteFileW(temporary.c_str());
-    return replaced;
+    if (write_new_file(temporary, content) && move_over(temporary, target))
+        return {};
+    const DWORD problem = GetLastError();
+    const std::error_code failure(static_cast<int>(problem != 0 ? problem : ERROR_WRITE_FAULT),
+                                  std::system_category());
+    DeleteFileW(temporary.c_str());
+    return failure;
 }
 
 } // namespace kavro
