@@ -22,6 +22,10 @@ std::optional<std::uint32_t> name_key(std::span<const std::uint8_t> name);
 
 /// A PEM file of many trust anchors, of which a process needs one or two: a certificate is built
 /// when its subject is asked for, which costs hundreds of times as much as to find it.
+///
+/// What it is worth: to read a system's 144 anchors and verify a chain costs a process 5 ms of
+/// processor time, against 28 where OpenSSL builds all of them and 4 where it finds a folder with
+/// one file for each. Some systems have only the file.
 class AnchorBundle {
 public:
     /// Nothing unless the file is a list of certificates and no more, each with a readable subject.

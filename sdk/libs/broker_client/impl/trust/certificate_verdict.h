@@ -59,6 +59,10 @@ struct Judgement {
 eCERTIFICATE_ERROR certificate_error(int x509_error);
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict);
+
+/// The rules for View brokers, with CertStoreCache as their memory. HttpsXmlClient::connect() is
+/// told to use them by nobody in this library: they are there for a client of View brokers that
+/// connects through it.
 Judgement judge_view(const CertificateFacts &facts, ChainVerdict &verdict);
 
 } // namespace kavro

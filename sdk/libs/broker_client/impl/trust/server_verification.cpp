@@ -28,7 +28,7 @@ bool is_self_signed(const X509 *certificate) {
 } // namespace
 
 void ServerVerification::set_platform_verifier(std::shared_ptr<ICertVerifier> verifier) {
-    platform_verifier_ = std::move(verifier);
+    platform_verifier_ = verifier ? std::move(verifier) : std::make_shared<AlwaysBadCertVerifier>();
 }
 
 void ServerVerification::begin(std::string host, bool connect_securely) {
@@ -81,8 +81,7 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified, X509_S
     leaf_seen_ = leaf_seen_ || facts.depth == 0;
     facts.self_signed = is_self_signed(certificate);
     facts.host_matches = fits_host(context, host_);
-    facts.platform_trusted =
-        !preverified && platform_verifier_ != nullptr && platform_verifier_->verify(certificate);
+    facts.platform_trusted = !preverified && platform_verifier_->verify(certificate);
     facts.key_long_enough = key_long_enough(certificate, rules == Rules::view);
 
     Judgement judgement;
@@ -90,7 +89,7 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified, X509_S
         judge_for_view(facts, certificate, judgement);
     else
         judgement = judge_pbp(facts, verdict_);
-    if (judgement.accepted && platform_verifier_ != nullptr)
+    if (judgement.accepted)
         platform_verifier_->add(certificate);
     log_result(rules == Rules::view ? "verify_server_view" : "verify_server_pbp", facts, judgement);
 }

@@ -15,7 +15,8 @@ namespace kavro {
 /// chain and the reason. The connection counts only when outcome() says so.
 class ServerVerification {
 public:
-    /// The platform's word counts where the TLS library does not trust a certificate.
+    /// The platform's word counts where the TLS library does not trust a certificate. Null:
+    /// nobody's does, as at first.
     void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier);
 
     /// Prepares for the next handshake.

@@ -42,7 +42,7 @@ struct FileStamp : Stamp {
 };
 
 fs::path from_environment(const char *variable, const char *fallback) {
-    // As OpenSSL does: whoever starts a program with more rights than his own does not set its
+    // As in OpenSSL, a user who starts a program with more rights than his own does not set its
     // trust.
     const char *value = OPENSSL_issetugid() == 0 ? std::getenv(variable) : nullptr;
     return value != nullptr ? value : fallback;
@@ -79,7 +79,7 @@ X509StoreHandle load_default_paths(const fs::path &file, const TrustAnchors &anc
     return store;
 }
 
-/// More, or larger ones, nobody trusts; a broken extractor may say anything.
+/// Upper limits against a broken extractor.
 constexpr int max_anchors = 10'000;
 constexpr int max_anchor_bytes = 1024 * 1024;
 

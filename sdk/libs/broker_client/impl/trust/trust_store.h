@@ -18,7 +18,7 @@ struct CertificateExtractor {
     std::function<int(int index)> size;
     /// Writes that many bytes; false when it cannot.
     std::function<bool(int index, std::uint8_t *der)> copy;
-    /// So many of them, from the first, are the system's.
+    /// The first this many anchors are the system's.
     int of_system = 0;
 
     explicit operator bool() const { return count && size && copy; }

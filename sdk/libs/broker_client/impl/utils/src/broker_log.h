@@ -74,7 +74,8 @@ bool has_log_function() noexcept;
 
 /// Drops messages of a higher severity from now on; banners are never dropped.
 void set_log_level(int32_t highest_severity) noexcept;
-/// Whether anybody will see a message of this severity; for who would build a long text in vain.
+/// Whether a message of this severity is seen: lets callers skip building a text that would be
+/// dropped.
 bool is_logged(LogSeverity severity) noexcept;
 
 /// Replaces the session log id function. Null is ignored.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 struct x509_st;
 
 namespace kavro {
@@ -21,5 +23,9 @@ public:
     bool verify(x509_st *) override { return false; }
     bool add(x509_st *) override { return true; }
 };
+
+/// The system's own word on certificates; null where there is none. No client asks it unless a
+/// caller wants that, and no export says so yet.
+std::shared_ptr<ICertVerifier> platform_verifier();
 
 } // namespace kavro

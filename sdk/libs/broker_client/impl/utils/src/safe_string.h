@@ -4,6 +4,9 @@
 
 /// String and memory functions that check their bounds, report a violated precondition to a
 /// replaceable handler and return its number. None of them throws.
+///
+/// The exports copy with kavro_strcpy_s() and kavro_memcpy_s(). The others and the handlers make
+/// the layer whole for ports to systems with such functions of their own; nobody calls them here.
 namespace kavro {
 
 /// The numbers that the functions return and hand to the handlers.
