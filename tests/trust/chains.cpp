@@ -102,18 +102,21 @@ std::vector<std::uint8_t> der_of(const Identity &identity) {
 Judged judge(const ChainCase &shown) {
     ServerVerification ours;
     ours.begin(shown.host, true);
-    const Verification judged(shown);
-    X509_STORE_CTX_set_app_data(judged.context.get(), &ours);
-    X509_STORE_CTX_set_verify_cb(judged.context.get(),
+    const Verification asked(shown);
+    X509_STORE_CTX_set_app_data(asked.context.get(), &ours);
+    X509_STORE_CTX_set_verify_cb(asked.context.get(),
                                  shown.by_view_rules
                                      ? ask_library<&ServerVerification::verify_server_view>
                                      : ask_library<&ServerVerification::verify_server_pbp>);
-    X509_verify_cert(judged.context.get());
+    X509_verify_cert(asked.context.get());
 
     const Verification alone(shown);
     const bool trusted = X509_verify_cert(alone.context.get()) == 1;
     drain_openssl_errors();
-    return {ours.outcome(), ours.error_codes(), ours.error_text(), trusted};
+    Judged judged{ours.outcome(), ours.error_codes(), ours.error_text(), trusted, {}};
+    ours.begin(shown.host, true);
+    judged.next_outcome = ours.outcome();
+    return judged;
 }
 
 } // namespace trust

@@ -57,6 +57,7 @@ struct Judged {
     std::vector<std::uint32_t> codes; ///< by depth
     std::string text;
     bool trusted_without_us; ///< what the TLS library says with nobody to overrule it
+    kavro::VerificationOutcome next_outcome; ///< of a second handshake that shows no certificate
 };
 
 struct ChainCase {

@@ -106,6 +106,10 @@ TEST(AnchorBundle, EveryAnchorOfANameIsTried) {
     for (const Identity &root : roots)
         bundle << root.certificate_pem();
     bundle.close();
+    // An issuer that the leaf spells in another way than the anchor.
+    roots.push_back({roots[2].key, {X509_dup(roots[2].certificate.get()), X509_free}});
+    X509_set_subject_name(roots.back().certificate.get(),
+                          X509_get_subject_name(roots[0].certificate.get()));
     roots.push_back(left_out);
     for (const Identity &root : roots) {
         const Identity leaf = server(root, {.key = "ec-p256"});

@@ -9,7 +9,6 @@
 #include <openssl/x509v3.h>
 
 #include <algorithm>
-#include <ctime>
 
 // Chains judged without a connection: names that no resolver knows, and the words of the log.
 
@@ -45,14 +44,6 @@ Identity server_for_name_with_nul(std::string name, std::size_t place) {
     return {plain.key, changed};
 }
 
-std::vector<LogLine> logged_from(const char *function) {
-    std::vector<LogLine> lines;
-    std::ranges::copy_if(CapturedLog::lines(), std::back_inserter(lines), [&](const LogLine &line) {
-        return line.text.find(function) != std::string::npos;
-    });
-    return lines;
-}
-
 } // namespace
 
 TEST(JudgedChains, NamesThatFitTheHost) {
@@ -84,22 +75,14 @@ TEST(JudgedChains, NamesThatFitTheHost) {
     EXPECT_EQ(judge_server(server(trusted_root(), beside_address), "bar.test").outcome, failed);
 }
 
-// A matcher that tries every way to divide a name among the stars does not come to an end.
-TEST(JudgedChains, ManyStarsAreJudgedAtOnce) {
-    std::string stars;
-    for (int i = 0; i < 40; ++i)
-        stars += "*a";
-    const Identity leaf = server_for(stars + ".test");
-    const std::clock_t begin = std::clock();
-    EXPECT_EQ(judge_server(leaf, std::string(200, 'a') + "b.test").outcome, failed);
-    EXPECT_LT(double(std::clock() - begin) / CLOCKS_PER_SEC, 0.05); // seconds of processor time
-}
-
 // As when the TLS library takes up an earlier session.
 TEST(JudgedChains, NoneAtAllIsNotTrusted) {
     kavro::ServerVerification verification;
     verification.begin(literal_host, true);
     EXPECT_EQ(verification.outcome(), failed);
+    const Judged before = judge_server(server(trusted_root()), literal_host);
+    EXPECT_EQ(before.outcome, passed);
+    EXPECT_EQ(before.next_outcome, failed);
 }
 
 TEST(JudgedChains, ViewBrokersNeedRsaKeysInTheWholeChain) {
@@ -114,32 +97,6 @@ TEST(JudgedChains, ViewBrokersNeedRsaKeysInTheWholeChain) {
                              .host = literal_host,
                              .by_view_rules = true};
     EXPECT_EQ(judge(rsa_only).outcome, passed);
-}
-
-TEST(JudgedChains, LogTellsEveryStep) {
-    std::vector<LogLine> expected;
-    const auto expect_step = [&](const std::string &pre, const char *name, const char *result) {
-        const std::string function = "HttpsXmlClient::verify_server_pbp(";
-        expected.push_back({0, 3, 0, function + " preverified=" + pre + " ), security_mode=TRUE"});
-        expected.push_back({0, 3, 0, function + ") validating '" + name});
-        expected.push_back({0, 2, 0, std::string("verify_server_pbp result is ") + result});
-    };
-    expect_step("TRUE", "/CN=Trusted root' (depth 1)",
-                "PASSED, pre=TRUE sys=FALSE hn=TRUE kl=TRUE ocsp=TRUE sscl=FALSE error[1]=0");
-    expect_step("TRUE", "/CN=Test server' (depth 0)",
-                "FAILED, pre=TRUE sys=FALSE hn=FALSE kl=TRUE ocsp=TRUE sscl=FALSE error[0]=28");
-    expect_step("FALSE", "/CN=Test server' (depth 0)",
-                "FAILED_BUT_WARNABLE, pre=FALSE sys=FALSE hn=FALSE kl=TRUE ocsp=TRUE sscl=TRUE "
-                "error[0]=13");
-    expect_step("TRUE", "/CN=Test server' (depth 0)",
-                "FAILED_BUT_WARNABLE, pre=TRUE sys=FALSE hn=TRUE kl=TRUE ocsp=TRUE sscl=TRUE "
-                "error[0]=13");
-    const Server elsewhere{.names = {"127.0.0.2"}};
-    const Identity leaves[] = {server(trusted_root(), elsewhere), self_signed(elsewhere)};
-    const CapturedLog log;
-    for (const Identity &leaf : leaves)
-        judge_server(leaf, literal_host);
-    EXPECT_EQ(logged_from("verify_server_pbp"), expected);
 }
 
 TEST(JudgedChains, LogTellsOfKeys) {

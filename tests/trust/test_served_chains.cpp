@@ -63,7 +63,10 @@ public:
     /// The first certificate of the chain that was shown.
     std::vector<std::uint8_t> leaf() const {
         std::vector<std::uint8_t> der(10'000);
-        std::size_t length = der.size();
+        std::size_t length = 1;
+        EXPECT_EQ(kavro_broker_get_broker_certificate(handle_, 0, der.data(), &length),
+                  KAVRO_BROKER_ERR_BUFFER_TOO_SMALL);
+        length = der.size();
         EXPECT_EQ(kavro_broker_get_broker_certificate(handle_, 0, der.data(), &length), 0);
         der.resize(length);
         return der;

@@ -62,6 +62,9 @@ TEST(TrustAnchors, UselessOnesAreLeftOut) {
     const Der cut(first.begin(), first.end() - 1);
     Der longer = first;
     longer.push_back(0);
+    const std::string comment(1024 * 1024, 'x');
+    const Der large =
+        der_of(server(trusted_root(), {.extensions = {{NID_netscape_comment, comment}}}));
     const struct {
         const char *name;
         Anchors anchors;
@@ -74,6 +77,7 @@ TEST(TrustAnchors, UselessOnesAreLeftOut) {
         {"negative size", {.certificates = {first, second}, .sizes = {-1}}, 1},
         {"no size", {.certificates = {first, second}, .sizes = {0}}, 1},
         {"huge size", {.certificates = {first, second}, .sizes = {INT_MAX}}, 1},
+        {"over a mebibyte", {{large, second}}, 1},
         {"bad DER", {{{1, 2, 3}, second}}, 1},
         {"cut off", {{cut, second}}, 1},
         {"more than a certificate", {{longer, second}}, 1},
