@@ -28,6 +28,8 @@ done <<'ROWS'
 3|self-signed|signed itself|{"tls": {"issuer": "self"}}
 3|unknown-authority|issuer is not known here|{"tls": {"issuer": "stranger"}}
 3|weak-key|a key that is too short|{"tls": {"key": "rsa-768"}}
+2|proxy-log-in|A proxy on the way|{"overrides": [{"status": 407, "body": "<html>"}]}
+2|network-log-in|The network wants a log-in|{"overrides": [{"status": 511, "body": "<html>"}]}
 6|redirected|to another place|{"overrides": [{"status": 302, "body": "moved"}]}
 6|web-page|with a web page|{"overrides": [{"body": "<html><body>Log in<br></body></html>"}]}
 6|no-broker|it has no broker|{"overrides": [{"status": 404, "body": "none"}]}
@@ -40,6 +42,7 @@ done <<'ROWS'
 ROWS
 
 finds 2 refused 'Nobody listens at 127.0.0.1, port 1.' --broker 127.0.0.1:1
+finds 1 unusable-port 'The port 70000 cannot be used' --broker 127.0.0.1:70000
 finds 1 unusable-address 'cannot be used' --broker user@host
 finds 2 unknown-code 'NONE is not in the table' --registration-code NONE --cache "$folder/made/for/it"
 [ -d "$folder/made/for/it" ]

@@ -67,6 +67,10 @@ TEST(Faults, BrokerReportedErrors) {
     EXPECT_NE(Log::text().find("ERR_CM_FAILED Detected by: CM.: \"100%s broken %n\\x1B[31m\""),
               std::string::npos)
         << Log::text();
+    talk.broker.clear_faults();
+    talk.broker.set_override({.match = {.request = "get-resource-list"}, .status = 407});
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_HTTP_NOT_OK);
+    EXPECT_EQ(talk.message(), "HTTP status 407: a proxy wants a log-in");
 }
 
 kavro_broker_handle asked_again; ///< by the callbacks of the next test

@@ -33,6 +33,7 @@ Evidence examine(Session &session, const Options &options, const Surroundings &s
             throw;
         evidence.result = failure;
     }
+    evidence.port = options.broker_port;
     evidence.report = Json::parse(session.request_report());
     if (may_be_another_kind(evidence.result, evidence.report))
         evidence.kind = find_kind(options, surroundings);
@@ -96,9 +97,10 @@ void print_steps(const Evidence &evidence, std::ostream &out) {
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {
-    const Evidence evidence = examine(session, options, surroundings);
+    Evidence evidence = examine(session, options, surroundings);
     session.log_out();
     const Diagnosis diagnosis = diagnose(evidence);
+    evidence.result.status = diagnosis.status;
     if (options.json()) {
         report_result(
             evidence.result,

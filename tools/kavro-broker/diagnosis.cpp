@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
 #include <optional>
 
 namespace kavro_cli {
@@ -17,8 +18,10 @@ struct Condition {
     std::optional<uint32_t> verdict{}; ///< on any certificate of the chain
     const char *peer_speaks = nullptr;
     const char *answer = nullptr;
+    const char *error = nullptr;             ///< somewhere in the words of the connection's error
     int first_status = 0, last_status = 999; ///< of HTTP
     uint32_t kind = 0;
+    bool usable_port = true;
 };
 
 /// In the words "{0}" is the host and "{1}" the port.
@@ -27,6 +30,7 @@ struct Finding {
     Condition condition;
     const char *words;
     const char *advice;
+    std::optional<ExitStatus> status{}; ///< where it is not the result's
 };
 
 constexpr const char *portal =
@@ -43,6 +47,12 @@ constexpr Finding findings[] = {
      "The registration code {0} is not in the table of codes.",
      "Check its spelling. A new code needs a new table: try again when the registration service "
      "can be reached."},
+    {"unusable-port",
+     {.usable_port = false},
+     "The port {1} cannot be used.",
+     "A port is a number from 1 to 65535. Brokers listen on 443 or 60443 unless they were set up "
+     "otherwise.",
+     ExitStatus::usage},
     {"unknown-name",
      {.result = KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED},
      "The name {0} has no address.",
@@ -92,11 +102,14 @@ constexpr Finding findings[] = {
      {.reached = "handshake", .peer_speaks = "other"},
      "{0}, port {1}, does not speak TLS at all.",
      other_port},
+    {"client-certificate",
+     {.error = "wants a client certificate"},
+     "The broker at {0}, port {1}, wants a client certificate.",
+     "Give one with --client-certificate, from a card that the broker accepts."},
     {"tls-disagreement",
      {.result = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED},
      "No TLS connection to {0} could be agreed on.",
-     "The broker must offer TLS 1.2 or 1.3 with a cipher that is in use today. If it demands a "
-     "certificate of the client, give it with --client-certificate."},
+     "The broker must offer TLS 1.2 or 1.3 with a cipher that is in use today."},
     {"silent-before-tls",
      {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "handshake"},
      "{0}, port {1}, takes connections and then says nothing.",
@@ -137,6 +150,16 @@ constexpr Finding findings[] = {
      {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED},
      "{0} shows a certificate that is rejected.",
      "Show the report and the output of kavro-broker certificates to the administrator."},
+    {"proxy-log-in",
+     {.first_status = 407, .last_status = 407},
+     "A proxy on the way to {0} wants a log-in.",
+     "Ask the network's administrator for a way to the broker that needs none, or for the log-in.",
+     ExitStatus::unreachable},
+    {"network-log-in",
+     {.first_status = 511, .last_status = 511},
+     "The network wants a log-in before it lets anybody through to {0}.",
+     "Open a web page in a browser, log in there, and try again.",
+     ExitStatus::unreachable},
     {"redirected",
      {.first_status = 300, .last_status = 399},
      "{0}, port {1}, sends its callers to another place.",
@@ -184,6 +207,13 @@ bool is(const char *wanted, const std::string &text) {
     return wanted == nullptr || wanted == text;
 }
 
+bool is_usable_port(const std::string &text) {
+    unsigned port = 443;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+    return text.empty() ||
+           (error == std::errc() && end == text.data() + text.size() && port - 1 < 65535);
+}
+
 bool has_verdict(const Json &connection, uint32_t wanted) {
     return connection.is_object() &&
            std::ranges::any_of(connection["certificates"], [wanted](const Json &certificate) {
@@ -200,6 +230,9 @@ bool holds(const Condition &condition, const Evidence &evidence) {
            (!condition.verdict || has_verdict(connection, *condition.verdict)) &&
            is(condition.peer_speaks, text_at(connection, "peer_speaks")) &&
            is(condition.answer, text_at(connection, "answer")) &&
+           (condition.error == nullptr ||
+            text_at(connection, "error").find(condition.error) != std::string::npos) &&
+           (condition.usable_port || !is_usable_port(evidence.port)) &&
            condition.first_status <= http_status && http_status <= condition.last_status &&
            (condition.kind == 0 || condition.kind == evidence.kind);
 }
@@ -216,7 +249,7 @@ auto progress(const Json &connection) {
 std::string ports_of(const Evidence &evidence) {
     const Json &connection = evidence.connection();
     if (!evidence.report["second_port"].get<bool>() || connection.value("reached", "") != "connect")
-        return text_at(connection, "port");
+        return evidence.port.empty() ? text_at(connection, "port") : evidence.port;
     std::string ports;
     for (const Json &tried : evidence.report["connections"])
         ports += (ports.empty() ? "" : " or ") + text_at(tried, "port");
@@ -239,10 +272,11 @@ Diagnosis diagnose(const Evidence &evidence) {
     const auto *finding = std::ranges::find_if(
         findings, [&](const Finding &candidate) { return holds(candidate.condition, evidence); });
     const std::string host = text_at(evidence.connection(), "host");
-    return {finding->name,
-            fmt::format(fmt::runtime(finding->words), host.empty() ? evidence.broker : host,
-                        ports_of(evidence)),
-            finding->advice};
+    const std::string words = fmt::format(
+        fmt::runtime(finding->words), host.empty() ? evidence.broker : host, ports_of(evidence));
+    const std::string &before = evidence.result.before;
+    return {finding->name, before.empty() ? words : before + " " + words, finding->advice,
+            finding->status.value_or(evidence.result.status)};
 }
 
 } // namespace kavro_cli

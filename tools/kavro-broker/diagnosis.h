@@ -14,7 +14,8 @@ struct Evidence {
     std::string broker; ///< as it was asked for
     Failure result;     ///< 0 when all is well
     nlohmann::ordered_json report;
-    uint32_t kind = 0; ///< what else answers there, a `KAVRO_BROKER_TYPE_...` value; 0 for unknown
+    uint32_t kind = 0;  ///< what else answers there, a `KAVRO_BROKER_TYPE_...` value; 0 for unknown
+    std::string port{}; ///< as it was asked for; empty for the usual ones
 
     /// The connection that tells: the one that failed, or came furthest when several ports were
     /// tried. Empty when there was none.
@@ -26,6 +27,7 @@ struct Diagnosis {
     std::string name; ///< for scripts
     std::string words;
     std::string advice; ///< empty when all is well
+    ExitStatus status = ExitStatus::ok;
 };
 
 Diagnosis diagnose(const Evidence &evidence);

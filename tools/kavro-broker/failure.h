@@ -27,11 +27,15 @@ public:
     Failure(ExitStatus exit_status, std::string name_for_scripts, const std::string &sentence)
         : std::runtime_error(sentence), status(exit_status), name(std::move(name_for_scripts)) {}
 
+    /// All but the last sentence.
+    std::string words() const { return before.empty() ? what() : before + " " + what(); }
+
     ExitStatus status;
     std::optional<kavro_broker_result> code;
     std::string name;
     std::string broker_message;
-    std::string detail;                    ///< a second sentence, where there is more to tell
+    std::string before;                    ///< a sentence that comes first, where there is one
+    std::string detail;                    ///< and one that comes last
     std::vector<Certificate> certificates; ///< of a broker that is not trusted
 
 private:

@@ -15,8 +15,8 @@ Json result_of(const Failure &failure) {
     return {{"code", failure.code ? Json(*failure.code) : Json()},
             {"name", failure.name},
             {"message", failure.detail.empty()
-                            ? std::string(failure.what())
-                            : fmt::format("{} {}", failure.what(), failure.detail)},
+                            ? failure.words()
+                            : fmt::format("{} {}", failure.words(), failure.detail)},
             {"broker_message", failure.broker_message},
             {"exit_status", static_cast<int>(failure.status)}};
 }
@@ -27,15 +27,15 @@ void print(const Json &object, std::ostream &out) {
 }
 
 /// Whether the message comes with a failure that is found on this side of the connection.
-bool is_from_here(ExitStatus status) {
-    return status == ExitStatus::usage || status == ExitStatus::unreachable ||
-           status == ExitStatus::untrusted;
+bool is_from_here(const Failure &failure) {
+    return failure.status == ExitStatus::usage || failure.status == ExitStatus::unreachable ||
+           failure.status == ExitStatus::untrusted || failure.code == KAVRO_BROKER_ERR_HTTP_NOT_OK;
 }
 
 void print_words(const Failure &failure, const Surroundings &surroundings) {
     auto &err = surroundings.err;
     err << painted("kavro-broker:", Colour::red, surroundings.err_in_colour) << ' '
-        << visible(failure.what());
+        << visible(failure.words());
     if (failure.code)
         err << fmt::format(" ({} {})", *failure.code, failure.name);
     err << '\n';
@@ -45,8 +45,7 @@ void print_words(const Failure &failure, const Surroundings &surroundings) {
     auto message = visible(failure.broker_message, Lines::many);
     message.erase(message.find_last_not_of('\n') + 1);
     if (!message.empty())
-        err << (is_from_here(failure.status) ? "In detail: " : "The broker says: ") << message
-            << '\n';
+        err << (is_from_here(failure) ? "In detail: " : "The broker says: ") << message << '\n';
 }
 
 } // namespace

@@ -11,6 +11,9 @@
 namespace kavro_cli {
 namespace {
 
+constexpr const char *another_certificate =
+    "The broker shows another certificate than the pinned one.";
+
 using kavro_broker::escape_text;
 
 /// Not by way of a string, which would leave the secret in memory.
@@ -76,7 +79,9 @@ uint32_t Session::auth_method() {
     uint32_t method = 0;
     try {
         method = ask();
-    } catch (const Failure &failure) {
+    } catch (Failure &failure) {
+        if (failure.status == ExitStatus::untrusted && !pin_.empty() && !shows_pinned_certificate())
+            failure.before = another_certificate;
         if (failure.code != KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE ||
             !shows_pinned_certificate())
             throw;
@@ -105,8 +110,7 @@ bool Session::shows_pinned_certificate() const {
 void Session::check_pin() const {
     if (pin_.empty() || shows_pinned_certificate())
         return;
-    Failure failure(ExitStatus::untrusted, "PIN_MISMATCH",
-                    "The broker shows another certificate than the pinned one.");
+    Failure failure(ExitStatus::untrusted, "PIN_MISMATCH", another_certificate);
     failure.certificates = certificates();
     throw failure;
 }

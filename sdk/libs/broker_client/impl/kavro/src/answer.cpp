@@ -1,6 +1,5 @@
 #include "kavro/src/answer.h"
 
-#include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
 
 namespace kavro {
@@ -52,27 +51,15 @@ void log_broker_error(const std::string &id, const BrokerResult &result) {
                   printable(result.detail).c_str());
 }
 
-eERROR_CODE code_of_failed_post(ePOST_RESULT post) {
-    switch (post) {
-    case POST_RESULT_INVALID_PARAMS:
-        return ERROR_CODE_INVALID_PARAMS;
-    case POST_RESULT_TIMEOUT:
-        return ERROR_CODE_TIMEOUT;
-    case POST_RESULT_CANCELLED:
-        return ERROR_CODE_CANCELLED;
-    case POST_RESULT_TLS_PROTOCOL_ERROR:
-        return ERROR_CODE_TLS_PROTOCOL_ERROR;
-    case POST_RESULT_SOCKET_OR_SYS_FAILURE:
-        return ERROR_CODE_SOCKET_OR_SYS_FAILURE;
-    case POST_RESULT_MANGLED_RESPONSE:
-        return ERROR_CODE_PROTOCOL_MANGLED_RESPONSE;
-    case POST_RESULT_NOT_HTTP_OK:
-        return ERROR_CODE_HTTP_NOT_OK;
-    case POST_RESULT_SUCCESS:
-        break;
-    }
-    broker_assert_failed("get_response_node");
-}
+constexpr CodeRow<ePOST_RESULT> post_codes[] = {
+    {POST_RESULT_INVALID_PARAMS, ERROR_CODE_INVALID_PARAMS},
+    {POST_RESULT_TIMEOUT, ERROR_CODE_TIMEOUT},
+    {POST_RESULT_CANCELLED, ERROR_CODE_CANCELLED},
+    {POST_RESULT_TLS_PROTOCOL_ERROR, ERROR_CODE_TLS_PROTOCOL_ERROR},
+    {POST_RESULT_SOCKET_OR_SYS_FAILURE, ERROR_CODE_SOCKET_OR_SYS_FAILURE},
+    {POST_RESULT_MANGLED_RESPONSE, ERROR_CODE_PROTOCOL_MANGLED_RESPONSE},
+    {POST_RESULT_NOT_HTTP_OK, ERROR_CODE_HTTP_NOT_OK},
+};
 
 } // namespace
 
@@ -94,7 +81,7 @@ Expected<Answer, BrokerResult> good_answer(const PostResult &post, const AnswerR
 Expected<XmlNode, BrokerResult> get_response_node(const PostResult &post,
                                                   std::string &protocol_version) {
     if (post.result != POST_RESULT_SUCCESS)
-        return BrokerResult{code_of_failed_post(post.result), post.error_text};
+        return BrokerResult{code_of(post_codes, post.result, "get_response_node"), post.error_text};
     const XmlNode root = post.document->root();
     if (!root)
         return missing_tag(envelope_reader, "broker");

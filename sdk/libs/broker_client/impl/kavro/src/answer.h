@@ -3,6 +3,7 @@
 #include "kavro/src/request_text.h"
 #include "kavro/src/results.h"
 #include "transport/post_result.h"
+#include "utils/src/assertion.h"
 #include "utils/src/expected.h"
 #include "xml/xml_document.h"
 
@@ -86,13 +87,28 @@ eERROR_CODE code_of(const Answer &answer, const ResultRow *row);
 BrokerResult read_outcome(Answer &answer);
 
 /// The row with an id, compared to the letter, or null.
-template <class Row>
-const Row *find_row(std::span<const Row> rows, std::string_view id) {
+template <class Row, class Id>
+const Row *find_row(std::span<const Row> rows, const Id &id) {
     for (const Row &row : rows) {
         if (row.id == id)
             return &row;
     }
     return nullptr;
+}
+
+/// The code that a result of the transport stands for.
+template <class Result>
+struct CodeRow {
+    Result id;
+    eERROR_CODE code;
+};
+
+/// A result that has no row is a programming error of `function`.
+template <class Result, std::size_t N>
+eERROR_CODE code_of(const CodeRow<Result> (&rows)[N], Result result, const char *function) {
+    const auto *row = find_row(std::span<const CodeRow<Result>>(rows), result);
+    broker_assert(row != nullptr, function);
+    return row->code;
 }
 
 /// Where the text of one element goes.

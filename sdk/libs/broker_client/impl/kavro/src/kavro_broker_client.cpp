@@ -31,32 +31,31 @@ constexpr const char *cipher_list =
 
 constexpr const char *nil_mac_address = "00:00:00:00:00:00";
 
-eERROR_CODE code_of_connect(ConnectCode code) {
-    switch (code) {
-    case ConnectCode::connected:
-        return ERROR_CODE_NONE;
-    case ConnectCode::invalid_params:
-        return ERROR_CODE_INVALID_PARAMS;
-    case ConnectCode::timeout:
-        return ERROR_CODE_TIMEOUT;
-    case ConnectCode::cancelled:
-        return ERROR_CODE_CANCELLED;
-    case ConnectCode::resolve_failed:
-        return ERROR_CODE_CONNECT_RESOLVE_FAILED;
-    case ConnectCode::connect_failed:
-        return ERROR_CODE_CONNECT_FAILED;
-    case ConnectCode::connect_refused:
-        return ERROR_CODE_CONNECT_REFUSED;
-    case ConnectCode::tls_handshake_failed:
-        return ERROR_CODE_CONNECT_TLS_HANDSHAKE_FAILED;
-    case ConnectCode::socket_or_sys_failure:
-        return ERROR_CODE_SOCKET_OR_SYS_FAILURE;
-    case ConnectCode::certificate_failed:
-        return ERROR_CODE_CERTIFICATE_FAILED;
-    case ConnectCode::certificate_failed_but_warnable:
-        return ERROR_CODE_CERTIFICATE_FAILED_BUT_WARNABLE;
+constexpr CodeRow<ConnectCode> connect_codes[] = {
+    {ConnectCode::connected, ERROR_CODE_NONE},
+    {ConnectCode::invalid_params, ERROR_CODE_INVALID_PARAMS},
+    {ConnectCode::timeout, ERROR_CODE_TIMEOUT},
+    {ConnectCode::cancelled, ERROR_CODE_CANCELLED},
+    {ConnectCode::resolve_failed, ERROR_CODE_CONNECT_RESOLVE_FAILED},
+    {ConnectCode::connect_failed, ERROR_CODE_CONNECT_FAILED},
+    {ConnectCode::connect_refused, ERROR_CODE_CONNECT_REFUSED},
+    {ConnectCode::tls_handshake_failed, ERROR_CODE_CONNECT_TLS_HANDSHAKE_FAILED},
+    {ConnectCode::socket_or_sys_failure, ERROR_CODE_SOCKET_OR_SYS_FAILURE},
+    {ConnectCode::certificate_failed, ERROR_CODE_CERTIFICATE_FAILED},
+    {ConnectCode::certificate_failed_but_warnable, ERROR_CODE_CERTIFICATE_FAILED_BUT_WARNABLE},
+};
+
+/// Why an answer with another status than 200 is none: RFC 9110 section 15.5.8, RFC 6585 section 6.
+std::string words_of_status(int status) {
+    const std::string number = "HTTP status " + std::to_string(status);
+    switch (status) {
+    case 407:
+        return number + ": a proxy wants a log-in";
+    case 511:
+        return number + ": the network wants a log-in";
+    default:
+        return number;
     }
-    broker_assert_failed("cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
 }
 
 bool is_ip_address(const std::string &text) {
@@ -137,7 +136,9 @@ void cKAVRO_BROKER_CLIENT::handle_connect_to_broker(const ConnectResult &result,
         certificates.error_text = result.error_text;
         certificates.connected_securely = result.connect_securely;
     }
-    handler({code_of_connect(result.result), result.error_text}, std::move(certificates));
+    const eERROR_CODE code =
+        code_of(connect_codes, result.result, "cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
+    handler({code, result.error_text}, std::move(certificates));
 }
 
 void cKAVRO_BROKER_CLIENT::learn_identity() {
@@ -163,8 +164,10 @@ template <class Record, class... Given, class Handler>
 auto cKAVRO_BROKER_CLIENT::reading(const Message<Record, Given...> &message, Handler handler) {
     return [this, &message, handler = std::move(handler)](const PostResult &post) {
         Record record;
-        const BrokerResult result = read_answer(message, post, dialect_, record);
+        BrokerResult result = read_answer(message, post, dialect_, record);
         transport_.report().result_id = result.result_id;
+        if (result.code == ERROR_CODE_HTTP_NOT_OK)
+            result.message = words_of_status(transport_.report().http_status);
         handler(result, std::move(record));
     };
 }
@@ -250,28 +253,6 @@ void cKAVRO_BROKER_CLIENT::update_password(std::string_view user_name,
 
 void cKAVRO_BROKER_CLIENT::complete_unimplemented(AuthHandler handler) {
     transport_.post([handler = std::move(handler)] { handler({ERROR_CODE_NOT_IMPLEMENTED}, {}); });
-}
-
-void cKAVRO_BROKER_CLIENT::authenticate_securid(std::string_view, std::string_view,
-                                                AuthHandler handler) {
-    complete_unimplemented(std::move(handler));
-}
-
-void cKAVRO_BROKER_CLIENT::authenticate_securid_token(std::string_view, AuthHandler handler) {
-    complete_unimplemented(std::move(handler));
-}
-
-void cKAVRO_BROKER_CLIENT::change_securid_pin(std::string_view, std::string_view, std::string_view,
-                                              AuthHandler handler) {
-    complete_unimplemented(std::move(handler));
-}
-
-void cKAVRO_BROKER_CLIENT::wait_for_securid(AuthHandler handler) {
-    complete_unimplemented(std::move(handler));
-}
-
-void cKAVRO_BROKER_CLIENT::confirm_certificate(bool, AuthHandler handler) {
-    complete_unimplemented(std::move(handler));
 }
 
 void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {

@@ -33,23 +33,34 @@ public:
     void authenticate_dialog(std::span<const DialogAnswer> fields, std::string_view button_id,
                              AuthHandler handler) override;
     void authenticate_oauth(std::string_view code, AuthHandler handler) override;
-    void authenticate_securid(std::string_view user_name, std::string_view passcode,
-                              AuthHandler handler) override;
-    void authenticate_securid_token(std::string_view token, AuthHandler handler) override;
-    void change_securid_pin(std::string_view token, std::string_view new_pin,
-                            std::string_view new_pin_again, AuthHandler handler) override;
-    void wait_for_securid(AuthHandler handler) override;
     void accept_disclaimer(bool accept, AuthHandler handler) override;
     void update_password(std::string_view user_name, std::string_view old_password,
                          std::string_view new_password, std::string_view domain,
                          AuthHandler handler) override;
-    void confirm_certificate(bool accept, AuthHandler handler) override;
     void get_resource_list(DesktopListHandler handler) override;
     void allocate_resource(std::string_view resource_id, const Variables &agent_variables,
                            AllocationHandler handler, std::chrono::milliseconds timeout) override;
     void perform_operation(std::string_view resource_id, eKAVRO_BROKER_DESKTOP_CMD command,
                            OperationHandler handler) override;
     void do_logout(LogoutHandler handler) override;
+
+    // What this kind of broker does not offer.
+    void authenticate_securid(std::string_view, std::string_view, AuthHandler handler) override {
+        complete_unimplemented(std::move(handler));
+    }
+    void authenticate_securid_token(std::string_view, AuthHandler handler) override {
+        complete_unimplemented(std::move(handler));
+    }
+    void change_securid_pin(std::string_view, std::string_view, std::string_view,
+                            AuthHandler handler) override {
+        complete_unimplemented(std::move(handler));
+    }
+    void wait_for_securid(AuthHandler handler) override {
+        complete_unimplemented(std::move(handler));
+    }
+    void confirm_certificate(bool, AuthHandler handler) override {
+        complete_unimplemented(std::move(handler));
+    }
 
     void set_signing_function(SigningFunction sign) override {
         transport_.client_signing().set_signing_function(std::move(sign));
