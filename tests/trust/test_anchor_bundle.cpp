@@ -96,8 +96,10 @@ TEST(AnchorBundle, EveryAnchorOfANameIsTried) {
     const test_support::TemporaryHome folder;
     const std::string path = folder.folder().string() + "/bundle.pem";
     const NameHandle wide(X509_NAME_new()); // has no key
-    X509_NAME_add_entry_by_txt(wide.get(), "CN", V_ASN1_BMPSTRING, bytes_of("\0T\0w\0i\0n"), 8, -1,
-                               0);
+    X509_NAME_add_entry_by_txt(wide.get(), "CN", V_ASN1_BMPSTRING, bytes_of("AB"), 2, -1, 0);
+    const NameHandle same_in_utf8(X509_NAME_new());
+    X509_NAME_add_entry_by_txt(same_in_utf8.get(), "CN", V_ASN1_UTF8STRING,
+                               bytes_of("\xE4\x85\x82"), -1, -1, 0);
     std::vector<Identity> roots{broker_sim::mint_authority("Twin"),
                                 broker_sim::mint_authority("Twin"), root_named(wide.get()),
                                 root_named(wide.get())};
@@ -108,8 +110,7 @@ TEST(AnchorBundle, EveryAnchorOfANameIsTried) {
     bundle.close();
     // An issuer that the leaf spells in another way than the anchor.
     roots.push_back({roots[2].key, {X509_dup(roots[2].certificate.get()), X509_free}});
-    X509_set_subject_name(roots.back().certificate.get(),
-                          X509_get_subject_name(roots[0].certificate.get()));
+    X509_set_subject_name(roots.back().certificate.get(), same_in_utf8.get());
     roots.push_back(left_out);
     for (const Identity &root : roots) {
         const Identity leaf = server(root, {.key = "ec-p256"});
