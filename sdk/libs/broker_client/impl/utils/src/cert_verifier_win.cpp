@@ -4,6 +4,7 @@
 #include "utils/src/broker_log.h"
 #include "utils/src/cert_chain.h"
 
+#include <openssl/x509.h>
 #include <windows.h>
 
 #include <wincrypt.h>
