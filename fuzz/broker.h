@@ -19,7 +19,8 @@ extern std::atomic<int> open_port;
 /// fuzzer wants.
 class Broker {
 public:
-    Broker() : peer_({{test_support::handshake(), [this](auto &client) { serve(client); }}}) {
+    Broker()
+        : peer_({{test_support::handshake(), [this](auto &client) { return serve(client); }}}) {
         open_port = peer_.endpoint().port();
     }
 
@@ -35,19 +36,20 @@ public:
     std::string port() const { return peer_.port(); }
 
 private:
-    void serve(test_support::PeerConnection &client) {
+    boost::asio::awaitable<void> serve(test_support::PeerConnection &client) {
         for (;;) {
-            test_support::expect_request()(client);
+            co_await test_support::expect_request()(client);
             const std::string answer = next_answer();
             if (!answer.starts_with('<'))
-                return end_with(answer, client);
-            test_support::send(test_support::http_ok(answer))(client);
+                co_return co_await end_with(answer, client);
+            co_await test_support::send(test_support::http_ok(answer))(client);
         }
     }
 
-    static void end_with(const std::string &answer, test_support::PeerConnection &client) {
-        test_support::send(answer)(client);
-        test_support::close_notify()(client);
+    static boost::asio::awaitable<void> end_with(const std::string &answer,
+                                                 test_support::PeerConnection &client) {
+        co_await test_support::send(answer)(client);
+        co_await test_support::close_notify()(client);
     }
 
     std::string next_answer() {

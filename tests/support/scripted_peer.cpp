@@ -1,38 +1,36 @@
 #include "scripted_peer.h"
 
 #include <boost/asio/buffer.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/ssl/error.hpp>
 #include <boost/asio/ssl/stream.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <array>
-#include <optional>
 #include <utility>
 
 namespace test_support {
 
 namespace asio = boost::asio;
 namespace ssl = boost::asio::ssl;
+using asio::awaitable;
+using asio::use_awaitable;
 using asio::ip::tcp;
-using boost::system::error_code;
+using broker_sim::Socket;
 using std::chrono::milliseconds;
 
 /// A connection, and what its steps need. Failures are thrown and end the script.
 class PeerConnection {
 public:
-    PeerConnection(ScriptedPeer &owner, tcp::socket socket, PeerRecord &record)
+    PeerConnection(ScriptedPeer &owner, Socket socket, PeerRecord &record)
         : peer(owner), stream(std::move(socket), owner.tls_), record_(record) {}
 
-    void run(const Script &script);
-    /// Makes whatever run() is waiting for fail. The caller holds the peer's mutex.
-    void interrupt();
-
-    tcp::socket &socket() { return stream.next_layer(); }
-    void read_more();
-    void write(std::string_view bytes);
-    /// Ends the script when the peer ends before the time is over; without a time it does so only
-    /// then.
-    void pause(std::optional<milliseconds> time);
+    Socket &socket() { return stream.next_layer(); }
+    awaitable<void> follow(const Script &script);
+    awaitable<void> read_more();
+    awaitable<void> write(std::string_view bytes);
     void close();
 
     template <class Change>
@@ -43,82 +41,49 @@ public:
     }
 
     ScriptedPeer &peer;
-    ssl::stream<tcp::socket> stream;
+    ssl::stream<Socket> stream;
     std::string unread; ///< came in and was not yet asked for by a step
     bool encrypted = false;
 
 private:
-    void drain();
-
     PeerRecord &record_;
 };
 
-void PeerConnection::run(const Script &script) {
-    try {
-        socket().set_option(tcp::no_delay(true));
-        for (const Step &step : script)
-            step(*this);
-        for (;;)
-            read_more();
-    } catch (const boost::system::system_error &) {
-        // A step or the other side has ended the connection, or TLS has failed on it.
-    }
-    drain();
-    close();
+/// Until the other side has ended the connection, or TLS has failed on it.
+awaitable<void> PeerConnection::follow(const Script &script) {
+    for (const Step &step : script)
+        co_await step(*this);
+    for (;;)
+        co_await read_more();
 }
 
-void PeerConnection::interrupt() {
-    error_code ignored;
-    if (!socket().is_open())
-        return;
-    socket().shutdown(tcp::socket::shutdown_both, ignored);
-    socket().cancel(ignored); // on Windows a read that is under way does not notice the shutdown
-}
-
-void PeerConnection::write(std::string_view bytes) {
+awaitable<void> PeerConnection::write(std::string_view bytes) {
     if (encrypted)
-        asio::write(stream, asio::buffer(bytes));
+        co_await asio::async_write(stream, asio::buffer(bytes), use_awaitable);
     else
-        asio::write(socket(), asio::buffer(bytes));
+        co_await asio::async_write(socket(), asio::buffer(bytes), use_awaitable);
 }
 
-void PeerConnection::pause(std::optional<milliseconds> time) {
-    std::unique_lock lock(peer.mutex_);
-    const auto stopping = [this] { return peer.stopping_; };
-    if (!time)
-        peer.changed_.wait(lock, stopping);
-    else if (!peer.changed_.wait_for(lock, *time, stopping))
-        return;
-    throw boost::system::system_error(asio::error::operation_aborted);
-}
-
-void PeerConnection::read_more() {
+awaitable<void> PeerConnection::read_more() {
     std::array<char, 16 * 1024> buffer;
-    const std::size_t count = encrypted ? stream.read_some(asio::buffer(buffer))
-                                        : socket().read_some(asio::buffer(buffer));
+    const std::size_t count =
+        encrypted ? co_await stream.async_read_some(asio::buffer(buffer), use_awaitable)
+                  : co_await socket().async_read_some(asio::buffer(buffer), use_awaitable);
     unread.append(buffer.data(), count);
     change_record([&](PeerRecord &record) { record.received.append(buffer.data(), count); });
 }
 
-/// Closing with bytes unread would send a reset, which may overtake what was sent last.
-void PeerConnection::drain() {
-    std::array<char, 16 * 1024> buffer;
-    error_code end;
-    while (!end)
-        socket().read_some(asio::buffer(buffer), end);
-}
-
 void PeerConnection::close() {
     change_record([this](PeerRecord &record) {
-        error_code ignored;
+        boost::system::error_code ignored;
         socket().close(ignored);
         record.closed = true;
     });
 }
 
 Step handshake() {
-    return [](PeerConnection &connection) {
-        connection.stream.handshake(ssl::stream_base::server);
+    return [](PeerConnection &connection) -> awaitable<void> {
+        co_await connection.stream.async_handshake(ssl::stream_base::server, use_awaitable);
         connection.encrypted = true;
         SSL *const tls = connection.stream.native_handle();
         const char *name = SSL_get_servername(tls, TLSEXT_NAMETYPE_host_name);
@@ -133,27 +98,27 @@ Step handshake() {
 }
 
 Step expect_bytes(std::size_t count) {
-    return [=](PeerConnection &connection) {
+    return [=](PeerConnection &connection) -> awaitable<void> {
         while (connection.unread.size() < count)
-            connection.read_more();
+            co_await connection.read_more();
         connection.unread.erase(0, count);
     };
 }
 
 Step expect_request() {
-    return [](PeerConnection &connection) {
+    return [](PeerConnection &connection) -> awaitable<void> {
         constexpr std::string_view blank_line = "\r\n\r\n";
         constexpr std::string_view length_name = "Content-Length: ";
         std::string &unread = connection.unread;
         std::size_t head = 0;
         while ((head = unread.find(blank_line)) == std::string::npos)
-            connection.read_more();
+            co_await connection.read_more();
         const std::size_t length = unread.find(length_name);
         const std::size_t body =
             length < head ? std::stoul(unread.substr(length + length_name.size())) : 0;
         const std::size_t whole = head + blank_line.size() + body;
         while (unread.size() < whole)
-            connection.read_more();
+            co_await connection.read_more();
         connection.change_record(
             [&](PeerRecord &record) { record.requests.push_back(unread.substr(0, whole)); });
         unread.erase(0, whole);
@@ -161,7 +126,7 @@ Step expect_request() {
 }
 
 Step send(std::string bytes) {
-    return [=](PeerConnection &connection) { connection.write(bytes); };
+    return [=](PeerConnection &to) -> awaitable<void> { co_await to.write(bytes); };
 }
 
 Step send_split(std::string bytes, std::size_t piece) {
@@ -169,43 +134,52 @@ Step send_split(std::string bytes, std::size_t piece) {
 }
 
 Step drip(std::string bytes, std::size_t piece, milliseconds pause) {
-    return [=](PeerConnection &connection) {
+    return [=](PeerConnection &to) -> awaitable<void> {
         for (std::string_view rest = bytes; !rest.empty();) {
-            connection.write(rest.substr(0, piece));
+            co_await to.write(rest.substr(0, piece));
             rest.remove_prefix(std::min(piece, rest.size()));
-            connection.pause(pause);
+            co_await broker_sim::pause(pause);
         }
     };
 }
 
 Step send_plain(std::string bytes) {
-    return [=](PeerConnection &to) { asio::write(to.socket(), asio::buffer(bytes)); };
+    return [=](PeerConnection &to) -> awaitable<void> {
+        co_await asio::async_write(to.socket(), asio::buffer(bytes), use_awaitable);
+    };
 }
 
 Step renegotiate() {
-    return [](PeerConnection &connection) {
+    return [](PeerConnection &connection) -> awaitable<void> {
         SSL_renegotiate(connection.stream.native_handle());
-        connection.stream.handshake(ssl::stream_base::server); // sends the request for it
+        // Sends the request for it.
+        co_await connection.stream.async_handshake(ssl::stream_base::server, use_awaitable);
     };
 }
 
 Step close_notify() {
-    return [](PeerConnection &connection) { connection.stream.shutdown(); };
+    return [](PeerConnection &to) -> awaitable<void> {
+        co_await to.stream.async_shutdown(use_awaitable);
+    };
 }
 
 Step fin() {
-    return [](PeerConnection &to) { to.socket().shutdown(tcp::socket::shutdown_send); };
+    return [](PeerConnection &to) -> awaitable<void> {
+        to.socket().shutdown(tcp::socket::shutdown_send);
+        co_return;
+    };
 }
 
 Step rst() {
-    return [](PeerConnection &connection) {
+    return [](PeerConnection &connection) -> awaitable<void> {
         connection.socket().set_option(asio::socket_base::linger(true, 0));
         connection.close();
+        co_return;
     };
 }
 
 Step stall() {
-    return [](PeerConnection &connection) { connection.pause(std::nullopt); };
+    return [](PeerConnection &) { return broker_sim::stall(); };
 }
 
 std::string http_ok(std::string_view body, std::string_view header_lines) {
@@ -281,47 +255,36 @@ ssl::context server_context(const PeerTls &settings) {
 
 ScriptedPeer::ScriptedPeer(std::vector<Script> scripts, const PeerTls &tls,
                            const std::string &address)
-    : scripts_(std::move(scripts)),
-      tls_(server_context(tls)),
-      acceptor_(context_, tcp::endpoint(asio::ip::make_address(address), 0)),
-      endpoint_(acceptor_.local_endpoint()) {
-    acceptor_thread_ = std::thread([this] { accept_all(); });
+    : scripts_(std::move(scripts)), tls_(server_context(tls)), connections_(address, 0) {
+    connections_.start([this](Socket socket) { return serve(std::move(socket)); });
 }
 
-ScriptedPeer::~ScriptedPeer() {
-    {
-        const std::lock_guard lock(mutex_);
-        stopping_ = true;
-        changed_.notify_all();
-        for (const auto &connection : connections_)
-            connection->interrupt();
+awaitable<void> ScriptedPeer::serve(Socket socket) {
+    std::unique_lock lock(mutex_);
+    const Script &script = scripts_[std::min(records_.size(), scripts_.size() - 1)];
+    PeerConnection connection(*this, std::move(socket), records_.emplace_back());
+    changed_.notify_all();
+    lock.unlock();
+    connection.socket().set_option(tcp::no_delay(true));
+    boost::system::error_code end;
+    try {
+        co_await connection.follow(script);
+    } catch (const boost::system::system_error &failure) {
+        // A step or the other side has ended the connection, or TLS has failed on it.
+        if (failure.code().category() != asio::error::get_ssl_category())
+            end = failure.code();
     }
-    error_code ignored;
-    tcp::socket(context_).connect(endpoint_, ignored); // wakes the acceptor
-    acceptor_thread_.join();
-    for (std::thread &thread : threads_)
-        thread.join();
-}
-
-void ScriptedPeer::accept_all() {
-    for (;;) {
-        error_code error;
-        tcp::socket socket = acceptor_.accept(error);
-        const std::lock_guard lock(mutex_);
-        if (stopping_)
-            return;
-        if (error)
-            continue;
-        const Script &script = scripts_[std::min(records_.size(), scripts_.size() - 1)];
-        PeerConnection &connection = *connections_.emplace_back(
-            std::make_unique<PeerConnection>(*this, std::move(socket), records_.emplace_back()));
-        threads_.emplace_back([&connection, &script] { connection.run(script); });
-        changed_.notify_all();
-    }
+    // Closing with bytes unread would send a reset, which may overtake what was sent last. But a
+    // socket that has told of its end does not tell of it again.
+    std::array<char, 16 * 1024> discarded;
+    while (!end)
+        co_await connection.socket().async_read_some(asio::buffer(discarded),
+                                                     asio::redirect_error(use_awaitable, end));
+    connection.close();
 }
 
 std::string ScriptedPeer::address() const {
-    return endpoint_.address().to_string() + ":" + port();
+    return endpoint().address().to_string() + ":" + port();
 }
 
 std::size_t ScriptedPeer::connection_count() const {

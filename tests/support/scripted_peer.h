@@ -1,9 +1,8 @@
 #pragma once
 
+#include "connection_server.h"
 #include "minting.h"
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/context.hpp>
 
 #include <chrono>
@@ -12,11 +11,9 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace test_support {
@@ -25,7 +22,7 @@ class PeerConnection;
 
 /// One thing that the peer does on a connection. A step that fails, because the other side is gone
 /// for instance, ends the script.
-using Step = std::function<void(PeerConnection &)>;
+using Step = std::function<boost::asio::awaitable<void>(PeerConnection &)>;
 
 /// What the peer does on one connection, TCP being established. Without handshake() the steps speak
 /// plain TCP. When the script is at its end, the peer listens until the other side closes.
@@ -92,20 +89,18 @@ struct PeerRecord {
     bool closed = false;
 };
 
-/// A server on a loopback address that follows a script, each connection on a thread of its own.
+/// A server on a loopback address that follows a script on each connection.
 class ScriptedPeer {
 public:
     /// The first connection follows the first script and so on; the last script serves all that
     /// come after.
     explicit ScriptedPeer(std::vector<Script> scripts, const PeerTls &tls = {},
                           const std::string &address = "127.0.0.1");
-    /// Ends all connections, whatever they are waiting for.
-    ~ScriptedPeer();
     ScriptedPeer(const ScriptedPeer &) = delete;
     ScriptedPeer &operator=(const ScriptedPeer &) = delete;
 
-    boost::asio::ip::tcp::endpoint endpoint() const { return endpoint_; }
-    std::string port() const { return std::to_string(endpoint_.port()); }
+    boost::asio::ip::tcp::endpoint endpoint() const { return connections_.endpoint(); }
+    std::string port() const { return std::to_string(endpoint().port()); }
     /// "address:port"
     std::string address() const;
 
@@ -118,21 +113,15 @@ public:
 private:
     friend class PeerConnection;
 
-    void accept_all();
+    boost::asio::awaitable<void> serve(broker_sim::Socket socket);
 
     std::vector<Script> scripts_;
-    boost::asio::io_context context_;
     boost::asio::ssl::context tls_;
-    boost::asio::ip::tcp::acceptor acceptor_;
-    boost::asio::ip::tcp::endpoint endpoint_;
-
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
-    bool stopping_ = false;
     std::deque<PeerRecord> records_; ///< its elements stay where they are
-    std::vector<std::unique_ptr<PeerConnection>> connections_;
-    std::thread acceptor_thread_;
-    std::vector<std::thread> threads_;
+    broker_sim::ConnectionServer
+        connections_; ///< the last, because its thread uses all of the above
 };
 
 } // namespace test_support

@@ -1,20 +1,13 @@
 #include "https_server.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
-#include <boost/asio/post.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/read_until.hpp>
-#include <boost/asio/redirect_error.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 
 #include <algorithm>
 #include <array>
-#include <future>
-#include <stdexcept>
 
 namespace broker_sim {
 namespace asio = boost::asio;
@@ -25,23 +18,6 @@ using asio::ip::tcp;
 namespace {
 
 constexpr std::size_t most_head_bytes = 64 * 1024;
-
-awaitable<void> pause(std::chrono::milliseconds time) {
-    asio::steady_timer timer(co_await asio::this_coro::executor, time);
-    co_await timer.async_wait(use_awaitable);
-}
-
-/// Waits until the server stops, which destroys the coroutine.
-awaitable<void> stall() {
-    asio::steady_timer timer(co_await asio::this_coro::executor,
-                             asio::steady_timer::time_point::max());
-    co_await timer.async_wait(use_awaitable);
-}
-
-void reset(tcp::socket &socket) {
-    socket.set_option(asio::socket_base::linger(true, 0));
-    socket.close();
-}
 
 /// `buffer` keeps what came after the request.
 template <class Stream>
@@ -98,70 +74,17 @@ awaitable<void> end_connection(Stream &stream, Ending ending) {
 
 } // namespace
 
-tcp::acceptor listen(asio::io_context &io, const std::string &address, std::uint16_t port) {
-    try {
-        return tcp::acceptor(io, tcp::endpoint(asio::ip::make_address(address), port));
-    } catch (const boost::system::system_error &error) {
-        throw std::runtime_error("cannot listen on " + address + " port " + std::to_string(port) +
-                                 ": " + error.code().message());
-    }
-}
-
 HttpsServer::HttpsServer(const std::string &address, std::uint16_t port, asio::ssl::context tls,
                          Service &service)
-    : tls_(std::move(tls)),
-      acceptor_(listen(io_, address, port)),
-      door_stop_(io_),
-      service_(service) {}
+    : tls_(std::move(tls)), service_(service), connections_(address, port) {}
 
 void HttpsServer::start() {
-    asio::co_spawn(io_, accept_all(), asio::detached);
-    thread_ = std::thread([this] { io_.run(); });
+    connections_.start([this](Socket socket) { return serve(std::move(socket)); },
+                       [this] { return service_.refuses_to_accept(); });
 }
 
-HttpsServer::~HttpsServer() {
-    io_.stop();
-    if (thread_.joinable())
-        thread_.join();
-}
-
-void HttpsServer::reconsider_accepting() {
-    std::promise<void> settled;
-    asio::post(io_, [&] {
-        if (service_.refuses_to_accept())
-            close_the_door();
-        settled.set_value();
-    });
-    settled.get_future().wait();
-}
-
-/// With no room in the queue of connections that wait to be accepted, and one in it that is never
-/// accepted, the kernel ignores whoever else would connect.
-void HttpsServer::close_the_door() {
-    if (door_stop_.is_open())
-        return;
-    acceptor_.cancel();
-    acceptor_.listen(0);
-    door_stop_.connect(acceptor_.local_endpoint());
-}
-
-awaitable<void> HttpsServer::accept_all() {
-    for (;;) {
-        if (service_.refuses_to_accept())
-            close_the_door();
-        if (door_stop_.is_open())
-            co_await stall();
-        boost::system::error_code error;
-        tcp::socket socket =
-            co_await acceptor_.async_accept(asio::redirect_error(use_awaitable, error));
-        if (error)
-            continue;
-        const auto [connection, fault] = service_.accept();
-        asio::co_spawn(io_, serve(std::move(socket), connection, fault), asio::detached);
-    }
-}
-
-awaitable<void> HttpsServer::serve(tcp::socket socket, unsigned connection, Fault before_tls) {
+awaitable<void> HttpsServer::serve(Socket socket) {
+    const auto [connection, before_tls] = service_.accept();
     try {
         socket.set_option(tcp::no_delay(true));
         Stream stream(std::move(socket), tls_);

@@ -1,11 +1,7 @@
 #include "status_server.h"
 
-#include "https_server.h"
 #include "status_files.h"
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
-#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
@@ -17,7 +13,6 @@ namespace broker_sim {
 namespace asio = boost::asio;
 namespace beast = boost::beast;
 namespace http = boost::beast::http;
-using asio::ip::tcp;
 
 namespace {
 
@@ -78,27 +73,11 @@ Response respond(const Request &request, const std::function<std::string()> &sta
 } // namespace
 
 StatusServer::StatusServer(std::uint16_t port, std::function<std::string()> status)
-    : acceptor_(listen(io_, "127.0.0.1", port)), status_(std::move(status)) {
-    asio::co_spawn(io_, accept_all(), asio::detached);
-    thread_ = std::thread([this] { io_.run(); });
+    : status_(std::move(status)), connections_("127.0.0.1", port) {
+    connections_.start([this](Socket socket) { return serve(std::move(socket)); });
 }
 
-StatusServer::~StatusServer() {
-    io_.stop();
-    thread_.join();
-}
-
-asio::awaitable<void> StatusServer::accept_all() {
-    for (;;) {
-        boost::system::error_code error;
-        tcp::socket socket =
-            co_await acceptor_.async_accept(asio::redirect_error(asio::use_awaitable, error));
-        if (!error)
-            asio::co_spawn(io_, serve(std::move(socket)), asio::detached);
-    }
-}
-
-asio::awaitable<void> StatusServer::serve(tcp::socket socket) {
+asio::awaitable<void> StatusServer::serve(Socket socket) {
     beast::tcp_stream stream(std::move(socket));
     beast::flat_buffer buffer;
     try {

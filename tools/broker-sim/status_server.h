@@ -1,12 +1,9 @@
 #pragma once
-#include <boost/asio/awaitable.hpp>
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
+#include "connection_server.h"
 
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <thread>
 
 namespace broker_sim {
 
@@ -16,18 +13,14 @@ public:
     /// `status` gives the JSON that the page draws; it is called on the server's own thread.
     /// Port 0 is a free one. Throws when it cannot listen.
     StatusServer(std::uint16_t port, std::function<std::string()> status);
-    ~StatusServer();
 
-    std::uint16_t port() const { return acceptor_.local_endpoint().port(); }
+    std::uint16_t port() const { return connections_.endpoint().port(); }
 
 private:
-    boost::asio::awaitable<void> accept_all();
-    boost::asio::awaitable<void> serve(boost::asio::ip::tcp::socket socket);
+    boost::asio::awaitable<void> serve(Socket socket);
 
-    boost::asio::io_context io_{1};
-    boost::asio::ip::tcp::acceptor acceptor_;
     std::function<std::string()> status_;
-    std::thread thread_;
+    ConnectionServer connections_; ///< the last, because its thread uses the above
 };
 
 } // namespace broker_sim
