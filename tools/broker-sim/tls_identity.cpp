@@ -8,13 +8,19 @@
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <mutex>
+#include <random>
 #include <stdexcept>
 #include <string_view>
 
 namespace broker_sim {
 namespace {
+
+namespace fs = std::filesystem;
 
 /// Passes an OpenSSL result on, or throws what the error queue says.
 template <class Result>
@@ -81,6 +87,38 @@ std::map<int, std::string> extensions_of(const Subject &subject) {
     return extensions;
 }
 
+/// The key that an earlier process kept, or null.
+KeyPtr read_key(const fs::path &file) {
+    const std::unique_ptr<BIO, int (*)(BIO *)> bio(BIO_new_file(file.string().c_str(), "rb"),
+                                                   BIO_free);
+    EVP_PKEY *const key =
+        bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, nullptr, nullptr) : nullptr;
+    ERR_clear_error();
+    return KeyPtr(key, EVP_PKEY_free);
+}
+
+/// As a whole, so that no other process reads a part. It does not matter whether that works.
+void keep_key(const Identity &identity, const fs::path &file) {
+    std::error_code ignored;
+    fs::create_directories(file.parent_path(), ignored);
+    const fs::path unfinished = file.string() + "." + std::to_string(std::random_device()());
+    std::ofstream(unfinished, std::ios::binary) << identity.key_pem();
+    fs::rename(unfinished, file, ignored);
+}
+
+KeyPtr kept_key(const std::string &kind) {
+    const char *const folder = std::getenv("KAVRO_BROKER_SIM_KEYS");
+    if (!folder)
+        return generate_key(kind);
+    const fs::path file = fs::path(folder) / (kind + ".pem");
+    KeyPtr key = read_key(file);
+    if (!key) {
+        key = generate_key(kind);
+        keep_key({key, nullptr}, file);
+    }
+    return key;
+}
+
 /// `issuer` is null for a certificate that signs itself.
 Identity mint(const Subject &subject, KeyPtr key, const Identity *issuer) {
     const CertificatePtr certificate(checked(X509_new()), X509_free);
@@ -144,7 +182,7 @@ KeyPtr shared_key(const std::string &kind) {
     const std::lock_guard lock(mutex);
     KeyPtr &key = keys[kind];
     if (!key)
-        key = generate_key(kind);
+        key = kept_key(kind);
     return key;
 }
 

@@ -35,7 +35,8 @@ struct Subject {
 };
 
 /// "rsa-BITS", "ec-p256", "ec-CURVE" with a curve by OpenSSL's name, or "ed25519". Each kind is
-/// generated once a process, because RSA keys are slow to make.
+/// generated once a process, because RSA keys are slow to make; where the variable
+/// KAVRO_BROKER_SIM_KEYS names a folder, it is kept there for processes to come.
 KeyPtr shared_key(const std::string &kind);
 
 /// Makes a key of its own on every call.
