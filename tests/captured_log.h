@@ -1,16 +1,19 @@
 #pragma once
 
 #include "format_text.h"
-#include "utils/src/broker_log.h"
+#include "kavro_broker.h"
 
 #include <algorithm>
 #include <cstdarg>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kavro {
+
+void set_log_function(kavro_broker_log_function function) noexcept;
 
 struct LogLine {
     int32_t category;
@@ -25,16 +28,17 @@ struct LogLine {
     }
 };
 
-/// Keeps every message of the library from its construction on.
+/// Keeps every message that the library writes on this thread from its construction on.
 class CapturedLog {
 public:
-    CapturedLog() {
+    /// With `install` where the shared library shows nothing else.
+    explicit CapturedLog(void (*install)(kavro_broker_log_function) = set_log_function) {
         lines().clear();
-        set_log_function(&CapturedLog::record);
+        install(&CapturedLog::record);
     }
 
     static std::vector<LogLine> &lines() {
-        static std::vector<LogLine> all;
+        static thread_local std::vector<LogLine> all;
         return all;
     }
 
@@ -43,16 +47,25 @@ public:
         return std::ranges::count(lines(), text, &LogLine::text);
     }
     /// Whether a message has that in it.
-    static bool holds(std::string_view part) {
-        return std::ranges::any_of(lines(), [part](const LogLine &line) {
-            return line.text.find(part) != std::string::npos;
-        });
+    static bool holds(std::string_view part) { return text().find(part) != std::string::npos; }
+
+    static std::string text() {
+        std::string all;
+        for (const LogLine &line : lines())
+            all += line.text + "\n";
+        return all;
+    }
+    /// The text so far, which is forgotten.
+    static std::string take() {
+        std::string all = text();
+        lines().clear();
+        return all;
     }
 
 private:
-    BROKER_PRINTF_FORMAT(4, 0)
-    static void record(int32_t category, int32_t severity, int32_t error, const char *format,
-                       va_list arguments) {
+    __attribute__((format(printf, 4, 0))) static void record(int32_t category, int32_t severity,
+                                                             int32_t error, const char *format,
+                                                             va_list arguments) {
         lines().push_back({category, severity, error, format_text(format, arguments)});
     }
 };

@@ -1,49 +1,19 @@
 #pragma once
 
 #include "broker_sim.h"
-#include "format_text.h"
+#include "captured_log.h"
 #include "kavro_broker_extras.h"
 #include "support/minting.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdarg>
-#include <mutex>
 #include <string>
-#include <vector>
 
 namespace conversation {
 
-/// Everything the library logs, at every severity, through the public hook.
-class Log {
-public:
-    static void start() {
-        kavro_broker_set_log_function(&Log::record);
-        const std::lock_guard lock(mutex());
-        lines().clear();
-    }
-    static std::string text() {
-        const std::lock_guard lock(mutex());
-        std::string all;
-        for (const auto &line : lines())
-            all += line + "\n";
-        return all;
-    }
-
-private:
-    static std::mutex &mutex() {
-        static std::mutex one;
-        return one;
-    }
-    static std::vector<std::string> &lines() {
-        static std::vector<std::string> all;
-        return all;
-    }
-    __attribute__((format(printf, 4, 0))) static void
-    record(int32_t, int32_t, int32_t, const char *format, va_list arguments) {
-        const std::lock_guard lock(mutex());
-        lines().push_back(format_text(format, arguments));
-    }
+/// Through the public hook.
+struct Log : kavro::CapturedLog {
+    Log() : CapturedLog(kavro_broker_set_log_function) {}
 };
 
 /// Reads a text by the two-call convention; "(result N)" when there is none.
@@ -71,7 +41,6 @@ struct Conversation {
     explicit Conversation(broker_sim::Scenario scenario = broker_sim::Scenario::demo(),
                           kavro_broker_handle own_handle = nullptr)
         : broker(std::move(scenario)), trust(broker.ca_pem()), handle(own_handle) {
-        Log::start();
         if (handle == nullptr)
             kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle);
         kavro_broker_set_broker_address(handle, broker.address().c_str(),
@@ -114,6 +83,7 @@ struct Conversation {
     }
     std::string message() const { return text_of(kavro_broker_get_broker_error_message, handle); }
 
+    Log log;
     broker_sim::Simulator broker;
     test_support::TrustedCa trust;
     kavro_broker_handle handle;

@@ -4,7 +4,6 @@
 #include "support/requests.h"
 
 #include <chrono>
-#include <thread>
 
 namespace conversation {
 
@@ -16,12 +15,8 @@ constexpr auto margin = 2s;
 
 /// A handle whose requests have this long instead of half a minute.
 inline kavro_broker_handle handle_with_deadline(std::chrono::milliseconds deadline) {
-    Log::start();
+    const Log log; // no handle is made without one
     return test_support::new_handle(deadline).release();
-}
-
-inline std::chrono::milliseconds since(Clock::time_point start) {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
 }
 
 inline broker_sim::Scenario without_authentication() {

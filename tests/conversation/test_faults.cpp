@@ -90,7 +90,7 @@ TEST(Faults, RequestsFromCallbacksAreRefusedAtEveryLine) {
     EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
     EXPECT_EQ(second_answers, std::set<kavro_broker_result>{KAVRO_BROKER_ERR_INVALID_STATE});
     kavro_broker_set_session_log_id_function([](const char *) {});
-    Log::start();
+    const Log log; // in the place of the function above
 }
 
 } // namespace

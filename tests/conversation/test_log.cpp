@@ -1,4 +1,3 @@
-#include "captured_log.h"
 #include "conversation/short_deadlines.h"
 #include "support/unreachable.h"
 
@@ -6,7 +5,6 @@
 #include <regex>
 
 using namespace conversation;
-using kavro::CapturedLog;
 
 namespace {
 
@@ -19,10 +17,10 @@ std::string logged(const std::function<void()> &requests) {
         {std::regex("<kavro-client version=\"2.1\">\n  (<[a-z-]+>)[^]*"), "$1"},
     };
     constexpr const char *severities[] = {"banner", "error", "info", "debug", "verbose"};
-    const CapturedLog log;
+    const Log log;
     requests();
     std::string lines;
-    for (const auto &[category, severity, error, text] : CapturedLog::lines()) {
+    for (const auto &[category, severity, error, text] : Log::lines()) {
         std::string masked = text;
         for (const auto &[pattern, name] : masks)
             masked = std::regex_replace(masked, pattern, name);

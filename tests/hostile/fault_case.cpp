@@ -1,6 +1,6 @@
 #include "hostile/fault_case.h"
 
-#include "hostile/thread_log.h"
+#include "captured_log.h"
 #include "requests.h"
 #include "scripted_peer.h"
 #include "support/unreachable.h"
@@ -215,17 +215,17 @@ void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
     for (const Case &fault : faults) {
         SCOPED_TRACE(name_of(fault));
         set_port(handle, fault.ill == Ill::refuse ? refusing.port() : broker.port());
-        ThreadLog::take();
+        kavro::CapturedLog::take();
         const auto start = Clock::now();
         const auto code = fault.request->send(handle.get());
         EXPECT_EQ(std::ranges::count(expected(fault), code), 1) << code;
         EXPECT_LT(Clock::now() - start, deadline + margin);
-        const std::string log = ThreadLog::take();
+        const std::string log = kavro::CapturedLog::take();
         EXPECT_NE(log.find(log_sentence(fault)), std::string::npos) << log;
 
         set_port(handle, broker.port());
         EXPECT_EQ(good_request().send(handle.get()), KAVRO_BROKER_OK) << "afterwards";
-        EXPECT_EQ(canary::line_with_secret(log + ThreadLog::take()), "");
+        EXPECT_EQ(canary::line_with_secret(log + kavro::CapturedLog::take()), "");
     }
     EXPECT_EQ(broker.connection_count(), scripts.size());
     const auto last = broker.record(scripts.size() - 1).requests;

@@ -1,6 +1,5 @@
 #include "conversation/short_deadlines.h"
 #include "hostile/rounds.h"
-#include "hostile/thread_log.h"
 
 #include <atomic>
 #include <iostream>
@@ -13,7 +12,6 @@ namespace {
 TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
     constexpr int slices = 256;
     Conversation talk(without_authentication());
-    hostile::ThreadLog::install();
     std::mt19937 random(20261121);
     const int rounds = hostile::rounds(400);
     auto usual = 0us; // a whole request with its greeting, as long as the last good one
@@ -38,7 +36,7 @@ TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
         const auto took =
             std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
         canceller.join();
-        hostile::ThreadLog::take();
+        Log::take();
         ASSERT_LT(took, margin) << "round " << round;
         if (!disturbed) {
             ASSERT_EQ(result, KAVRO_BROKER_OK) << "after round " << round << ": " << talk.message();
@@ -51,6 +49,22 @@ TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
     }
     std::cout << cancelled << " of " << rounds << " requests were cancelled\n";
     EXPECT_GT(cancelled, rounds / 16); // fewer, the busier the machine is
+}
+
+TEST(CancelAnywhere, FromInsideTheLogFunctionDoesNotDeadlock) {
+    static kavro_broker_handle talking;
+    Conversation talk(without_authentication());
+    talking = talk.handle;
+    kavro_broker_set_log_function([](int32_t, int32_t, int32_t, const char *format, va_list) {
+        char text[16];
+        size_t length = sizeof text;
+        kavro_broker_get_broker_error_message(talking, text, &length);
+        if (std::string_view(format).starts_with("Client-Log-ID"))
+            kavro_broker_cancel(talking);
+    });
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_CANCELLED);
+    const Log log;
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
 }
 
 } // namespace

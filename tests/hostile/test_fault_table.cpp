@@ -1,5 +1,5 @@
+#include "captured_log.h"
 #include "hostile/fault_case.h"
-#include "hostile/thread_log.h"
 #include "scripted_peer.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ TEST(FaultTable, EveryRequestByEveryFaultAtEveryMoment) {
     constexpr std::size_t threads = 8;
     constexpr std::size_t block = 7;
     const test_support::TrustedCa trust;
-    ThreadLog::install();
+    const kavro::CapturedLog log;
     const auto cases = all_cases();
     std::atomic<std::size_t> next = 0;
     std::vector<std::thread> workers;

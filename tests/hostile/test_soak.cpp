@@ -1,6 +1,6 @@
+#include "captured_log.h"
 #include "hostile/fault_case.h"
 #include "hostile/rounds.h"
-#include "hostile/thread_log.h"
 #include "scripted_peer.h"
 #include "system.h"
 
@@ -37,7 +37,7 @@ TEST(Soak, NeitherMemoryNorDescriptorsGrow) {
     constexpr std::ptrdiff_t settling = 160 * 1024; // caches of the libraries, whatever the rounds
     constexpr std::ptrdiff_t each = 16;             // what a handle remembers of each broker
     const test_support::TrustedCa trust;
-    ThreadLog::install();
+    const kavro::CapturedLog log;
     Chance chance;
     const auto handle = test_support::new_handle(deadline);
     for (int warm_up = 0; warm_up < 4; ++warm_up)

@@ -1,8 +1,8 @@
 #include "broker_sim.h"
+#include "captured_log.h"
 #include "hostile/failing_allocation.h"
 #include "hostile/masked_text.h"
 #include "hostile/rounds.h"
-#include "hostile/thread_log.h"
 #include "kavro_broker_extras.h"
 #include "support/requests.h"
 #include "support/scripted_peer.h"
@@ -162,7 +162,7 @@ struct Talk {
         : broker([&row] { return scenario_of(row); }),
           trust(broker.authority),
           handle(new_handle(300ms, broker.port)) {
-        hostile::ThreadLog::install();
+        const kavro::CapturedLog log;
     }
 
     BrokerProcess broker;

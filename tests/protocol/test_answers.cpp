@@ -7,6 +7,7 @@
 #include "kavro/src/resource_list.h"
 #include "message_case.h"
 #include "record_lines.h"
+#include "utils/src/broker_log.h"
 
 #include <gtest/gtest.h>
 

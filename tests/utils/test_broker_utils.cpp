@@ -1,4 +1,5 @@
 #include "captured_log.h"
+#include "utils/src/broker_log.h"
 #include "utils/src/broker_utils.h"
 
 #include <gtest/gtest.h>
