@@ -2,6 +2,8 @@
 
 #include <boost/asio/ip/host_name.hpp>
 
+#include <random>
+
 using namespace conversation;
 using broker_sim::Scenario;
 
@@ -54,6 +56,7 @@ TEST(Conversation, FromGreetingToGoodBye) {
               KAVRO_BROKER_ERR_AUTH_UNKNOWN_USERNAME_PASSWORD);
     EXPECT_NE(talk.message(), "");
     EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_PASSWORD));
+    EXPECT_EQ(talk.message(), "") << "of the last request only";
     EXPECT_EQ(kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", "wonderland"),
               KAVRO_BROKER_OK);
     EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_NONE));
@@ -72,14 +75,25 @@ TEST(Conversation, FromGreetingToGoodBye) {
     ASSERT_EQ(talk.allocate("desktop-office"), KAVRO_BROKER_OK);
     EXPECT_EQ(talk.property(KAVRO_BROKER_CONNECTION_SESSION_ID), "1001");
 
+    kavro_broker_set_locale(talk.handle, "de_DE"); // which the broker is told before the good-bye
+    traffic.since_last();
     EXPECT_EQ(kavro_broker_clear_session(talk.handle), KAVRO_BROKER_OK);
+    EXPECT_EQ(traffic.since_last(), (Traffic{2, 2}));
     EXPECT_EQ(talk.broker.requests().back().kind, "bye");
     EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_DISCLAIMER)) << "a new session";
     kavro_broker_free_variable_list(greeting);
 }
 
+/// To a broker whose address is not the client's, by a name that the system makes that address of.
 TEST(Conversation, HeadsByteForByte) {
-    Conversation talk;
+    const std::string broker_name = "127.2";
+    Scenario scenario = Scenario::demo();
+    scenario.address = "127.0.0.2";
+    scenario.tls.names = {broker_name};
+    Conversation talk(scenario);
+    kavro_broker_set_broker_variant(talk.handle, 2); // 1 alone makes the address a code
+    kavro_broker_set_broker_address(talk.handle, broker_name.c_str(),
+                                    std::to_string(talk.broker.port()).c_str());
     kavro_broker_set_timezone(talk.handle, "W. Europe Standard Time");
     ASSERT_EQ(talk.log_in(), KAVRO_BROKER_OK);
     ASSERT_EQ(talk.list(), KAVRO_BROKER_OK);
@@ -97,8 +111,8 @@ TEST(Conversation, HeadsByteForByte) {
                                     name + "</hostname>\r\n<serial-number>" + mac +
                                     "</serial-number>\r\n"),
               std::string::npos);
-    EXPECT_NE(requests[0].body.find("<ip-address>127.0.0.1</ip-address>\r\n"
-                                    "<hostname>127.0.0.1</hostname>\r\n"),
+    EXPECT_NE(requests[0].body.find("<ip-address>127.0.0.2</ip-address>\r\n<hostname>" +
+                                    broker_name + "</hostname>\r\n"),
               std::string::npos);
     EXPECT_NE(requests[4].body.find("<time-zone-windows>W. Europe Standard Time</time-zone-windows>"
                                     "\r\n<ip-address>127.0.0.1</ip-address>\r\n<mac-address>" +
@@ -117,7 +131,8 @@ TEST(Conversation, HeadsByteForByte) {
                 requests[i].head.substr(start, requests[i].head.find("\r\n", start) + 2 - start);
         }
         EXPECT_EQ(requests[i].head,
-                  "POST /kavro-broker/xml HTTP/1.1\r\nHost: 127.0.0.1\r\nClient-Log-Id: " + log_id +
+                  "POST /kavro-broker/xml HTTP/1.1\r\nHost: " + broker_name +
+                      "\r\nClient-Log-Id: " + log_id +
                       "\r\nAccept: text/*, application/octet-stream\r\n"
                       "Content-Type: text/xml; charset=UTF-8\r\n" +
                       cookies +
@@ -178,7 +193,10 @@ TEST(Conversation, AddressesThatCannotBe) {
 
 TEST(Conversation, TheSecondPortIsFoundWithoutBeingTold) {
     Scenario scenario = Scenario::demo();
-    scenario.address = "127.60.44.3"; // an address of its own, on which nobody has port 443
+    // An address of its own, whatever else runs on this machine, and on which nobody has port 443.
+    std::random_device random;
+    const auto number = [&random] { return std::to_string(1 + random() % 254); };
+    scenario.address = "127." + number() + "." + number() + "." + number();
     scenario.port = 60443;
     Conversation talk(scenario);
     kavro_broker_set_broker_address(talk.handle, scenario.address.c_str(), nullptr);
@@ -186,7 +204,7 @@ TEST(Conversation, TheSecondPortIsFoundWithoutBeingTold) {
     EXPECT_NE(Log::text().find("No Kavro broker found on port 443, retrying on port 60443."),
               std::string::npos);
     EXPECT_EQ(text_of(kavro_broker_get_resolved_broker_address, talk.handle),
-              "https://127.60.44.3:60443");
+              "https://" + scenario.address + ":60443");
     kavro_broker_set_broker_address(talk.handle, scenario.address.c_str(), "443");
     uint32_t method = 0;
     EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), KAVRO_BROKER_ERR_CONNECT_REFUSED);

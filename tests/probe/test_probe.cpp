@@ -77,17 +77,19 @@ TEST_F(Probe, UsualPorts) {
     const RefusingPort first, second, third;
     const struct {
         std::string broker, second_broker, direct_host, found;
+        std::optional<std::string> told = {};
     } rows[] = {
         {own.port(), second.port(), third.port(), "KAVR " + own.port()},
         {first.port(), own.port(), third.port(), "KAVR " + own.port()},
         {view.port(), second.port(), third.port(), "VIEW " + view.port()},
         {first.port(), second.port(), direct.port(), "HARD " + direct.port()},
+        {first.port(), own.port(), third.port(), "9", first.port()},
         {first.port(), second.port(), third.port(), "9"},
     };
     for (const auto &row : rows) {
         broker_query_impl finder({row.broker, row.second_broker, row.direct_host, {10s, 20s}});
         CapturedLog::lines().clear();
-        EXPECT_EQ(find(finder, "127.0.0.1"), row.found);
+        EXPECT_EQ(find(finder, "127.0.0.1", row.told), row.found);
     }
 
     std::erase_if(log.lines(), [](const LogLine &line) { return line.category != 1; });
@@ -156,7 +158,7 @@ TEST_F(Probe, OnlyAPlausibleNameIsLookedUp) {
         {"UNKNOWN+123", {}, "9"},
         {"unknown.test", "443", "9"},
     };
-    const Names names;
+    Names names;
     ProbeSettings settings;
     settings.lookup = names.lookup();
     broker_query_impl finder(settings);
@@ -164,6 +166,17 @@ TEST_F(Probe, OnlyAPlausibleNameIsLookedUp) {
         EXPECT_EQ(find(finder, address, port), result) << address;
         EXPECT_EQ(names.lookups() > 0, result == "9"s) << address;
     }
+
+    const ScriptedPeer peer({answering("<kavro-client/>")});
+    names.set("good.test", {peer.endpoint()});
+    for (int number = 0; number <= NameResolver::max_abandoned; ++number)
+        EXPECT_EQ(find(finder, "good.test", "443"), "KAVR 443") << "ended look-ups do not add up";
+
+    // An address that cannot be connected to is not the last word on a name.
+    names.set("nowhere.test", {{boost::asio::ip::address_v4::broadcast(), 443}});
+    const int before = names.lookups();
+    EXPECT_EQ(find(finder, "nowhere.test", "443"), "9");
+    EXPECT_EQ(names.lookups() - before, 6);
 }
 
 TEST_F(Probe, SmallBuffersAndTheFinishedFlag) {
