@@ -73,23 +73,6 @@ TEST_F(CommandTest, list_aligns_columns_as_a_terminal_shows_them) {
     EXPECT_THAT(requests(), ElementsAre("hello", "get-resource-list", "bye"));
 }
 
-TEST_F(CommandTest, list_prints_json_whatever_the_names_are) {
-    scenario.desktops[1].name = "not \xff UTF-8";
-    start(scenario);
-    const auto outcome = run({"list", "--json"});
-    Json expected = R"({
-        "broker": {"platform": "simulated", "product": "Broker Simulator", "version": "1.0.0"},
-        "desktops": [
-            {"id": "vm-1", "name": "Alpha", "type": "DESKTOP", "state": "POWERED_ON",
-             "health": "HEALTHY", "operations": ["down", "restart", "sleep"]},
-            {"id": "vm-2", "name": "not \ufffd UTF-8", "type": "DESKTOP", "state": "POWERED_OFF",
-             "health": "HEALTHY", "operations": ["up"]}],
-        "result": {"code": 0, "name": "KAVRO_BROKER_OK", "message": "It worked.",
-                   "broker_message": "", "exit_status": 0}})"_json;
-    expected["broker"]["address"] = "https://127.0.0.1:" + std::to_string(broker->port());
-    EXPECT_EQ(outcome.json(), expected);
-}
-
 TEST_F(CommandTest, connect_prints_the_target_and_keeps_the_session) {
     scenario.allocation = broker_sim::Scenario::demo().allocation;
     start(scenario);
@@ -122,6 +105,7 @@ TEST_F(CommandTest, connect_prints_the_target_and_keeps_the_session) {
 }
 
 TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
+    scenario.desktops[0].name = "not \xff UTF-8";
     scenario.allocation = broker_sim::Scenario::demo().allocation;
     start(scenario);
     Json expected = R"({
@@ -136,7 +120,7 @@ TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
                         "host_name": "agent-1.backup.example"}]})"_json;
     auto told = run({"connect", "vm-1", "--json"}).json();
     EXPECT_EQ(told["connection"], expected);
-    EXPECT_EQ(told["desktop"], (Json{{"id", "vm-1"}, {"name", "Alpha"}}));
+    EXPECT_EQ(told["desktop"], (Json{{"id", "vm-1"}, {"name", "not \ufffd UTF-8"}}));
 
     scenario.allocation.gateway_ticket = {};
     scenario.allocation.agent_variables.clear();

@@ -4,8 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-
 using testing::HasSubstr;
 
 namespace {
@@ -22,20 +20,12 @@ TEST_F(ShellTest, carries_out_one_command_after_the_other_in_one_session) {
         Lines requests;
         const char *out, *err; ///< parts
     } cases[] = {
-        {"", 0, {greeting, bye}, "", ""},
         {"\n # nothing\nlist\nlist # again\n", 0, {greeting, list, bye}, "vm-1", ""},
         {"list\nrefresh\nquit\nlist\n", 0, {greeting, list, list, bye}, "vm-2", ""},
-        {"power vm-1 restart\nlist\n",
-         0,
-         {greeting, list, "perform-operation vm-1|CMD_OS_RESTART", list, bye},
-         "restart, was POWERED_ON",
-         ""},
         {"connect al\n", 0, {greeting, list, connect}, "127.0.0.1", ""},
-        {"connect al\nlist\n", 0, {greeting, list, connect, list}, "vm-2", ""},
         {"connect al\nlogout\nlist\n", 0, {greeting, list, connect, bye}, "Alpha", ""},
         {"connect nowhere\nlist\n", 1, {greeting, list, bye}, "vm-1", "nowhere"},
         {"frobnicate\nlist\n", 1, {greeting, list, bye}, "vm-1", "frobnicate"},
-        {"power vm-1\nlist\n", 1, {greeting, list, bye}, "vm-1", "OPERATION"},
         {"connect 'al\nlist\n", 1, {greeting, list, bye}, "vm-1", "A quote is not closed."},
         {"connect --help\nhelp\n", 0, {greeting, bye}, "Leave, and end", ""},
         {"list --json", 0, {greeting, list, bye}, "\"desktops\"", ""},
@@ -61,30 +51,6 @@ TEST_F(ShellTest, ends_with_the_status_of_the_last_command_that_failed_or_of_the
 
     start({.domains = {"EXAMPLE"}, .authentication = {{.methods = {"password"}}}});
     EXPECT_EQ(run({"shell", "--user", "alice"}).status, 8);
-}
-
-TEST_F(ShellTest, an_interruption_stops_what_a_user_runs_but_all_of_a_script) {
-    const struct {
-        bool typed;
-        int signal, status;
-        Lines requests;
-    } cases[] = {
-        {true, SIGINT, 130, {greeting, list, list, bye}},
-        {true, SIGTERM, 128 + SIGTERM, {greeting, list}},
-        {false, SIGINT, 130, {greeting, list}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.typed ? c.signal : 0);
-        broker->inject({.match = {.request = list, .nth = 1}, .ending = broker_sim::Ending::stall});
-        const auto interrupting = interrupt_after(2, c.signal);
-        if (!c.typed)
-            script = descriptor_with("list\nlist\n");
-        const auto outcome = c.typed ? run({"shell"}, "list\nlist\n") : run({"shell"});
-        EXPECT_EQ(outcome.status, c.status);
-        EXPECT_EQ(requests(), c.requests);
-        EXPECT_THAT(outcome.err, HasSubstr("Cancelled."));
-        interruption.reset();
-    }
 }
 
 TEST(Words, are_told_apart_as_a_shell_does) {

@@ -34,12 +34,10 @@ protected:
     TerminalProgram start(const std::string &command = "list",
                           const std::string &variable = "NO_COLOR=") const {
         const std::string broker = simulator.address() + ":" + std::to_string(simulator.port());
-        std::vector<std::string> arguments{KAVRO_BROKER_PROGRAM, command, broker};
-        if (command != "probe")
-            arguments = {KAVRO_BROKER_PROGRAM, command, "--broker", broker, "--user", "alice"};
-        return TerminalProgram(arguments,
-                               {"TERM=xterm", "SSL_CERT_FILE=" + (folder / "ca.pem").string(),
-                                "SSL_CERT_DIR=" + (folder / "no-other-trust").string(), variable});
+        return TerminalProgram(
+            {KAVRO_BROKER_PROGRAM, command, "--broker", broker, "--user", "alice"},
+            {"TERM=xterm", "SSL_CERT_FILE=" + (folder / "ca.pem").string(),
+             "SSL_CERT_DIR=" + (folder / "no-other-trust").string(), variable});
     }
 
     static void log_in(TerminalProgram &program) {
@@ -101,24 +99,6 @@ TEST_F(TerminalTest, ctrl_c_ends_a_prompt_and_restores_the_terminal) {
     program.type("half a passw\x03");
     EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
     EXPECT_TRUE(program.echoes());
-}
-
-TEST_F(TerminalTest, ctrl_c_ends_a_request_that_the_broker_does_not_answer) {
-    simulator.inject(
-        {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
-    auto program = start();
-    log_in(program);
-    ASSERT_TRUE(program.wait_for("Listing the desktops")) << program.screen();
-    program.type("\x03");
-    EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
-    EXPECT_TRUE(program.echoes());
-    EXPECT_NE(program.screen().find("Cancelled."), std::string::npos) << program.screen();
-
-    simulator.inject({.stage = broker_sim::Stage::handshake, .ending = broker_sim::Ending::stall});
-    auto probe = start("probe");
-    ASSERT_TRUE(probe.wait_for("Looking who answers")) << probe.screen();
-    probe.type("\x03");
-    EXPECT_EQ(probe.wait_for_exit(2s), 130) << probe.screen();
 }
 
 } // namespace

@@ -1,13 +1,7 @@
 // The servers beside the broker.
-#include "system.h"
 #include "wire_client.h"
 
 #include <gtest/gtest.h>
-#include <zlib.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 using namespace broker_sim;
 using namespace std::chrono_literals;
@@ -16,11 +10,9 @@ namespace asio = boost::asio;
 namespace {
 
 Scenario all_servers() {
-    return {.allocation = {.connect_tag = "fetched", .provisioned = true},
-            .desktops = {{.name = "Hosted", .id = "hosted"}},
-            .view_broker = Listener{},
+    return {.view_broker = Listener{},
             .direct_host = Listener{},
-            .registration = Registration{.table = R"({"a":{"b":"${broker}"},"c":"${broker}"})"},
+            .registration = Registration{},
             .provisioning = Provisioning{}};
 }
 
@@ -28,29 +20,8 @@ std::string answer_of(const Simulator &simulator, std::string_view server, std::
     return converse(simulator, bytes, 20s, server).text();
 }
 
-std::string text_between(const std::string &text, const std::string &begin,
-                         const std::string &end) {
-    const std::size_t at = text.find(begin);
-    if (at == std::string::npos)
-        return "";
-    const std::size_t start = at + begin.size();
-    return text.substr(start, text.find(end, start) - start);
-}
-
 std::string table_request(const char *path = "/cm-lookup.cfg") {
     return std::string("GET ") + path + " HTTP/1.1\r\nConnection: close\r\n\r\n";
-}
-
-/// As clients write it: the fields of the head run together.
-std::string provisioning_request(const std::string &session, const std::string &ticket) {
-    const std::string body = document(
-        "<session-provision><jsessionid>" + session + "</jsessionid><gateway-ticket>" + ticket +
-        "</gateway-ticket><request-context><amzn-request-id>1</amzn-request-id>"
-        "</request-context><client-info><time-zone-windows></time-zone-windows>"
-        "<locale>en_US</locale></client-info></session-provision>");
-    return "POST /kavro-broker/xml HTTP/1.1\r\nHost: 127.0.0.1"
-           "Content-Type: text/xml charset=UTF-8Content-Length: " +
-           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
 }
 
 TEST(Servers, EachAnswersItsOwnPathsOnly) {
@@ -85,66 +56,6 @@ TEST(Servers, EachAnswersItsOwnPathsOnly) {
     EXPECT_EQ(silence.end, asio::error::timed_out);
     EXPECT_EQ(simulator.requests().back().server, direct_host);
     EXPECT_EQ(simulator.connections(registration), 2u);
-}
-
-TEST(Servers, TheTableNamesTheBrokerThatRuns) {
-    Simulator simulator{all_servers()};
-    const std::string address = "https://127.0.0.1:" + std::to_string(simulator.port());
-    const std::string table = R"({"a":{"b":")" + address + R"("},"c":")" + address + R"("})";
-    EXPECT_TRUE(answer_of(simulator, server_name::registration, table_request()).ends_with(table));
-
-    const auto folder = test_support::fresh_folder();
-    simulator.write_table_cache(folder);
-    std::ostringstream cache;
-    cache << std::ifstream(folder / "conversion_table.dat", std::ios::binary).rdbuf();
-    std::filesystem::remove_all(folder);
-    const std::string stored = cache.str();
-    ASSERT_EQ(stored.substr(0, 4), std::string({static_cast<char>(table.size()), 0, 0, 0}));
-    std::string read(table.size(), '\0');
-    uLongf size = read.size();
-    ASSERT_EQ(uncompress(reinterpret_cast<Bytef *>(read.data()), &size,
-                         reinterpret_cast<const Bytef *>(stored.data() + 4), stored.size() - 4),
-              Z_OK);
-    EXPECT_EQ(read, table);
-}
-
-TEST(Servers, ProvisioningTakesWhatTheBrokerHandedOutAndTakesItOnce) {
-    Simulator simulator{all_servers()};
-    const auto hello = converse(simulator, http_request("<hello/>")).text();
-    const std::string session = text_between(hello, "JSESSIONID=", ";");
-    const auto allocate = [&] {
-        return converse(simulator,
-                        http_request("<allocate-resource><resource-id>hosted</resource-id>"
-                                     "</allocate-resource>",
-                                     "JSESSIONID=" + session))
-            .text();
-    };
-    const std::string handed_out = allocate();
-    const std::string ticket = text_between(handed_out, "<value>", "<");
-    EXPECT_EQ(handed_out.find("<target>"), std::string::npos);
-    EXPECT_EQ(text_between(handed_out, "<ip-address>", "<"), "127.0.0.1");
-    EXPECT_EQ(text_between(handed_out, "<port>", "<"),
-              std::to_string(simulator.port(server_name::provisioning)));
-    EXPECT_NE(handed_out.find("-----BEGIN CERTIFICATE-----"), std::string::npos);
-
-    const struct {
-        std::string session, ticket;
-        const char *result;
-    } cases[] = {
-        {session, "guessed", "SESSION_PROVISION_FAILED_INVALID_TICKET"},
-        {"guessed", ticket, "ERR_INVALID_SESSION"},
-        {session, ticket, "SESSION_PROVISION_SUCCESSFUL"},
-        {session, ticket, "SESSION_PROVISION_FAILED_INVALID_TICKET"},
-    };
-    for (const auto &[cookie, shown, result] : cases) {
-        const auto answer =
-            answer_of(simulator, server_name::provisioning, provisioning_request(cookie, shown));
-        EXPECT_EQ(text_between(answer, "<result-id>", "<"), result);
-        EXPECT_EQ(text_between(answer, "<connect-tag>", "<"),
-                  result == std::string("SESSION_PROVISION_SUCCESSFUL") ? "fetched" : "");
-    }
-    EXPECT_EQ(simulator.requests().back().kind, "session-provision");
-    EXPECT_NE(text_between(allocate(), "<value>", "<"), ticket);
 }
 
 TEST(Servers, FaultsAndOverridesStrikeOneServerOrAll) {
