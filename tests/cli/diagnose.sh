@@ -10,8 +10,7 @@ client=$2
 
 # finds STATUS NAME WORDS ARGUMENTS...: the exit status, the finding by its name and in words
 finds() {
-  expect "$1" "$3" diagnose "${@:4}"
-  expect "$1" "\"name\": \"$2\"" diagnose "${@:4}" --json
+  expect "$1" "\"name\": \"$2\",\s*\"words\": \"[^\"]*$3" diagnose "${@:4}" --json
 }
 
 # A row: exit status | finding | words | scenario
@@ -43,6 +42,7 @@ ROWS
 
 finds 2 refused 'Nobody listens at 127.0.0.1, port 1.' --broker 127.0.0.1:1
 finds 1 unusable-port 'The port 70000 cannot be used' --broker 127.0.0.1:70000
+expect 2 'Nobody listens at 127.0.0.1, port 1.' diagnose --broker 127.0.0.1:1
 finds 1 unusable-address 'cannot be used' --broker user@host
 finds 2 unknown-code 'NONE is not in the table' --registration-code NONE --cache "$folder/made/for/it"
 [ -d "$folder/made/for/it" ]

@@ -5,7 +5,7 @@ expect() {
   local expected=$1 pattern=$2 status=0
   shift 2
   output=$("$client" "$@" <<<"${secret:-wonderland}" 2>&1) || status=$?
-  if [ "$status" != "$expected" ] || ! grep -qE "$pattern" <<<"$output"; then
+  if [ "$status" != "$expected" ] || ! grep -qzE "$pattern" <<<"$output"; then
     printf '%s: exit status %s instead of %s, or not "%s" in:\n%s\n' \
       "$*" "$status" "$expected" "$pattern" "$output"
     exit 1

@@ -9,7 +9,7 @@ import re
 import subprocess
 import sys
 import tempfile
-from itertools import zip_longest
+from itertools import groupby, zip_longest
 
 from pages import PAGES, ROOT, blocks
 
@@ -78,12 +78,25 @@ def difference(expected, output):
     return f"the page shows\n{expected}\nbut it is\n{output}"
 
 
+def is_snippet(block):
+    """Whether it is the inside of a function, which is only compiled."""
+    return block.language in COMPILERS and not block.text.startswith("#include")
+
+
+def snippet_problems(snippets, language):
+    """Compiles the snippets of all pages together; a message names the page and its line."""
+    source = "".join(f'#include "{name}"\n' for name in INCLUDES[language])
+    for number, block in enumerate(snippets):
+        source += (f'#line {block.line} "{block.page.name}"\n'
+                   f"void shown_{number}({block.given or 'void'}) {{\n{block.text}\n}}\n")
+    done = subprocess.run([*COMPILERS[language], "-fsyntax-only", "-"], input=source, text=True, capture_output=True)
+    if done.returncode:
+        yield done.stderr
+
+
 def compiled(block, folder, port):
     """Compiles a block; one that is a whole program runs as well. Gives its output."""
     source = block.text.replace(f'"{PORT_OF_THE_PAGES}"', f'"{port}"')
-    if not source.startswith("#include"):
-        includes = "".join(f'#include "{name}"\n' for name in INCLUDES[block.language])
-        source = f"{includes}void shown({block.given or 'void'}) {{\n{source}\n}}\n"
     is_program = re.search(r"^int main\(", source, re.M)
     build = ["-", "-x", "none", LIBRARY, "-o", "program"] if is_program else ["-fsyntax-only", "-"]
     output, problem = run([*COMPILERS[block.language], *build], folder, port, input=source)
@@ -122,8 +135,7 @@ def console_problems(shown, folder, port):
             yield f"{block.place}: {command}\n{difference(expected, told)}"
 
 
-def page_problems(page, folder):
-    found = blocks(page)
+def page_problems(found, folder):
     with simulator(folder) as line:
         port = str(json.loads(line)["port"])
         yield from console_problems([block for block in found if block.language == "console"], folder, port)
@@ -140,20 +152,19 @@ def page_problems(page, folder):
                 yield f'{block.place}: what is "{block.language}"?'
 
 
-def main():
-    count = 0
-    for page in PAGES:
+def problems():
+    shown = [block for page in PAGES for block in blocks(page)]
+    for language in COMPILERS:
+        yield from snippet_problems([b for b in shown if is_snippet(b) and b.language == language], language)
+    for _, found in groupby((b for b in shown if not is_snippet(b)), key=lambda block: block.page):
         with tempfile.TemporaryDirectory() as name:
             folder = pathlib.Path(name)
             (folder / "bin").mkdir()
             for program in (SIMULATOR, CLIENT):
                 (folder / "bin" / pathlib.Path(program).name).symlink_to(program)
             (folder / "password.txt").write_text("wonderland\n")
-            for problem in page_problems(page, folder):
-                count += 1
-                print(problem)
-    return count != 0
+            yield from page_problems(list(found), folder)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit("\n".join(problems()) or None)

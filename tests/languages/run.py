@@ -9,7 +9,7 @@ import ssl
 import subprocess
 import sys
 import tempfile
-from contextlib import contextmanager
+from contextlib import ExitStack, contextmanager
 from itertools import zip_longest
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -53,7 +53,8 @@ def server_that_asks_for_a_certificate(folder):
                 return
 
 
-def carry_on(program, conversation, port, authority, folder):
+def carry_on(program, conversation, port, authority):
+    folder = authority.parent
     certificate = folder / "certificate.der"
     certificate.write_bytes(ssl.PEM_cert_to_DER_cert(authority.read_text()))
     trust_nobody = {"SSL_CERT_FILE": os.devnull, "SSL_CERT_DIR": str(folder / "none")}
@@ -70,21 +71,29 @@ def agrees(outcome, expected):
     return outcome == expected
 
 
+def differences(conversation, told):
+    failures = 0
+    for (call, expected), outcome in zip_longest(conversation["calls"], told, fillvalue="(nothing)"):
+        if not agrees(outcome, expected):
+            failures += 1
+            print(f"{conversation['name']}: {json.dumps(call)}\n  expected {json.dumps(expected)}"
+                  f"\n  told     {json.dumps(outcome)}")
+    return failures
+
+
 def main():
     simulator, *program = sys.argv[1:]
-    failures = 0
-    for conversation in json.loads((HERE / "conversations.json").read_text()):
-        with tempfile.TemporaryDirectory() as name:
-            folder = pathlib.Path(name)
-            broker = (simulated_broker(simulator, conversation["broker"], folder)
-                      if "broker" in conversation else server_that_asks_for_a_certificate(folder))
-            with broker as (port, authority):
-                told = carry_on(program, conversation, port, authority, folder)
-        for (call, expected), outcome in zip_longest(conversation["calls"], told, fillvalue="(nothing)"):
-            if not agrees(outcome, expected):
-                failures += 1
-                print(f"{conversation['name']}: {json.dumps(call)}\n  expected {json.dumps(expected)}"
-                      f"\n  told     {json.dumps(outcome)}")
+    failures, brokers = 0, {}  # one for each scenario
+    with ExitStack() as stack:
+        for conversation in json.loads((HERE / "conversations.json").read_text()):
+            scenario = conversation.get("broker")
+            if str(scenario) not in brokers:
+                folder = pathlib.Path(stack.enter_context(tempfile.TemporaryDirectory()))
+                brokers[str(scenario)] = stack.enter_context(
+                    simulated_broker(simulator, scenario, folder) if scenario
+                    else server_that_asks_for_a_certificate(folder))
+            told = carry_on(program, conversation, *brokers[str(scenario)])
+            failures += differences(conversation, told)
     return failures != 0
 
 
