@@ -15,7 +15,7 @@ const fuzz::ScratchFile file("conversion_table.dat");
 
 std::optional<std::string> cached() {
     try {
-        return kavro::read_table_cache(file.folder());
+        return kavro::unpacked_table(kavro::read_table_cache(file.folder()));
     } catch (const std::runtime_error &) {
         return std::nullopt;
     }

@@ -87,8 +87,30 @@ TEST_F(Conversion, EveryCutAndEveryFlippedByteOfTheCacheIsNoticed) {
     EXPECT_EQ(convert("ABC"), "") << "bytes behind the stream";
 }
 
+TEST_F(Conversion, ReadsATableOnceAndHearsItsCheckpoint) {
+    const auto convert = [](int calls_allowed) {
+        int calls = 0;
+        const std::string address = convert_registration_code("https://ABC", [&] {
+            if (++calls > calls_allowed)
+                throw Interrupted();
+        });
+        return std::pair(address, calls != 0);
+    };
+    for (const char *address : {"one", "two"}) { // as long as each other
+        table.write(R"({"ABC": ")" + std::string(address) + "\"" + std::string(200'000, ' ') + "}");
+        EXPECT_THROW(convert(1), Interrupted);
+        EXPECT_EQ(convert(100), std::pair(std::string(address), true));
+        EXPECT_EQ(convert(100), std::pair(std::string(address), false)) << "as it was read before";
+    }
+}
+
 TEST_F(Conversion, NeedsALocation) {
     table.write(R"({"ABC": "right"})");
+    const auto here = std::filesystem::current_path();
+    std::filesystem::current_path(table.path());
+    set_cache_location(".");
+    std::filesystem::current_path(here);
+    EXPECT_EQ(convert("ABC"), "right") << "where the program was";
     const struct {
         std::string location;
         const char *address;

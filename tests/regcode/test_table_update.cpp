@@ -37,7 +37,7 @@ TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
         table.write(R"({"ABC": "old"})");
         const ScriptedPeer peer({script});
         update(peer.port());
-        EXPECT_EQ(read_table_cache(table.path()), new_table);
+        EXPECT_EQ(unpacked_table(read_table_cache(table.path())), new_table);
         EXPECT_EQ(convert("ABC"), "new");
         EXPECT_EQ(peer.record(0).received,
                   "GET /cm-lookup.cfg HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");

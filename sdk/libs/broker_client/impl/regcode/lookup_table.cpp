@@ -4,8 +4,10 @@
 #include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 
-#include <sstream>
+#include <algorithm>
+#include <istream>
 #include <stdexcept>
+#include <streambuf>
 #include <string_view>
 
 namespace kavro {
@@ -44,16 +46,41 @@ void check(std::string_view json) {
     check_shape(json);
 }
 
+/// A text that is read in pieces, with a checkpoint before each: the parser itself cannot be
+/// interrupted, and a large table takes it seconds.
+class TextInPieces : public std::streambuf {
+public:
+    TextInPieces(std::string text, const Checkpoint &checkpoint)
+        : text_(std::move(text)), checkpoint_(checkpoint) {}
+
+private:
+    int_type underflow() override {
+        constexpr std::size_t piece_bytes = 64 * 1024;
+        if (checkpoint_)
+            checkpoint_();
+        const std::size_t bytes = std::min(piece_bytes, text_.size() - given_);
+        char *const piece = text_.data() + given_;
+        setg(piece, piece, piece + bytes);
+        given_ += bytes;
+        return bytes == 0 ? traits_type::eof() : traits_type::to_int_type(*piece);
+    }
+
+    std::string text_;
+    const Checkpoint &checkpoint_;
+    std::size_t given_ = 0;
+};
+
 } // namespace
 
 struct LookupTable::Tree {
     boost::property_tree::ptree root;
 };
 
-LookupTable::LookupTable(std::string json) {
+LookupTable::LookupTable(std::string json, const Checkpoint &checkpoint) {
     check(json);
     auto tree = std::make_unique<Tree>();
-    std::istringstream text(std::move(json));
+    TextInPieces pieces(std::move(json), checkpoint);
+    std::istream text(&pieces);
     boost::property_tree::read_json(text, tree->root);
     tree_ = std::move(tree);
 }

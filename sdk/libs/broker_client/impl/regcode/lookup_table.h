@@ -1,5 +1,7 @@
 #pragma once
 
+#include "utils/src/checkpoint.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -14,8 +16,9 @@ public:
     /// Tiny values take up a hundred times their text once they are read.
     static constexpr int max_values = 500'000;
 
-    /// @param json an object. @throws std::runtime_error when it is none or is over a limit.
-    explicit LookupTable(std::string json);
+    /// @param json an object. @throws std::runtime_error when it is none or is over a limit, and
+    ///        what `checkpoint` throws.
+    explicit LookupTable(std::string json, const Checkpoint &checkpoint = {});
     ~LookupTable();
     LookupTable(const LookupTable &) = delete;
     LookupTable &operator=(const LookupTable &) = delete;

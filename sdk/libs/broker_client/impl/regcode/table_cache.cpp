@@ -25,8 +25,24 @@ std::string packed(const std::string &json) {
     return file;
 }
 
+} // namespace
+
+std::string table_cache_file(const std::string &folder) {
+    if (folder.empty())
+        throw std::runtime_error("Cache location not specified");
+    return folder + "/conversion_table.dat";
+}
+
+std::string read_table_cache(const std::string &folder) {
+    const std::size_t limit = length_bytes + compressBound(LookupTable::max_bytes);
+    auto file = read_plain_file(table_cache_file(folder), limit);
+    if (!file)
+        throw std::runtime_error("conversion_table.dat cannot be read");
+    return std::move(*file);
+}
+
 /// The stated length bounds what a stream can unfold to, and must be met exactly.
-std::string unpacked(const std::string &file) {
+std::string unpacked_table(const std::string &file) {
     const std::runtime_error damaged("conversion_table.dat is damaged");
     if (file.size() < length_bytes)
         throw damaged;
@@ -46,22 +62,6 @@ std::string unpacked(const std::string &file) {
     if (result != Z_OK || unfolded != length || stream_length != whole_stream)
         throw damaged;
     return json;
-}
-
-} // namespace
-
-std::string table_cache_file(const std::string &folder) {
-    if (folder.empty())
-        throw std::runtime_error("Cache location not specified");
-    return folder + "/conversion_table.dat";
-}
-
-std::string read_table_cache(const std::string &folder) {
-    const std::size_t limit = length_bytes + compressBound(LookupTable::max_bytes);
-    const auto file = read_plain_file(table_cache_file(folder), limit);
-    if (!file)
-        throw std::runtime_error("conversion_table.dat cannot be read");
-    return unpacked(*file);
 }
 
 void write_table_cache(const std::string &folder, const std::string &json) {

@@ -10,8 +10,11 @@ namespace kavro {
 /// Where the table is kept. @throws std::runtime_error when there is no folder for it.
 std::string table_cache_file(const std::string &folder);
 
-/// The JSON text of the cached table. @throws std::runtime_error when there is none to be read.
+/// The file as it is. @throws std::runtime_error when there is none to be read.
 std::string read_table_cache(const std::string &folder);
+
+/// The JSON text that such a file holds. @throws std::runtime_error when it is damaged.
+std::string unpacked_table(const std::string &file);
 
 /// Replaces the cached table; whatever happens meanwhile, the old one or the new one is there.
 /// @throws std::runtime_error when that fails; the old one is still there then.
