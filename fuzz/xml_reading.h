@@ -27,10 +27,8 @@ inline std::string written(kavro::XmlNode root) {
 
 namespace rapidxml = boost::property_tree::detail::rapidxml;
 
-/// A zero character stands in XML as a reference only.
 inline void append_value(std::string &out, const rapidxml::xml_base<char> &item) {
-    for (const char c : std::string_view(item.value(), item.value_size()))
-        c == '\0' ? void(out += "&#0;") : kavro::append_escaped_xml(out, {&c, 1});
+    kavro::append_escaped_xml(out, {item.value(), item.value_size()});
 }
 
 inline void append_second_reading(std::string &out, const rapidxml::xml_node<char> &node) {

@@ -39,10 +39,10 @@ TEST(Results, are_told_by_their_class_of_exit_status) {
 TEST_F(CommandTest, a_failure_is_told_as_json_or_in_words_that_a_terminal_only_shows) {
     broker->set_override({.match = {.request = "get-resource-list"},
                           .error_id = "ERR_CM_FAILED",
-                          .result_str = "No\x1b]0;owned\x07 entry\n"});
+                          .result_str = "No\x7f]0;owned\x7f entry\n"});
     const Json expected = R"({"result": {"code": 407, "name": "KAVRO_BROKER_ERR_CM_FAILED",
         "message": "The connection manager failed.", "exit_status": 6,
-        "broker_message": "No\u001b]0;owned\u0007 entry\n"}})"_json;
+        "broker_message": "No\u007f]0;owned\u007f entry\n"}})"_json;
     const auto told = run({"list", "--json"});
     EXPECT_EQ(told.json(), expected);
     EXPECT_EQ(told.err, "");
@@ -51,7 +51,7 @@ TEST_F(CommandTest, a_failure_is_told_as_json_or_in_words_that_a_terminal_only_s
     EXPECT_EQ(words.out, "");
     EXPECT_EQ(words.err, "kavro-broker: The connection manager failed. "
                          "(407 KAVRO_BROKER_ERR_CM_FAILED)\n"
-                         "The broker says: No\\x1b]0;owned\\x07 entry\n");
+                         "The broker says: No\\x7f]0;owned\\x7f entry\n");
 
     start({.tls = {.expired = true}});
     EXPECT_THAT(run({"list"}).err, HasSubstr("\nThe broker's certificate has expired.\n"));
@@ -63,13 +63,13 @@ TEST_F(CommandTest, list_aligns_columns_as_a_terminal_shows_them) {
         {.desktops = {
              {.name = "Alpha", .id = "1", .type = "VM", .health = "OK", .operations = some},
              {.name = "日本語", .id = "2", .state = "POWERED_OFF", .health = "", .operations = {}},
-             {.name = "e\u0301t\u00e9", .id = "3", .state = "\x1b[2J"}}});
+             {.name = "e\u0301t\u00e9", .id = "3", .state = "\x7f[2J"}}});
     const auto outcome = run({"list"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out, "NAME    ID  TYPE     STATE        HEALTH   OPERATIONS\n"
                            "Alpha   1   VM       POWERED_ON   OK       down,restart\n"
                            "日本語  2   DESKTOP  POWERED_OFF\n"
-                           "e\u0301t\u00e9     3   DESKTOP  \\x1b[2J      HEALTHY\n");
+                           "e\u0301t\u00e9     3   DESKTOP  \\x7f[2J      HEALTHY\n");
     EXPECT_THAT(requests(), ElementsAre("hello", "get-resource-list", "bye"));
 }
 

@@ -30,7 +30,7 @@ protected:
         scenario.authentication.clear();
         for (const auto &method : methods) {
             broker_sim::AuthenticationStep step{.methods = {method}};
-            step.disclaimer = "Only for staff.\x1b[2J";
+            step.disclaimer = "Only for staff.\x7f[2J";
             step.oauth = {.code = "code", .username = "alice"};
             step.dialog = {
                 .prompt = "Second step",
@@ -60,7 +60,7 @@ TEST_F(LoginTest, answers_every_method_in_turn) {
                                         "update-password alice|old one|new password|OTHER",
                                         "authenticate mail|a@example|token|1234|ok",
                                         "get-resource-list", "bye"));
-    EXPECT_EQ(outcome.shown, "Only for staff.\\x1b[2J\n"
+    EXPECT_EQ(outcome.shown, "Only for staff.\\x7f[2J\n"
                              "Do you accept this? (y/n): y\n"
                              "User name [unixuser]: alice\n"
                              "  1) EXAMPLE\n"

@@ -59,12 +59,12 @@ TEST(Faults, BrokerReportedErrors) {
     Override error;
     error.match.request = "get-resource-list";
     error.error_id = "ERR_CM_FAILED";
-    error.result_str = "100%s broken %n\x1b[31m";
+    error.result_str = "100%s broken %n\x7f[31m";
     error.detected_by = "CM";
     talk.broker.set_override(error);
     EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_CM_FAILED);
-    EXPECT_EQ(talk.message(), "100%s broken %n\x1b[31m") << "to the caller as it is";
-    EXPECT_NE(Log::text().find("ERR_CM_FAILED Detected by: CM.: \"100%s broken %n\\x1B[31m\""),
+    EXPECT_EQ(talk.message(), "100%s broken %n\x7f[31m") << "to the caller as it is";
+    EXPECT_NE(Log::text().find("ERR_CM_FAILED Detected by: CM.: \"100%s broken %n\\x7F[31m\""),
               std::string::npos)
         << Log::text();
     talk.broker.clear_faults();

@@ -1,3 +1,4 @@
+#include "captured_log.h"
 #include "support/repeated.h"
 #include "xml/xml_message_log.h"
 
@@ -43,8 +44,14 @@ TEST(XmlDocument, ReadsWhatIsMeant) {
         {"<a/><b/>", "<a></a>"},
         {"<a b=\"1\" c='\"&lt;>' b='2'/>", "<a b=\"1\" c=\"&quot;&lt;&gt;\" b=\"2\"></a>"},
         {"<a b = \"\n\" ></a >", "<a b=\"\n\"></a>"},
-        {"<k:a k:b=''>\xff\xfe</k:a>", "<k:a k:b=\"\">\xff\xfe</k:a>"},
-        {"<a b=\"&#0;\">x&#0;y</a>", "<a b=\"&#0;\">x&#0;y</a>"},
+        {"<k:a k:b=''>&#9;&#xFFFD;\x7f</k:a>", "<k:a k:b=\"\">\t\xef\xbf\xbd\x7f</k:a>"},
+        // Neither bytes that are nothing nor surrogates nor overlong forms come out.
+        {"<a>\xff\xc3</a>", "<a>\xef\xbf\xbd\xef\xbf\xbd</a>"},
+        {"<a>\xed\xa0\x80\xc0</a>", "<a>" + repeated("\xef\xbf\xbd", 4) + "</a>"},
+        {"<a>" + std::string(300, 'x') + "\xc3\xbc\xfc</a>",
+         "<a>" + std::string(300, 'x') + "\xc3\xbc\xef\xbf\xbd</a>"},
+        {"<?xml version='1.0' encoding='Iso-8859-1'?><a>\xfc</a>", "<a>\xc3\xbc</a>"},
+        {"<?xml version='1.0' encoding='US-ASCII'?><a>u</a>", "<a>u</a>"},
     };
     for (const auto &[text, expected] : rows) {
         const auto document = parsed(text);
@@ -66,6 +73,7 @@ std::string refusal(std::string_view text) {
 }
 
 TEST(XmlDocument, RefusesWhatIsMalformed) {
+    const CapturedLog log;
     const std::pair<const char *, std::vector<const char *>> rows[] = {
         {"expected <", {"text", "<a/>text"}},
         {"expected >", {"<a/ >"}},
@@ -74,7 +82,12 @@ TEST(XmlDocument, RefusesWhatIsMalformed) {
         {"expected =", {"<a b>", "<a b='1'c/>"}},
         {"expected ' or \"", {"<a b=c/>", "<a b=\"c/>"}},
         {"expected ;", {"<a>&#65</a>"}},
-        {"invalid numeric character entity", {"<a>&#x110000;</a>", "<a b='&#99999999999;'/>"}},
+        {"invalid numeric character entity",
+         {"<a>&#x110000;</a>", "<a b='&#99999999999;'/>", "<a>&#0;</a>", "<a b='&#x1B;'/>",
+          "<a>&#xD800;</a>", "<a>&#xFFFE;</a>", "<a>&#;</a>"}},
+        {"excluded character",
+         {"<a>\x1b</a>", "<a><![CDATA[\x01]]></a>", "<a><!--\x01--></a>", "<a>\xef\xbf\xbf</a>"}},
+        {"unknown encoding", {"<?xml version='1.0' encoding='windows-1252'?><a/>"}},
         {"invalid closing tag", {"<a></b>", "<a><b></a></b>", "</a>", "<a></a></a>"}},
         {"unexpected end of data", {"<a>", "<a><!-- </a>", "<a><![CDATA[ </a>", "<a><? </a>"}},
         {"document type", {"<!DOCTYPE a [<!ENTITY x \"y\">]><a>&x;</a>", "<a><![CDATA [x]]></a>"}},
@@ -82,6 +95,8 @@ TEST(XmlDocument, RefusesWhatIsMalformed) {
     for (const auto &[reason, texts] : rows)
         for (const char *text : texts)
             EXPECT_EQ(refusal(text), reason) << text;
+    EXPECT_EQ(CapturedLog::count("The XML declares an encoding that cannot be read: windows-1252"),
+              1);
     for (const auto text : {"<a>x\0y</a>"sv, "<a/>\0"sv, "\xff\xfe<\0a\0/\0>\0"sv})
         EXPECT_EQ(refusal(text), "zero byte in text");
 }

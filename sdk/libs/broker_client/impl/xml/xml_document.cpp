@@ -1,6 +1,7 @@
 #include "xml/xml_document.h"
 
 #include "utils/src/broker_utils.h"
+#include "xml/xml_encoding.h"
 
 #include <algorithm>
 #include <cstring>
@@ -130,27 +131,13 @@ std::string XmlNode::text() const {
     return whole.data() == buffer.data() ? std::move(buffer) : std::string(whole);
 }
 
-namespace {
-
-/// A zero character stands in XML as a reference only: as it is, it would end the document.
-void append_text(std::string &out, std::string_view text) {
-    for (auto zero = text.find('\0'); zero != std::string_view::npos; zero = text.find('\0')) {
-        append_escaped_xml(out, text.substr(0, zero));
-        out += "&#0;";
-        text.remove_prefix(zero + 1);
-    }
-    append_escaped_xml(out, text);
-}
-
-} // namespace
-
 void append_xml(std::string &out, XmlNode element) {
     std::string value;
     const auto append_value = [&](std::string_view raw, bool cdata) {
         value.clear();
         if (!cdata)
             xml::append_decoded(value, raw, element.checkpoint());
-        append_text(out, cdata ? raw : value);
+        append_escaped_xml(out, cdata ? raw : value);
     };
     (out += '<') += element.name();
     element.for_each_attribute([&](const RawAttribute &attribute) {
@@ -166,8 +153,10 @@ void append_xml(std::string &out, XmlNode element) {
 std::shared_ptr<const XmlDocument> XmlDocument::parse(SecureText text, std::string &error,
                                                       Checkpoint checkpoint) {
     std::shared_ptr<XmlDocument> document(new XmlDocument(std::move(text), std::move(checkpoint)));
-    const char *const reason = xml::index_elements(document->text_, max_nesting,
-                                                   document->elements_, document->checkpoint_);
+    const char *reason = xml::make_utf8(document->text_, document->checkpoint_);
+    if (reason == nullptr)
+        reason = xml::index_elements(document->text_, max_nesting, document->elements_,
+                                     document->checkpoint_);
     if (reason == nullptr)
         return document;
     error = reason;

@@ -2,6 +2,7 @@
 
 #include "xml/xml_scan.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -9,7 +10,7 @@ namespace kavro::xml {
 
 namespace {
 
-constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
+constexpr const char *excluded_character = "excluded character";
 
 /// Walks over a text once. Each step returns null, or why the text is malformed.
 class Indexer {
@@ -32,6 +33,8 @@ public:
                 return error;
             if (at_ == end_)
                 return open_.empty() ? nullptr : "unexpected end of data";
+            if (*at_ != '<')
+                return excluded_character;
             if (const char *error = read_markup())
                 return error;
         }
@@ -140,6 +143,8 @@ private:
         const char *const end = std::strstr(at_ + opening.size(), closing);
         if (end == nullptr)
             return "unexpected end of data";
+        if (std::any_of(at_, end, [](char c) { return is(c, excluded); }))
+            return excluded_character;
         at_ = end + std::strlen(closing);
         return nullptr;
     }
@@ -162,8 +167,6 @@ const char *index_elements(std::string_view text, int max_nesting, ElementIndex 
                            PacedCheckpoint &checkpoint) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
         return "text too long";
-    if (text.find('\0') != std::string_view::npos)
-        return "zero byte in text";
     // Room for more elements than a message usually has; what of it is not used costs no memory.
     elements.reserve(text.size() / 32);
     return Indexer(text, max_nesting, elements, checkpoint).run();

@@ -19,7 +19,7 @@ struct IndexedElement {
 using ElementIndex = std::vector<IndexedElement>;
 
 /// Checks that a text is well-formed and nested at most `max_nesting` deep, and says where its
-/// elements are. One pass, without recursion. `text` is followed by a zero byte.
+/// elements are. One pass, without recursion. `text` is followed by a zero byte and holds none.
 ///
 /// Lenient where brokers may be: several roots, none, or a reference to an unknown name will do.
 /// Strict about document types, which a broker's message has no business to define.

@@ -1,5 +1,6 @@
 #include "xml/xml_message_log.h"
 
+#include "utils/src/ascii.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/broker_utils.h"
 
@@ -32,70 +33,32 @@ struct SecretName {
     Secrecy secrecy;
 };
 
-constexpr std::array<SecretName, 8> secret_names = {{{"username", Secrecy::sensitive},
-                                                     {"password", Secrecy::sensitive},
-                                                     {"new-password", Secrecy::sensitive},
-                                                     {"old-password", Secrecy::sensitive},
-                                                     {"oauth-code", Secrecy::token},
-                                                     {"gateway-ticket", Secrecy::token},
-                                                     {"jsessionid", Secrecy::token},
-                                                     {"connect-tag", Secrecy::connect_tag}}};
+constexpr std::array<SecretName, 8> secret_names = {{
+    {"username", Secrecy::sensitive},
+    {"password", Secrecy::sensitive},
+    {"new-password", Secrecy::sensitive},
+    {"old-password", Secrecy::sensitive},
+    {"oauth-code", Secrecy::token},
+    {"gateway-ticket", Secrecy::token},
+    {"jsessionid", Secrecy::token},
+    {"connect-tag", Secrecy::connect_tag},
+}};
 
 /// A message without any of these is none of the broker protocol and is never shown.
-constexpr std::array<std::string_view, 54> known_names = {"kavro-client",
-                                                          "hello",
-                                                          "client-info",
-                                                          "product-name",
-                                                          "product-version",
-                                                          "platform",
-                                                          "locale",
-                                                          "hostname",
-                                                          "serial-number",
-                                                          "device-name",
-                                                          "kavro-unique-id",
-                                                          "organization-id",
-                                                          "caps",
-                                                          "cap",
-                                                          "server-address",
-                                                          "ip-address",
-                                                          "hello-resp",
-                                                          "brokers-info",
-                                                          "broker-info",
-                                                          "next-authentication",
-                                                          "authentication-methods",
-                                                          "method",
-                                                          "domains",
-                                                          "domain",
-                                                          "disclaimer",
-                                                          "dialog-parameters",
-                                                          "authenticate",
-                                                          "authenticate-resp",
-                                                          "update-password",
-                                                          "update-password-resp",
-                                                          "error-resp",
-                                                          "result",
-                                                          "result-id",
-                                                          "result-str",
-                                                          "detected-by",
-                                                          "get-resource-list",
-                                                          "get-resource-list-resp",
-                                                          "resource",
-                                                          "resource-name",
-                                                          "resource-id",
-                                                          "resource-type",
-                                                          "resource-state",
-                                                          "protocols",
-                                                          "protocol",
-                                                          "allocate-resource",
-                                                          "allocate-resource-resp",
-                                                          "target",
-                                                          "port",
-                                                          "connect-tag",
-                                                          "perform-operation",
-                                                          "perform-operation-resp",
-                                                          "bye",
-                                                          "session-id",
-                                                          "bye-resp"};
+constexpr std::string_view known_names[] = {
+    // clang-format off
+    "kavro-client", "hello", "client-info", "product-name", "product-version", "platform",
+    "locale", "hostname", "serial-number", "device-name", "kavro-unique-id", "organization-id",
+    "caps", "cap", "server-address", "ip-address", "hello-resp", "brokers-info", "broker-info",
+    "next-authentication", "authentication-methods", "method", "domains", "domain",
+    "disclaimer", "dialog-parameters", "authenticate", "authenticate-resp", "update-password",
+    "update-password-resp", "error-resp", "result", "result-id", "result-str", "detected-by",
+    "get-resource-list", "get-resource-list-resp", "resource", "resource-name", "resource-id",
+    "resource-type", "resource-state", "protocols", "protocol", "allocate-resource",
+    "allocate-resource-resp", "target", "port", "connect-tag", "perform-operation",
+    "perform-operation-resp", "bye", "session-id", "bye-resp",
+    // clang-format on
+};
 
 /// Names are compared without prefix and case: a secret does not become one by its spelling.
 bool same_local_name(std::string_view name, std::string_view known) {
@@ -105,9 +68,7 @@ bool same_local_name(std::string_view name, std::string_view known) {
     const bool prefixed = name.size() > known.size();
     if (prefixed && name[name.size() - known.size() - 1] != ':')
         return false;
-    return std::ranges::equal(local, known, {}, [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
+    return ascii::equal_ignoring_case(local, known);
 }
 
 /// Anything but a plain "false" counts as the wish to hide, also beside one.
@@ -115,16 +76,11 @@ bool asks_to_hide(const xml::RawAttribute &attribute) {
     return same_local_name(attribute.name, "do-not-log") && attribute.value != "false";
 }
 
-constexpr bool is_control(char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return byte < 0x20 || byte == 0x7F;
-}
-
 /// What does not stand in the log as it is.
 constexpr auto needs_care = [] {
     std::array<bool, 256> table{};
     for (std::size_t byte = 0; byte < table.size(); ++byte)
-        table[byte] = is_control(static_cast<char>(byte));
+        table[byte] = ascii::is_control(static_cast<char>(byte));
     for (const char special : {'<', '>', '&', '"', '\''})
         table[static_cast<unsigned char>(special)] = true;
     return table;
@@ -161,7 +117,8 @@ private:
     void write_element(XmlNode element, std::size_t depth) {
         root_.checkpoint().step();
         const std::string_view name = element.name();
-        found_known_ = found_known_ || std::ranges::find(known_names, name) != known_names.end();
+        found_known_ =
+            found_known_ || std::ranges::find(known_names, name) != std::end(known_names);
         Secrecy secrecy = note_secrecy(name);
         text_.append(2 * depth, ' ');
         text_ += '<';
@@ -235,7 +192,7 @@ private:
             text_.append(text.begin(), special);
             if (special == text.end())
                 return;
-            if (is_control(*special))
+            if (ascii::is_control(*special))
                 fmt::format_to(std::back_inserter(text_), "\\x{:02X}", *special);
             else
                 append_escaped_xml(text_, {special, special + 1});

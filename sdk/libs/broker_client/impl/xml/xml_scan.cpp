@@ -1,5 +1,7 @@
 #include "xml/xml_scan.h"
 
+#include "utils/src/utf8.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cstring>
@@ -16,7 +18,12 @@ struct NamedCharacter {
 constexpr NamedCharacter named_characters[] = {
     {"&amp;", '&'}, {"&lt;", '<'}, {"&gt;", '>'}, {"&quot;", '"'}, {"&apos;", '\''}};
 
-constexpr std::uint32_t last_character = 0x10FFFF;
+/// XML 1.0 section 2.2.
+constexpr bool is_character(std::uint32_t number) {
+    return number == '\t' || number == '\n' || number == '\r' ||
+           (number >= 0x20 && number < 0xD800) || (number >= 0xE000 && number < 0xFFFE) ||
+           (number >= 0x10000 && number <= 0x10FFFF);
+}
 
 /// "&#65;" or "&#x41;".
 Reference read_number(const char *ampersand) {
@@ -26,33 +33,12 @@ Reference read_number(const char *ampersand) {
     reference.character = 0;
     const auto [end, error] = std::from_chars(digits, digits + std::strcspn(digits, ";"),
                                               reference.character, hexadecimal ? 16 : 10);
-    if (error == std::errc::result_out_of_range || reference.character > last_character)
-        reference.error = "invalid numeric character entity";
-    else if (*end != ';')
+    if (*end != ';')
         reference.error = "expected ;";
+    else if (error != std::errc() || !is_character(reference.character))
+        reference.error = "invalid numeric character entity";
     reference.size = static_cast<std::size_t>(end + 1 - ampersand);
     return reference;
-}
-
-/// RFC 3629 section 3.
-void append_utf8(std::string &out, std::uint32_t character) {
-    constexpr std::uint32_t bits = 6;
-    const auto continued = [&out, character](int groups) {
-        for (; groups > 0; --groups)
-            out += static_cast<char>(0x80 | ((character >> (bits * (groups - 1U))) & 0x3F));
-    };
-    if (character < 0x80) {
-        out += static_cast<char>(character);
-    } else if (character < 0x800) {
-        out += static_cast<char>(0xC0 | (character >> bits));
-        continued(1);
-    } else if (character < 0x10000) {
-        out += static_cast<char>(0xE0 | (character >> (2 * bits)));
-        continued(2);
-    } else {
-        out += static_cast<char>(0xF0 | (character >> (3 * bits)));
-        continued(3);
-    }
 }
 
 } // namespace
@@ -61,7 +47,8 @@ Reference read_reference(const char *ampersand) {
     if (ampersand[1] == '#')
         return read_number(ampersand);
     for (const auto &[reference, character] : named_characters) {
-        if (std::strncmp(ampersand, reference.data(), reference.size()) == 0)
+        if (ampersand[1] == reference[1] &&
+            std::strncmp(ampersand, reference.data(), reference.size()) == 0)
             return {reference.size(), static_cast<std::uint32_t>(character), nullptr};
     }
     return {};
@@ -79,10 +66,10 @@ const char *read_attribute(const char *&at, RawAttribute &attribute) {
     at = skip_white(at + 1);
     if (*at != '"' && *at != '\'')
         return "expected ' or \"";
-    const Stop stop = *at == '"' ? ends_quoted : ends_apostrophised;
+    const char quote = *at;
     const char *const value = ++at;
-    at = find(at, stop);
-    if (*at == '\0')
+    at = find(at, quote == '"' ? ends_quoted : ends_apostrophised);
+    if (*at != quote)
         return "expected ' or \"";
     attribute.value = {value, at};
     ++at;
@@ -97,7 +84,7 @@ void append_decoded(std::string &out, std::string_view raw, PacedCheckpoint &che
         if (raw.empty())
             return;
         const Reference reference = read_reference(raw.data());
-        append_utf8(out, reference.character);
+        utf8::append(out, reference.character);
         raw.remove_prefix(reference.size);
     }
 }

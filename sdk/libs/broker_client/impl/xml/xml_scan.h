@@ -14,13 +14,16 @@
 
 namespace kavro::xml {
 
+inline constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
+
 /// What a character means to a scan that runs up to it.
 enum Stop : std::uint8_t {
     not_white = 1,
     ends_name = 2,
-    ends_text = 4,          ///< a tag begins, or a reference
-    ends_quoted = 8,        ///< a value in quotation marks
-    ends_apostrophised = 16 ///< a value in apostrophes
+    ends_text = 4,           ///< a tag begins, or a reference
+    ends_quoted = 8,         ///< a value in quotation marks
+    ends_apostrophised = 16, ///< a value in apostrophes
+    excluded = 32 ///< of XML's characters (XML 1.0 section 2.2); ends names, texts and values too
 };
 
 inline constexpr auto stops = [] {
@@ -32,13 +35,15 @@ inline constexpr auto stops = [] {
             entry = static_cast<std::uint8_t>(entry | stop);
         }
     };
+    for (std::size_t control = 0; control < 0x20; ++control)
+        table[control] =
+            not_white | ends_name | ends_text | ends_quoted | ends_apostrophised | excluded;
     for (const char c : {' ', '\t', '\r', '\n'})
         table[static_cast<unsigned char>(c)] = 0;
-    using namespace std::string_view_literals;
-    add(" \t\r\n/>=<?!\"'\0"sv, ends_name);
-    add("<&\0"sv, ends_text);
-    add("\"\0"sv, ends_quoted);
-    add("'\0"sv, ends_apostrophised);
+    add(" \t\r\n/>=<?!\"'", ends_name);
+    add("<&", ends_text);
+    add("\"", ends_quoted);
+    add("'", ends_apostrophised);
     return table;
 }();
 
