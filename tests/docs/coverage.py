@@ -33,7 +33,7 @@ def table(where, kind, rows):
 
 
 def results():
-    sentences = dict(re.findall(r'\{RESULT\((\w+)\),\s*"([^"]+)"\}',
+    sentences = dict(re.findall(r'\{NAMED\((\w+)\),\s*"([^"]+)"\}',
                                 (LIBRARY / "exports_result_texts.cpp").read_text()))
     codes = re.findall(r"KAVRO_BROKER_(OK|ERR_\w+) = (\d+)", HEADER)
     return table("errors.md", "result", [f"{code} | `{name}` | {sentences[name]}" for name, code in codes])

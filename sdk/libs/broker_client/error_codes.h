@@ -16,7 +16,7 @@ kavro_broker_result broker_convert_error(std::uint32_t code);
 std::uint32_t convert_from_auth_result_value(AuthMethod method);
 
 /// The public verdict on a certificate.
-std::uint32_t convert_certificate_verdict(std::uint32_t verdict);
+std::uint32_t convert_certificate_verdict(std::uint32_t error);
 
 /// The name of a public verdict, as "KAVRO_BROKER_CERTIFICATE_EXPIRED".
 const char *certificate_verdict_name(std::uint32_t verdict);

@@ -51,6 +51,8 @@ enum class AuthMethod : std::int32_t {
     securid_new_pin = 5,
     securid_wait = 6,
     disclaimer = 7,
+    reserved_8 = 8,
+    reserved_9 = 9,
     oauth = 10,
     dialog = 11
 };
