@@ -81,6 +81,11 @@ TEST(Conversation, FromGreetingToGoodBye) {
     EXPECT_EQ(traffic.since_last(), (Traffic{2, 2}));
     EXPECT_EQ(talk.broker.requests().back().kind, "bye");
     EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_DISCLAIMER)) << "a new session";
+    const auto cookie = [&talk] { return talk.broker.requests().back().head.find("\r\nCookie: "); };
+    EXPECT_EQ(cookie(), std::string::npos) << "the old one is over";
+    kavro_broker_set_client_info(talk.handle, "another client", "1", "Linux");
+    talk.method();
+    EXPECT_EQ(cookie(), std::string::npos) << "the old one was another client's";
     kavro_broker_free_variable_list(greeting);
 }
 

@@ -3,6 +3,7 @@
 #include "kavro_broker_extras.h"
 #include "request_frame.h"
 #include "support/requests.h"
+#include "utils/src/broker_utils.h"
 
 #include <gmock/gmock.h>
 
@@ -16,20 +17,18 @@ using namespace std::string_literals;
 using namespace test_support;
 using Calls = std::vector<std::string>;
 
-BrokerResult failed(eERROR_CODE code, std::string message = {}) {
-    return {code, std::move(message), {}, {}};
-}
-
 TEST(RequestFrame, EveryRequestGreetsOnceAndConnectsForItself) {
     for (const auto &[operation, run] : all_requests) {
         SCOPED_TRACE(operation);
         FakeHandle handle;
         EXPECT_EQ(run(handle), KAVRO_BROKER_OK);
-        handle.client->results[operation] = {failed(ERROR_CODE_AUTH_WEAK_PASSWORD, "too short")};
+        handle.client->results[operation] = {{ERROR_CODE_AUTH_WEAK_PASSWORD, "too short"}};
         EXPECT_EQ(run(handle), KAVRO_BROKER_ERR_AUTH_WEAK_PASSWORD);
         EXPECT_EQ(handle.handle->last_error_message, "too short");
         EXPECT_EQ(handle.client->calls, (Calls{"connect", "hello", "close", "connect", operation,
                                                "close", "connect", operation, "close"}));
+        EXPECT_EQ(run(handle), KAVRO_BROKER_OK);
+        EXPECT_EQ(handle.handle->last_error_message, "") << "that of the last failure";
     }
 }
 
@@ -37,9 +36,19 @@ TEST(RequestFrame, NeitherAddressNorPortMayBeMissing) {
     for (auto missing : {&broker_client_impl::address, &broker_client_impl::port}) {
         FakeHandle handle;
         (*handle.handle.*missing).clear();
+        handle.handle->last_error_message = "of the request before";
         EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_INVALID_STATE);
+        EXPECT_EQ(handle.handle->last_error_message, "The broker's address is not set.");
         EXPECT_TRUE(handle.client->calls.empty());
     }
+}
+
+TEST(RequestFrame, PlainHttpIsRefused) {
+    FakeHandle handle;
+    kavro_broker_set_broker_address(handle, "http://broker.test", nullptr);
+    EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(handle.handle->last_error_message, plain_http_refused);
+    EXPECT_TRUE(handle.client->calls.empty());
 }
 
 TEST(RequestFrame, BuildsTheUrl) {
@@ -50,6 +59,11 @@ TEST(RequestFrame, BuildsTheUrl) {
     } rows[] = {{"broker.test", 0, "https://broker.test:8443"},
                 {"::1", 0, "https://[::1]:8443"},
                 {"fe80::1%lo", 0, "https://[fe80::1%lo]:8443"},
+                {"broker.test:9443", 0, "https://broker.test:9443"},
+                {"https://broker.test/", 0, "https://broker.test:8443"},
+                {"HTTPS://[::1]:9443/", 0, "https://[::1]:9443"},
+                {"[::1]", 0, "https://[::1]:8443"},
+                {"[broker]:9443", 0, "https://[broker]:9443:8443"},
                 {"ABC+123", 1, "ABC+123"}};
     for (const auto &[address, variant, url] : rows) {
         FakeHandle handle;
@@ -73,7 +87,9 @@ TEST(RequestFrame, GreetsAgainAfterWhatChangesTheGreeting) {
         {"client", [](Handle h) { kavro_broker_set_client_info(h, "a", "1", "b"); }, 2},
         {"OAuth", [](Handle h) { kavro_broker_enable_oauth(h, true); }, 2},
         {"logout", [](Handle h) { kavro_broker_clear_session(h); }, 2},
-        {"address", [](Handle h) { kavro_broker_set_broker_address(h, "x", "1"); }, 1},
+        {"address", [](Handle h) { kavro_broker_set_broker_address(h, "x", "8443"); }, 2},
+        {"port", [](Handle h) { kavro_broker_set_broker_address(h, "broker.test", "1"); }, 2},
+        {"same", [](Handle h) { kavro_broker_set_broker_address(h, "broker.test", "8443"); }, 1},
     };
     for (const auto &[what, change, greetings] : rows) {
         FakeHandle handle;
@@ -88,9 +104,9 @@ TEST(RequestFrame, GreetsAgainAfterWhatChangesTheGreeting) {
 
 /// When the second port is tried, and how often the log says so.
 TEST(RequestFrame, FallsBackToTheSecondPortOnce) {
-    const auto refused = failed(ERROR_CODE_CONNECT_REFUSED);
-    const auto not_ok = failed(ERROR_CODE_HTTP_NOT_OK);
-    const auto untrusted = failed(ERROR_CODE_CERTIFICATE_FAILED);
+    const auto refused = BrokerResult{ERROR_CODE_CONNECT_REFUSED};
+    const auto not_ok = BrokerResult{ERROR_CODE_HTTP_NOT_OK};
+    const auto untrusted = BrokerResult{ERROR_CODE_CERTIFICATE_FAILED};
     constexpr auto said_no = KAVRO_BROKER_ERR_CONNECT_REFUSED;
     constexpr auto unclear = KAVRO_BROKER_ERR_HTTP_NOT_OK;
     const struct {
@@ -100,11 +116,13 @@ TEST(RequestFrame, FallsBackToTheSecondPortOnce) {
         std::deque<BrokerResult> results;
         kavro_broker_result expected;
         long connects;
+        const char *address = "broker.test";
     } rows[] = {
         {"refused once", nullptr, "connect", {refused}, KAVRO_BROKER_OK, 3},
         {"empty port text", "", "connect", {refused}, KAVRO_BROKER_OK, 3},
         {"refused twice", nullptr, "connect", {refused, refused}, said_no, 2},
         {"port given", "443", "connect", {refused}, said_no, 1},
+        {"port in the address", nullptr, "connect", {refused}, said_no, 1, "broker.test:443"},
         {"untrusted", nullptr, "connect", {untrusted}, KAVRO_BROKER_ERR_CERTIFICATE_FAILED, 1},
         {"hello not understood", nullptr, "hello", {not_ok}, KAVRO_BROKER_OK, 3},
         {"hello not understood, port given", "443", "hello", {not_ok}, unclear, 1},
@@ -114,7 +132,7 @@ TEST(RequestFrame, FallsBackToTheSecondPortOnce) {
         SCOPED_TRACE(row.what);
         CapturedLog log;
         FakeHandle handle;
-        kavro_broker_set_broker_address(handle, "broker.test", row.port);
+        kavro_broker_set_broker_address(handle, row.address, row.port);
         handle.client->results[row.operation] = row.results;
         EXPECT_EQ(ask_method(handle), row.expected);
         EXPECT_EQ(std::ranges::count(handle.client->calls, "connect"), row.connects);
@@ -122,6 +140,8 @@ TEST(RequestFrame, FallsBackToTheSecondPortOnce) {
         const bool retried = handle.handle->port == "60443";
         EXPECT_EQ(std::ranges::count(log.lines(), notice), retried ? 1 : 0);
         EXPECT_EQ(retried, row.connects > 1);
+        kavro_broker_set_broker_address(handle, row.address, row.port);
+        EXPECT_EQ(handle.handle->port == "60443", retried) << "the same address changes nothing";
     }
 }
 
@@ -145,7 +165,7 @@ TEST(RequestFrame, CancelIsSticky) {
         SCOPED_TRACE(testing::Message() << during << ' ' << step_result);
         FakeHandle handle;
         kavro_broker_set_broker_address(handle, "broker.test", nullptr);
-        handle.client->results[during] = {failed(step_result)};
+        handle.client->results[during] = {BrokerResult{step_result}};
         handle.client->hooks[during] = [&handle] { kavro_broker_cancel(handle); };
         EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_CANCELLED);
         EXPECT_EQ(handle.client->calls, calls);
@@ -183,6 +203,27 @@ TEST(RequestFrame, AnOperationThatNeverAnswersIsNoSuccess) {
     EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED);
 }
 
+TEST(RequestFrame, ExceptionsAreToldInTheirOwnWords) {
+    const struct {
+        void (*fail)();
+        const char *words;
+    } rows[] = {
+        {[] { throw std::bad_alloc(); }, "kavro_broker_request_desktop_list: out of memory"},
+        {[] { throw std::runtime_error("no"); }, "kavro_broker_request_desktop_list: no"},
+        {[] { throw 1; }, "kavro_broker_request_desktop_list: an exception of an unknown kind"},
+    };
+    for (const auto &[fail, words] : rows) {
+        const CapturedLog log;
+        FakeHandle handle;
+        handle.client->hooks["list"] = fail;
+        EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE);
+        EXPECT_EQ(handle.handle->last_error_message, words);
+        EXPECT_EQ(std::ranges::count(log.lines(), LogLine{0, 1, -500, words}), 1);
+        handle.client->hooks.clear();
+        EXPECT_EQ(list(handle), KAVRO_BROKER_OK);
+    }
+}
+
 TEST(RequestFrame, LogoutSaysGoodByeOnlyToWhomItGreeted) {
     FakeHandle handle;
     EXPECT_EQ(kavro_broker_clear_session(handle), KAVRO_BROKER_OK);
@@ -191,13 +232,19 @@ TEST(RequestFrame, LogoutSaysGoodByeOnlyToWhomItGreeted) {
     ask_method(handle);
     EXPECT_TRUE(handle.handle->hello_completed);
     handle.client->calls.clear();
-    handle.client->results["connect"] = {failed(ERROR_CODE_CONNECT_REFUSED)};
+    handle.client->results["connect"] = {BrokerResult{ERROR_CODE_CONNECT_REFUSED}};
     EXPECT_EQ(kavro_broker_clear_session(handle), KAVRO_BROKER_OK);
     EXPECT_EQ(handle.client->calls, (Calls{"connect", "bye", "close"}));
     size_t length = 0;
     EXPECT_EQ(
         kavro_broker_get_broker_info(handle, nullptr, &length, nullptr, &length, nullptr, &length),
         KAVRO_BROKER_ERR_INVALID_STATE);
+
+    ask_method(handle);
+    kavro_broker_set_broker_address(handle, "another.test", "8443");
+    handle.client->calls.clear();
+    EXPECT_EQ(kavro_broker_clear_session(handle), KAVRO_BROKER_OK);
+    EXPECT_TRUE(handle.client->calls.empty()) << "that one was never greeted";
 }
 
 TEST(RequestFrame, AllocationTimeouts) {
@@ -226,7 +273,7 @@ TEST(RequestFrame, DialogAnswersAreMatchedByName) {
 
 TEST(RequestFrame, AuthMethodIsMinusOneUntilTheBrokerTells) {
     FakeHandle handle;
-    handle.client->results["method"] = {failed(ERROR_CODE_AUTH_BLOCKED)};
+    handle.client->results["method"] = {BrokerResult{ERROR_CODE_AUTH_BLOCKED}};
     for (const kavro_broker_handle asked : {handle.handle.get(), kavro_broker_handle()}) {
         uint32_t method = 5;
         EXPECT_NE(kavro_broker_get_auth_method(asked, &method), KAVRO_BROKER_OK);

@@ -150,6 +150,7 @@ TEST_F(Probe, OnlyAPlausibleNameIsLookedUp) {
         const char *result;
     } rows[] = {
         {"", {}, "2"},
+        {"http://broker.test", {}, "2"},
         {"broker.test\r\n", "443", "2"},
         {"127.0.0.1", "abc", "2"},
         {"broker.test:70000", {}, "2"},
@@ -157,6 +158,7 @@ TEST_F(Probe, OnlyAPlausibleNameIsLookedUp) {
         {"ABC+123", {}, "AWSK https://broker.test"},
         {"UNKNOWN+123", {}, "9"},
         {"unknown.test", "443", "9"},
+        {"https://unknown.test:443/", {}, "9"},
     };
     Names names;
     ProbeSettings settings;

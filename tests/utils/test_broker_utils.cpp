@@ -40,6 +40,7 @@ TEST(ParseUri, SplitsAddresses) {
         {"::1", {true, "::1", "443", ""}},
         {"[::1]", {true, "::1", "443", ""}},
         {"[fe80::1]:60443", {true, "fe80::1", "60443", ""}},
+        {"[fe80::1%eth0]:443", {true, "fe80::1%eth0", "443", ""}},
         {"[::ffff:192.0.2.1]:0", {true, "::ffff:192.0.2.1", "0", ""}},
         {"https://[2001:db8::1]:65535/", {true, "2001:db8::1", "65535", "https"}},
         {"view://::1/", {true, "::1", "443", "view"}},
@@ -50,7 +51,6 @@ TEST(ParseUri, SplitsAddresses) {
         {"::1]", {true, "", "", ""}},
         {"[]", {true, "[]", "", ""}},
         {"https://[::1]:443/path", {true, "[", "", "https"}},
-        {"[fe80::1%eth0]:443", {true, "[fe80", "", ""}},
         {"::1\0"s, {true, "", "", ""}},
         // Host names and IPv4 addresses overwrite everything.
         {"", {true, "", "", ""}},

@@ -18,6 +18,18 @@ void broker_client_impl::create(std::uint32_t type, kavro::BrokerClientHandle cl
         hand_over_trust_anchors();
 }
 
+void broker_client_impl::set_address(const char *broker_address, const char *broker_port) {
+    const bool no_port = broker_port == nullptr || *broker_port == '\0';
+    if (no_port && port_fallback && address == broker_address)
+        return; // the port stays at which the broker was found
+    const std::string wanted_port = no_port ? default_port : broker_port;
+    if (address != broker_address || port != wanted_port)
+        hello_completed = hello_still_valid = false;
+    address = broker_address;
+    port = wanted_port;
+    port_fallback = no_port;
+}
+
 void broker_client_impl::add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate) {
     trust_anchors.append_der(std::move(certificate));
     hand_over_trust_anchors();
@@ -39,24 +51,42 @@ void broker_client_impl::hand_over_trust_anchors() {
 
 bool broker_client_impl::begin_request() {
     Stage expected = Stage::idle;
-    return stage_.compare_exchange_strong(expected, Stage::running);
+    if (!stage_.compare_exchange_strong(expected, Stage::running))
+        return false;
+    last_error_message.clear();
+    report.begin();
+    return true;
 }
 
-void broker_client_impl::end_request() noexcept {
+void broker_client_impl::end_request(kavro_broker_result code) noexcept {
+    report.end(code);
     stage_ = Stage::ending;
-    // Whoever saw the request running is still at work. It waits for nothing, so neither does this
-    // for long; a signal handler on this very thread comes and goes in between.
+    // A canceller that saw the request running is still at work. It waits for nothing, so this loop
+    // is short; a signal handler on this very thread comes and goes within one turn of it.
     while (cancellers_ != 0)
         std::this_thread::yield();
     cancelled_ = false;
-    try {
-        // A cancel that came too late is still queued there and must not reach the next request.
-        protocol->run_io(false);
-    } catch (...) {
-        // Nothing is left that anybody waits for.
-    }
+    run_out(); // a cancel that came too late must not reach the next request
     stage_ = Stage::idle;
     kavro::forget_registers();
+}
+
+void broker_client_impl::abandon_operation() noexcept {
+    try {
+        protocol->clear_session();
+    } catch (...) { // a plug-in may throw anything
+    }
+    run_out();
+}
+
+void broker_client_impl::run_out() noexcept {
+    constexpr int attempts = 100; // a handler that throws is off the queue; a plug-in's may return
+    for (int i = 0; i < attempts; ++i) {
+        try {
+            return protocol->run_io(false);
+        } catch (...) {
+        }
+    }
 }
 
 void broker_client_impl::cancel() noexcept {

@@ -20,12 +20,19 @@ struct broker_client_impl {
     /// Takes over the protocol client; once only.
     void create(std::uint32_t type, kavro::BrokerClientHandle client);
 
+    static constexpr const char *default_port = "443";
+    /// Without a port: the default one, and then a second one. Another broker than before must be
+    /// greeted; the session with the one before is left as it is.
+    void set_address(const char *broker_address, const char *broker_port);
+
     void add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate);
 
     /// False, and nothing changes, when a request is running already. A cancel counts from here
     /// to the request's end, wherever in it it lands.
     bool begin_request();
-    void end_request() noexcept;
+    void end_request(kavro_broker_result code) noexcept;
+    /// After an exception an operation is half done: leaves nothing of it for the next.
+    void abandon_operation() noexcept;
     /// From any thread, and in a signal handler: neither allocates nor locks nor waits.
     void cancel() noexcept;
     bool cancelled() const { return cancelled_; }
@@ -51,17 +58,15 @@ struct broker_client_impl {
     bool hello_completed = false;
     bool hello_still_valid = false;
 
-    kavro::BrokerResult result; ///< of the last step
-    std::string last_error_message;
+    std::string last_error_message; ///< of the last request, empty when it went well
     kavro::HelloResult hello;
     kavro::cAUTH_RESULT auth;
     kavro::CertResult certificates;
-    kavro::DesktopListHandle desktops;
-    kavro::cDESKTOP_CONNECTION_RESULT connection;
     kavro::RequestReport report;
 
 private:
     void hand_over_trust_anchors();
+    void run_out() noexcept; ///< all that is ready
 
     enum class Stage { idle, running, ending };
 

@@ -41,7 +41,7 @@ const ViewPlugin &view_plugin() {
     return plugin;
 }
 
-/// Only what can later be told from other kinds, and be destroyed as this kind, is handed out.
+/// Hands out a client only when its kind can be told, and destroyed, later.
 iBROKER_CLIENT *create_view_client(const ViewPlugin &plugin) {
     if (plugin.create_client == nullptr)
         return nullptr;

@@ -5,32 +5,44 @@
 #include "utils/src/safe_string.h"
 
 #include <cstdint>
+#include <exception>
 #include <initializer_list>
+#include <new>
 #include <string>
 #include <string_view>
 
-// What all exports share: nothing is thrown through them, null arguments are refused, and texts are
-// copied out in one way.
+// The rules of all exports: nothing is thrown through them, null arguments are refused, and texts
+// are copied out in one way. `function` is the export's name, for the log.
 
 namespace kavro {
 
+/// The words of an exception go into the log, and where a handle is at hand into its message.
+kavro_broker_result caught(const char *words, const char *function, std::string *message) noexcept;
+
 /// The only catch between the library and its callers.
 template <class Body>
-kavro_broker_result guard(Body body) noexcept {
+kavro_broker_result guard(Body body, const char *function = __builtin_FUNCTION(),
+                          std::string *message = nullptr) noexcept {
     try {
         return body();
-    } catch (...) {
-        return KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
+    } catch (const std::bad_alloc &) {
+        return caught("out of memory", function, message);
+    } catch (const std::exception &failure) {
+        return caught(failure.what(), function, message);
+    } catch (...) { // a plug-in may throw anything
+        return caught("an exception of an unknown kind", function, message);
     }
 }
 
 /// The same for exports without a result.
 template <class Body>
-void guard_void(Body body) noexcept {
-    guard([&body]() -> kavro_broker_result {
-        body();
-        return KAVRO_BROKER_OK;
-    });
+void guard_void(Body body, const char *function = __builtin_FUNCTION()) noexcept {
+    guard(
+        [&body]() -> kavro_broker_result {
+            body();
+            return KAVRO_BROKER_OK;
+        },
+        function);
 }
 
 inline bool all_given(std::initializer_list<const void *> arguments) {
@@ -41,14 +53,23 @@ inline bool all_given(std::initializer_list<const void *> arguments) {
     return true;
 }
 
+/// The text that takes the words of an exception, if there is one.
+inline std::string *message_of(broker_client_impl &handle) {
+    return &handle.last_error_message;
+}
+template <class Record>
+std::string *message_of(Record &) {
+    return nullptr;
+}
+
 /// Runs `body` on what a handle of any kind stands for, once it and all required arguments are
 /// there.
 template <class Record, class Body>
 kavro_broker_result with_handle(Record *record, std::initializer_list<const void *> required,
-                                Body body) noexcept {
+                                Body body, const char *function = __builtin_FUNCTION()) noexcept {
     if (record == nullptr || !all_given(required))
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
-    return guard([&] { return body(*record); });
+    return guard([&] { return body(*record); }, function, message_of(*record));
 }
 
 /// A text on its way out, and where the caller wants it.
@@ -67,7 +88,7 @@ inline kavro_broker_result put_text(const TextOut &out) {
         return KAVRO_BROKER_OK;
     if (given < *out.length)
         return KAVRO_BROKER_ERR_BUFFER_TOO_SMALL;
-    kavro_memcpy_s(out.buffer, given, out.text.data(), out.text.size());
+    kavro_memcpy_s(out.buffer, *out.length, out.text.data(), out.text.size());
     out.buffer[out.text.size()] = '\0';
     return KAVRO_BROKER_OK;
 }

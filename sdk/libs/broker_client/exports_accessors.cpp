@@ -2,7 +2,7 @@
 #include "export_guard.h"
 #include "kavro_broker_extras.h"
 
-// What the last requests brought, read from the handle.
+// The answers of the last requests, read from the handle.
 
 using namespace kavro;
 
@@ -17,14 +17,14 @@ kavro_broker_result get_text(kavro_broker_handle handle, Find find, char *buffer
     });
 }
 
-/// The length of one list of the handle.
+/// Puts the number of items of the list that `find` picks.
 template <class Find>
 kavro_broker_result get_count(kavro_broker_handle handle, Find find, std::uint32_t *count) {
     return with_handle(handle, {count},
                        [&](broker_client_impl &client) { return put_count(find(client), count); });
 }
 
-// Where each list stands.
+// The lists of a handle.
 const Variables &hello_variables(const broker_client_impl &client) {
     return client.hello.broker_variables;
 }

@@ -29,12 +29,16 @@ BrokerClientHandle client_for(std::uint32_t type_code) {
 
 /// A text setting that the broker is told with the hello: it must be told again.
 kavro_broker_result set_text(kavro_broker_handle handle, std::string broker_client_impl::*member,
-                             const char *text, bool hello_stays_valid) {
-    return with_handle(handle, {text}, [&](broker_client_impl &client) {
-        client.*member = text;
-        client.hello_still_valid = client.hello_still_valid && hello_stays_valid;
-        return KAVRO_BROKER_OK;
-    });
+                             const char *text, bool hello_stays_valid,
+                             const char *function = __builtin_FUNCTION()) {
+    return with_handle(
+        handle, {text},
+        [&](broker_client_impl &client) {
+            client.*member = text;
+            client.hello_still_valid = client.hello_still_valid && hello_stays_valid;
+            return KAVRO_BROKER_OK;
+        },
+        function);
 }
 
 } // namespace
@@ -47,10 +51,9 @@ kavro_broker_result kavro_broker_create(uint32_t type_code, kavro_broker_handle 
                api_version);
     if (handle == nullptr)
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
-    if (!has_log_function()) {
-        *handle = nullptr;
+    *handle = nullptr;
+    if (!has_log_function())
         return KAVRO_BROKER_ERR_NO_LOG_FUNCTION;
-    }
     return guard([&]() -> kavro_broker_result {
         auto client = client_for(type_code);
         if (client == nullptr)
@@ -85,9 +88,7 @@ void kavro_broker_set_session_log_id_function(kavro_broker_session_log_id_functi
 kavro_broker_result kavro_broker_set_broker_address(kavro_broker_handle handle, const char *address,
                                                     const char *port) {
     return with_handle(handle, {address}, [&](broker_client_impl &client) {
-        client.port_fallback = port == nullptr || *port == '\0';
-        client.address = address;
-        client.port = client.port_fallback ? "443" : port;
+        client.set_address(address, port);
         return KAVRO_BROKER_OK;
     });
 }
@@ -185,12 +186,10 @@ void kavro_broker_set_cache_file_location(const char *path) {
 }
 
 void kavro_broker_cancel(kavro_broker_handle handle) {
-    with_handle(handle, {}, [](broker_client_impl &client) {
-        client.cancel();
-        return KAVRO_BROKER_OK;
-    });
+    if (handle != nullptr)
+        handle->cancel();
 }
 
 kavro_broker_result kavro_broker_clear_session(kavro_broker_handle handle) {
-    return with_handle(handle, {}, [](broker_client_impl &client) { return end_session(client); });
+    return in_request(handle, {}, end_session);
 }

@@ -21,12 +21,11 @@ namespace {
 /// An authentication request: whatever the broker answers, what it wants next is stored.
 template <class Start>
 kavro_broker_result authenticate(kavro_broker_handle handle,
-                                 std::initializer_list<const void *> required, Start start) {
-    return with_handle(handle, required, [&](broker_client_impl &client) {
-        return run_request(client, [&](iBROKER_CLIENT &protocol) {
-            start(protocol, completion(&client, "auth_config_callback", &broker_client_impl::auth));
-        });
-    });
+                                 std::initializer_list<const void *> required, Start start,
+                                 const char *function = __builtin_FUNCTION()) {
+    return in_request(
+        handle, required,
+        [&](broker_client_impl &client) { return ask(client, start, client.auth); }, function);
 }
 
 /// The answered fields that the stored dialog has, in the caller's order.
@@ -48,12 +47,15 @@ std::vector<DialogAnswer> matching_answers(const std::vector<DialogField> &dialo
 kavro_broker_result kavro_broker_get_auth_method(kavro_broker_handle handle, uint32_t *method) {
     if (method != nullptr)
         *method = static_cast<uint32_t>(KAVRO_BROKER_AUTH_METHOD_UNKNOWN);
-    const auto code = authenticate(handle, {method}, [](iBROKER_CLIENT &protocol, auto done) {
-        protocol.get_authentication_method(done);
+    return in_request(handle, {method}, [method](broker_client_impl &client) {
+        BrokerResult outcome = ask(
+            client,
+            [](iBROKER_CLIENT &protocol, auto done) { protocol.get_authentication_method(done); },
+            client.auth);
+        if (outcome.code == ERROR_CODE_NONE)
+            *method = convert_from_auth_result_value(client.auth.method);
+        return outcome;
     });
-    if (code == KAVRO_BROKER_OK)
-        *method = convert_from_auth_result_value(handle->auth.method);
-    return code;
 }
 
 kavro_broker_result kavro_broker_send_password(kavro_broker_handle handle, const char *user_name,
@@ -140,15 +142,15 @@ kavro_broker_result kavro_broker_send_securid_wait(kavro_broker_handle handle) {
 
 kavro_broker_result kavro_broker_request_desktop_list(kavro_broker_handle handle,
                                                       kavro_broker_desktop_list *list) {
-    return with_handle(handle, {list}, [&](broker_client_impl &client) {
-        const auto code = run_request(client, [&client](iBROKER_CLIENT &protocol) {
-            protocol.get_resource_list(
-                completion(&client, "vm_list_callback", &broker_client_impl::desktops));
-        });
-        if (code == KAVRO_BROKER_OK)
+    return in_request(handle, {list}, [list](broker_client_impl &client) {
+        DesktopListHandle desktops;
+        BrokerResult outcome = ask(
+            client, [](iBROKER_CLIENT &protocol, auto done) { protocol.get_resource_list(done); },
+            desktops);
+        if (outcome.code == ERROR_CODE_NONE)
             *list = new (std::nothrow) kavro_broker_desktop_list_record{
-                client.desktops ? client.desktops : std::make_shared<DesktopList>()};
-        return code;
+                desktops ? desktops : std::make_shared<DesktopList>()};
+        return outcome;
     });
 }
 
@@ -156,29 +158,33 @@ kavro_broker_result kavro_broker_connect_to_desktop(kavro_broker_handle handle,
                                                     const char *desktop_id,
                                                     kavro_broker_variable_list variables,
                                                     kavro_broker_desktop_connection_info *info) {
-    return with_handle(handle, {desktop_id, info}, [&](broker_client_impl &client) {
-        const auto code = run_request(client, [&](iBROKER_CLIENT &protocol) {
-            protocol.allocate_resource(
-                desktop_id, variables != nullptr ? variables->variables : Variables(),
-                completion(&client, "connect_to_desktop_callback", &broker_client_impl::connection),
-                client.connect_to_desktop_timeout);
-        });
-        if (code == KAVRO_BROKER_OK)
-            *info = new kavro_broker_desktop_connection_record{client.connection};
-        return code;
+    return in_request(handle, {desktop_id, info}, [&](broker_client_impl &client) {
+        auto made = std::make_unique<kavro_broker_desktop_connection_record>();
+        BrokerResult outcome = ask(
+            client,
+            [&](iBROKER_CLIENT &protocol, auto done) {
+                protocol.allocate_resource(
+                    desktop_id, variables != nullptr ? variables->variables : Variables(), done,
+                    client.connect_to_desktop_timeout);
+            },
+            made->connection);
+        if (outcome.code == ERROR_CODE_NONE)
+            *info = made.release();
+        return outcome;
     });
 }
 
 kavro_broker_result kavro_broker_perform_desktop_operation(kavro_broker_handle handle,
                                                            const char *desktop_id,
                                                            uint32_t operation) {
-    return with_handle(handle, {desktop_id}, [&](broker_client_impl &client) {
-        return run_request(client, [&](iBROKER_CLIENT &protocol) {
-            const auto done = completion(&client, "perform_desktop_operation_callback");
-            protocol.perform_operation(
-                desktop_id, static_cast<eKAVRO_BROKER_DESKTOP_CMD>(operation),
-                [done](const BrokerResult &result, eKAVRO_BROKER_DESKTOP_CMD) { done(result); });
-        });
+    return in_request(handle, {desktop_id}, [&](broker_client_impl &client) {
+        auto command = static_cast<eKAVRO_BROKER_DESKTOP_CMD>(operation);
+        return ask(
+            client,
+            [&](iBROKER_CLIENT &protocol, auto done) {
+                protocol.perform_operation(desktop_id, command, done);
+            },
+            command);
     });
 }
 

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-// Whom the client trusts, and how it shows who it is.
+// The authorities that the client trusts, and the certificate that it shows.
 
 using namespace kavro;
 

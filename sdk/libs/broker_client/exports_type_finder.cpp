@@ -1,5 +1,7 @@
 #include "broker_query_impl.h"
 #include "export_guard.h"
+#include "utils/src/broker_log.h"
+#include "utils/src/broker_utils.h"
 
 #include <new>
 
@@ -7,7 +9,7 @@ using namespace kavro;
 
 namespace {
 
-/// A text that does not fit leaves the buffer empty.
+/// If the text does not fit, the buffer holds an empty text.
 void put_bounded(char *buffer, std::size_t size, const std::string &text) {
     if (buffer != nullptr)
         kavro_strcpy_s(buffer, size, text.c_str());
@@ -34,15 +36,21 @@ kavro_broker_result kavro_broker_find_type_extended(kavro_broker_type_finder fin
                                                     uint32_t *type_code, char *address_buffer,
                                                     size_t address_size, char *port_buffer,
                                                     size_t port_size) {
-    return with_handle(finder, {address, type_code}, [&](broker_query_impl &query) {
-        const auto result = query.find(address, port != nullptr ? port : "");
-        if (result == KAVRO_BROKER_OK) {
-            *type_code = query.type_code;
-            put_bounded(address_buffer, address_size, query.resolved_address);
-            put_bounded(port_buffer, port_size, query.port);
-        }
-        return result;
-    });
+    return with_handle(
+        finder, {address, type_code}, [&](broker_query_impl &query) -> kavro_broker_result {
+            const GivenAddress given = split_address(address);
+            if (given.plain_http) {
+                discovery_log_info("%s", plain_http_refused);
+                return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+            }
+            const auto result = query.find(given.authority({}), port != nullptr ? port : "");
+            if (result == KAVRO_BROKER_OK) {
+                *type_code = query.type_code;
+                put_bounded(address_buffer, address_size, query.resolved_address);
+                put_bounded(port_buffer, port_size, query.port);
+            }
+            return result;
+        });
 }
 
 void kavro_broker_cancel_find_type(kavro_broker_type_finder finder) {

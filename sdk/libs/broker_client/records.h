@@ -2,7 +2,7 @@
 
 #include "kavro/src/results.h"
 
-// What the library hands to its callers, each freed with its own export.
+// The records that callers own, each freed with its own export.
 
 struct kavro_broker_desktop_list_record {
     kavro::DesktopListHandle desktops;

@@ -1,49 +1,78 @@
 #pragma once
 
-#include "broker_client_impl.h"
-#include "utils/src/assertion.h"
+#include "export_guard.h"
 
 #include <utility>
 
 // The frame that every request runs in: introduce the client when that is due, open a connection,
-// ask, wait, close. Each of these waits runs the protocol client on the caller's thread.
+// ask, wait, close. Each of these waits runs the protocol client on the caller's thread. A step
+// returns what it came to; the frame makes one public code of it at the end.
 
 namespace kavro {
 
-/// A completion handler: stores the step's result, and what came with it in the given members.
-/// `name` is the handler's name in the log.
-template <class... Payload>
-auto completion(broker_client_impl *handle, const char *name,
-                Payload broker_client_impl::*...members) {
-    return [=](const BrokerResult &result, Payload... payload) {
-        broker_assert(handle != nullptr, name);
-        handle->result = result;
-        ((handle->*members = std::move(payload)), ...);
-    };
+/// The public code of a request's outcome; the words of a failure are kept for the caller.
+kavro_broker_result conclude(broker_client_impl &handle, const BrokerResult &outcome);
+
+/// Runs `steps` as the one request of a handle, once it and all required arguments are there.
+template <class Steps>
+kavro_broker_result in_request(broker_client_impl *handle,
+                               std::initializer_list<const void *> required, Steps steps,
+                               const char *function = __builtin_FUNCTION()) noexcept {
+    if (handle == nullptr || !all_given(required))
+        return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    if (!handle->begin_request())
+        return KAVRO_BROKER_ERR_INVALID_STATE;
+    const kavro_broker_result code = guard([&] { return conclude(*handle, steps(*handle)); },
+                                           function, &handle->last_error_message);
+    handle->end_request(code);
+    return code;
 }
 
-/// Runs one step of the conversation: `start` starts an operation of the protocol client whose
-/// handler is a completion(). The outcome is in `handle.result`; it is `without_answer` when the
-/// handler was never called, and "cancelled" whenever the request was.
-void run_step(broker_client_impl &handle, eERROR_CODE without_answer,
-              const std::function<void(iBROKER_CLIENT &)> &start);
-
-/// The public code of the last step; the message of a failure is kept for the caller.
-kavro_broker_result conclude(broker_client_impl &handle);
+/// Has the protocol client perform one operation and waits for its end. `start(protocol, handler)`
+/// starts it; what the handler gets besides the result goes into `brought`. Comes to
+/// `without_answer` when the handler is never called, and to "cancelled" whenever the request was.
+template <class Start, class... Brought>
+BrokerResult perform(broker_client_impl &handle, eERROR_CODE without_answer, Start start,
+                     Brought &...brought) {
+    BrokerResult outcome{without_answer};
+    if (!handle.cancelled()) {
+        try {
+            start(*handle.protocol, [&](const BrokerResult &result, Brought... values) {
+                outcome = result;
+                ((brought = std::move(values)), ...);
+            });
+            handle.protocol->run_io(true);
+        } catch (...) {
+            handle.abandon_operation();
+            throw;
+        }
+    }
+    return handle.cancelled() ? BrokerResult{ERROR_CODE_CANCELLED} : outcome;
+}
 
 /// Opens the connection; on a refused default port once more on the second one.
-kavro_broker_result broker_connection_opens(broker_client_impl *handle);
+BrokerResult broker_connection_opens(broker_client_impl &handle);
 
-void broker_connection_closes(broker_client_impl *handle);
+/// Closes it without a word to the broker.
+void broker_connection_closes(broker_client_impl &handle);
 
 /// Introduces the client unless the broker knows it already.
-kavro_broker_result send_hello_if_necessary(broker_client_impl *handle);
+BrokerResult send_hello_if_necessary(broker_client_impl &handle);
 
-/// A whole request, from the introduction to the closed connection.
-kavro_broker_result run_request(broker_client_impl &handle,
-                                const std::function<void(iBROKER_CLIENT &)> &start);
+/// Asks the broker for one thing, from the introduction to the closed connection; see perform().
+template <class Start, class... Brought>
+BrokerResult ask(broker_client_impl &handle, Start start, Brought &...brought) {
+    BrokerResult outcome = send_hello_if_necessary(handle);
+    if (outcome.code == ERROR_CODE_NONE)
+        outcome = broker_connection_opens(handle);
+    if (outcome.code != ERROR_CODE_NONE)
+        return outcome;
+    outcome = perform(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, start, brought...);
+    broker_connection_closes(handle);
+    return outcome;
+}
 
 /// Says good-bye to a broker that was ever greeted, and forgets the introduction.
-kavro_broker_result end_session(broker_client_impl &handle);
+BrokerResult end_session(broker_client_impl &handle);
 
 } // namespace kavro

@@ -103,7 +103,7 @@ void write_connection(JsonWriter &json, const ConnectionReport &connection) {
     json.name("bytes_received").number(connection.traffic.received);
 }
 
-/// Where the request came to grief: in the last thing that was tried.
+/// The phase in which the request failed: that of the last connection.
 void write_failed_in(JsonWriter &json, const RequestReport &report) {
     if (report.result == KAVRO_BROKER_OK)
         return json.null();

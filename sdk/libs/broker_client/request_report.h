@@ -10,8 +10,8 @@
 
 namespace kavro {
 
-/// What became of one request, for a bug report. Collected as it goes; put into words only when
-/// somebody asks.
+/// The course of one request, for a bug report. Collected on the way; put into words only on
+/// demand.
 struct RequestReport {
     using Clock = ConnectionReport::Clock;
 

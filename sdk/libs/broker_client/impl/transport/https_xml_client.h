@@ -114,6 +114,8 @@ public:
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
     const std::string &client_log_id() const { return client_log_id_; }
 
+    /// Ends the session with the broker that was connected to last.
+    void forget_cookies() { memory().cookies.clear(); }
     /// The value of the first cookie, by name, that the broker has set; empty when there is none.
     std::string_view first_cookie() const;
 

@@ -92,7 +92,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     }
     if (request.product_name.empty() || request.product_version.empty() ||
         request.platform.empty()) {
-        handler({ERROR_CODE_INVALID_STATE}, {});
+        handler({ERROR_CODE_INVALID_STATE, "The client information is not set."}, {});
         return false;
     }
     identity_.product_name = request.product_name;
@@ -151,6 +151,13 @@ void cKAVRO_BROKER_CLIENT::learn_identity() {
         identity_.mac_address = nil_mac_address;
         log_info("broker protocoal: mac address is empty, reset to %s", nil_mac_address);
     }
+}
+
+/// The nil identifier announces a new client, which must not present the session of the one before.
+void cKAVRO_BROKER_CLIENT::set_client_log_id(std::string id) {
+    if (id == nil_uuid)
+        transport_.forget_cookies();
+    transport_.set_client_log_id(std::move(id));
 }
 
 std::uint32_t cKAVRO_BROKER_CLIENT::clear_session() {
@@ -335,7 +342,12 @@ void cKAVRO_BROKER_CLIENT::do_logout(LogoutHandler handler) {
     require(handler, logout_message.completion);
     transport_.http_post_with_xml_path(
         broker_path, request_text(logout_message, dialect_),
-        [handler = std::move(handler)](const PostResult &) { handler({}); }, timeouts_.usual);
+        [this, handler = std::move(handler)](const PostResult &post) {
+            if (post.result != POST_RESULT_CANCELLED)
+                transport_.forget_cookies();
+            handler({});
+        },
+        timeouts_.usual);
 }
 
 } // namespace kavro

@@ -78,7 +78,7 @@ public:
         transport_.cancel();
         provisioning_cancel_.cancel();
     }
-    void set_client_log_id(std::string id) override { transport_.set_client_log_id(std::move(id)); }
+    void set_client_log_id(std::string id) override;
     std::string get_client_log_id() const override { return transport_.client_log_id(); }
     std::string get_resolved_address() const override { return resolved_address_; }
     void enable_oauth(bool enable) override { dialect_.oauth = enable; }

@@ -70,7 +70,7 @@ bool parse_ipv6_uri(std::string_view uri, std::string &hostname, std::string &po
     } else if (!strip_brackets(host)) {
         return false;
     }
-    if (!is_inet_v6(host))
+    if (!is_ipv6_address(host))
         return false;
     hostname = host;
     log_success("IPv6 address", hostname, port, protocol);
@@ -138,6 +138,23 @@ bool is_ipv6_address(std::string_view address) {
     const bool names_one_zone =
         !address.ends_with('%') && address.find('%', zone + 1) == std::string_view::npos;
     return names_one_zone && is_inet_v6(address.substr(0, zone));
+}
+
+GivenAddress split_address(std::string_view text) {
+    static const boost::regex form(R"((?:http(s?)://)?(?:\[(.*)\]|([^\[\]:/]*))(?::([0-9]+))?/?)",
+                                   boost::regex::icase);
+    TextMatch groups;
+    const bool bare = is_ipv6_address(text) || text.size() > max_address_length;
+    if (bare || !matches(text, groups, form) ||
+        (groups[2].matched && !is_ipv6_address(groups.str(2))))
+        return {std::string(text), {}, false};
+    return {groups.str(groups[2].matched ? 2 : 3), groups.str(4),
+            groups[1].matched && groups.length(1) == 0};
+}
+
+std::string GivenAddress::authority(const std::string &default_port) const {
+    const std::string &which = port.empty() ? default_port : port;
+    return (is_ipv6_address(host) ? "[" + host + "]" : host) + (which.empty() ? "" : ":") + which;
 }
 
 bool is_valid_port(std::string_view port) {

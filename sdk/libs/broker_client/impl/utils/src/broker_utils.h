@@ -18,6 +18,25 @@ inline constexpr std::size_t max_address_length = 2048;
 bool parse_uri(std::string_view uri, std::string &hostname, std::string &port,
                std::string &protocol);
 
+/// A broker's address as a caller gave it. A text that is none is all host.
+struct GivenAddress {
+    std::string host; ///< without brackets
+    std::string port; ///< empty when the address names none
+    bool plain_http = false;
+
+    /// As a URL has it, with that port where the address names none: an IPv6 address in brackets
+    /// (RFC 3986 section 3.2.2).
+    std::string authority(const std::string &default_port) const;
+};
+
+/// Takes apart a host name or address; an IPv6 address may stand in brackets, a port follow it or
+/// the name, "https://" stand before and a slash behind.
+GivenAddress split_address(std::string_view text);
+
+/// Why "http://" is refused.
+inline constexpr const char *plain_http_refused =
+    "The broker's address begins with \"http://\", but brokers are asked over HTTPS only.";
+
 /// Whether the text is an IPv6 address without brackets; a zone ("%eth0") may follow.
 bool is_ipv6_address(std::string_view address);
 
