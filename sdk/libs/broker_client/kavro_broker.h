@@ -4,8 +4,8 @@
  *
  * A caller sets a log function, creates a handle, tells it the broker's address and who the client
  * is, and then issues requests. Every request blocks its caller until the broker has answered, the
- * deadline has passed or kavro_broker_cancel() was called, and returns one result code. What the
- * broker answered is read with the accessors.
+ * deadline has passed or kavro_broker_cancel() was called, and returns one result code. The
+ * accessors then read the broker's answer.
  *
  * Conventions that hold for every function:
  *
@@ -13,8 +13,8 @@
  *   may be reused as soon as the function returns.
  * - A text that comes out is copied into a buffer of the caller. `length` points to the size of
  *   that buffer in bytes. With a null buffer the needed size, terminating zero included, is stored
- *   and 0 is returned. A buffer that is too small is left alone: the needed size is stored and
- *   #KAVRO_BROKER_ERR_BUFFER_TOO_SMALL is returned. A null `length` returns
+ *   and #KAVRO_BROKER_OK is returned. A buffer that is too small is left alone: the needed size is
+ * stored and #KAVRO_BROKER_ERR_BUFFER_TOO_SMALL is returned. A null `length` returns
  *   #KAVRO_BROKER_ERR_INVALID_PARAMETER.
  * - A null handle, record, finder or required argument and an index out of range return
  *   #KAVRO_BROKER_ERR_INVALID_PARAMETER. Functions without a result ignore a null handle.
@@ -32,7 +32,7 @@
  *   caller who lets users type them replaces the five XML special characters first
  *   (kavro_broker_escape_text() in kavro_broker_extras.h).
  *
- * What a version promises and what each one brought: changes.md in the documentation.
+ * The promises of a version and the news of each one stand in changes.md of the documentation.
  */
 #ifndef KAVRO_BROKER_H
 #define KAVRO_BROKER_H
@@ -49,7 +49,7 @@
 #define KAVRO_BROKER_VERSION_PATCH 0
 /** @} */
 
-/** For `#if`: whether this header has what that version brought. */
+/** For `#if`: whether this header is of that version or a later one. */
 #define KAVRO_BROKER_VERSION_AT_LEAST(wanted_major, wanted_minor)                                  \
     (KAVRO_BROKER_VERSION_MAJOR > (wanted_major) ||                                                \
      (KAVRO_BROKER_VERSION_MAJOR == (wanted_major) &&                                              \
@@ -77,7 +77,7 @@ extern "C" {
  * Values
  * ------------------------------------------------------------------------------------------- */
 
-/** What every function that can fail returns; one of the `KAVRO_BROKER_...` codes below. */
+/** The result of every function that can fail; one of the `KAVRO_BROKER_...` codes below. */
 typedef uint32_t kavro_broker_result;
 
 /** The result codes. */
@@ -98,7 +98,7 @@ enum {
 
     KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED = 200, /**< the host name has no address */
     KAVRO_BROKER_ERR_CONNECT_FAILED = 201,         /**< TCP connection failed */
-    KAVRO_BROKER_ERR_CONNECT_REFUSED = 202,        /**< nobody listens on that port */
+    KAVRO_BROKER_ERR_CONNECT_REFUSED = 202,        /**< no server listens on that port */
     KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED = 203,   /**< TLS could not be agreed on */
     KAVRO_BROKER_ERR_TLS_PROTOCOL_ERROR = 204,     /**< TLS broke after the handshake */
     KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE = 205,  /**< connection lost, or a system call failed */
@@ -145,8 +145,8 @@ enum {
     KAVRO_BROKER_ERR_DESKTOP_OPERATION_FAILED = 712                 /**< it did not work */
 };
 
-/** Broker types for kavro_broker_create(); also what the type finder answers. A type code is four
- *  ASCII characters read as a big-endian number. */
+/** Broker types for kavro_broker_create(), and the type finder's answers. A type code is four ASCII
+ *  characters read as a big-endian number. */
 enum {
     KAVRO_BROKER_TYPE_KAVRO = 0x4B415652,      /**< "KAVR", the broker protocol of this library */
     KAVRO_BROKER_TYPE_VIEW = 0x56494557,       /**< "VIEW", served by a plug-in library */
@@ -160,7 +160,7 @@ enum {
     KAVRO_BROKER_VARIANT_REGISTRATION_CODE = 1 /**< the broker address is a registration code */
 };
 
-/** What the broker wants next, as kavro_broker_get_auth_method() tells it. */
+/** The broker's next demand, as kavro_broker_get_auth_method() tells it. */
 enum {
     KAVRO_BROKER_AUTH_METHOD_NONE = 0,               /**< nothing: the user is logged in */
     KAVRO_BROKER_AUTH_METHOD_PASSWORD = 1,           /**< user name, domain, password */
@@ -183,7 +183,7 @@ enum {
     KAVRO_BROKER_DIALOG_FIELD_READ_ONLY = 1 /**< to be shown only */
 };
 
-/** What a dialog field holds; a hint for the keyboard to show. */
+/** The content of a dialog field; a hint for the keyboard to show. */
 enum {
     KAVRO_BROKER_TEXT_TYPE_TEXT = 0,
     KAVRO_BROKER_TEXT_TYPE_NUMBER = 1,
@@ -304,17 +304,18 @@ typedef int (*kavro_broker_sign_function)(void *context, const uint8_t *digest,
                                           size_t *signature_length);
 
 /* ---------------------------------------------------------------------------------------------
- * Handle, logging, settings. None of these contacts the broker, but kavro_broker_clear_session()
- * and kavro_broker_set_cache_file_location().
+ * Handle, logging, settings. Only kavro_broker_clear_session() contacts the broker, and only
+ * kavro_broker_set_cache_file_location() the registration service.
  * ------------------------------------------------------------------------------------------- */
 
 /**
  * Makes a handle for one kind of broker.
  *
  * @param type_code #KAVRO_BROKER_TYPE_KAVRO or #KAVRO_BROKER_TYPE_VIEW.
- * @param handle receives the handle, to be freed with kavro_broker_free().
- * @return 0; 2 without `handle`; 100 when there is no client for that type; 101 (and a null handle)
- *         when no log function has been set.
+ * @param handle receives the handle, to be freed with kavro_broker_free(); null after a failure.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER without `handle`;
+ *         #KAVRO_BROKER_ERR_CREATE_FAILED when there is no client for that type;
+ *         #KAVRO_BROKER_ERR_NO_LOG_FUNCTION when no log function has been set.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_create(uint32_t type_code,
                                                          kavro_broker_handle *handle);
@@ -339,16 +340,22 @@ kavro_broker_set_session_log_id_function(kavro_broker_session_log_id_function fu
 /**
  * Says where the broker is.
  *
- * @param address host name, IPv4 or IPv6 address; with #KAVRO_BROKER_VARIANT_REGISTRATION_CODE the
- * code.
- * @param port decimal text. Null or empty: "443", and "60443" once when nobody answers there.
+ * Another host or port than before makes the next request introduce the client again; the session
+ * with the broker before is left without a good-bye. The same address again changes nothing.
+ *
+ * @param address host name, IPv4 or IPv6 address. "https://" may stand before it, a port and a
+ * slash behind it; "http://" makes requests return #KAVRO_BROKER_ERR_INVALID_PARAMETER. With
+ * #KAVRO_BROKER_VARIANT_REGISTRATION_CODE: the code.
+ * @param port decimal text, for an address that names no port. Null or empty: "443", and then
+ * "60443" once if no broker answers there.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_broker_address(kavro_broker_handle handle,
                                                                      const char *address,
                                                                      const char *port);
 
 /**
- * Says what the broker address is: #KAVRO_BROKER_VARIANT_REGISTRATION_CODE, or (any other) a host.
+ * Tells a registration code (#KAVRO_BROKER_VARIANT_REGISTRATION_CODE) from a host (any other value)
+ * as the broker's address.
  *
  * @param variant a `KAVRO_BROKER_VARIANT_...` value.
  */
@@ -356,13 +363,13 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_broker_variant(kavro_broke
                                                                      uint32_t variant);
 
 /**
- * Says who the client is. Required before the first request, and none of the texts may be empty by
- * then (else requests return 7). Starts a new session: the next request introduces the client
- * again.
+ * Names the client. Required before the first request, and none of the texts may be empty by then
+ * (else requests return #KAVRO_BROKER_ERR_INVALID_STATE). Starts a new session: the next request
+ * introduces the client again, and the session before is no longer presented to the broker.
  *
  * @param product_name the client's name.
  * @param product_version its version.
- * @param platform what it runs on.
+ * @param platform the system that it runs on.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_info(kavro_broker_handle handle,
                                                                   const char *product_name,
@@ -400,23 +407,24 @@ kavro_broker_set_connect_to_desktop_timeout(kavro_broker_handle handle, uint16_t
 
 /**
  * Switches the check of the broker's certificate. True, the default: a broker that is not trusted
- * ends the request with 300 or 301 before anything but the TLS handshake was sent. False: every
- * broker is accepted, whoever it is.
+ * ends the request with #KAVRO_BROKER_ERR_CERTIFICATE_FAILED or
+ * #KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE after the TLS handshake, before the request is
+ * sent. False: every broker is accepted.
  *
  * @param fail whether to end requests to a broker that is not trusted.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_fail_if_unverified(kavro_broker_handle handle,
                                                                      bool fail);
 
-/** Passed on to the broker client of the handle's type; that of #KAVRO_BROKER_TYPE_KAVRO ignores
- * it. */
+/** Passes the flag on to the broker client of the handle's type; the one of
+ * #KAVRO_BROKER_TYPE_KAVRO ignores it. */
 KAVRO_BROKER_API void kavro_broker_enable_ipv6(kavro_broker_handle handle, bool enable);
 
 /**
  * Checks its arguments (all required, length not 0) and stores nothing.
  *
- * @param sign not called.
- * @param context not used.
+ * @param sign never called.
+ * @param context never used.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
     kavro_broker_handle handle, const uint8_t *certificate, size_t certificate_length,
@@ -425,7 +433,7 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_client_certificate(
 /**
  * Sets the folder in which the table of registration codes is kept (the file
  * "conversion_table.dat"), for the whole process, and brings the table up to date: the call blocks
- * while the table is downloaded, for 20 seconds at most. What fails is logged and leaves the table
+ * while the table is downloaded, for 20 seconds at most. A failure is logged and leaves the table
  * in the folder as it was. Call it before the requests that need the table, from any thread. The
  * folder must exist. Empty text: there is no table. Null is ignored.
  *
@@ -445,33 +453,33 @@ KAVRO_BROKER_API void kavro_broker_cancel(kavro_broker_handle handle);
 
 /**
  * Logs out: tells the broker good-bye if it was ever greeted, and forgets the introduction. The
- * broker's answer does not matter; a broker that cannot be reached for the greeting that comes
+ * broker's answer does not matter, but failing to reach the broker for a greeting that is due
  * before does.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_session(kavro_broker_handle handle);
 
 /* ---------------------------------------------------------------------------------------------
  * Requests. Each introduces the client first when that is due, opens a connection of its own and
- * closes it again. On failure kavro_broker_get_broker_error_message() tells the broker's own words,
- * and outputs are left alone.
+ * closes it again. After a failure kavro_broker_get_broker_error_message() tells the broker's own
+ * words, and the outputs are left alone.
  * ------------------------------------------------------------------------------------------- */
 
 /**
- * Asks what the broker wants next. `*method` is one of the `KAVRO_BROKER_AUTH_METHOD_...` values;
- * 0xFFFFFFFF when the request fails.
+ * Asks for the broker's next demand.
  *
- * @param method receives what is next.
+ * @param method receives one of the `KAVRO_BROKER_AUTH_METHOD_...` values;
+ * #KAVRO_BROKER_AUTH_METHOD_UNKNOWN when the request fails.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_method(kavro_broker_handle handle,
                                                                   uint32_t *method);
 
 /**
- * Logs in with a password. On success ask kavro_broker_get_auth_method() what is next: an expired
- * password is a success that leads to #KAVRO_BROKER_AUTH_METHOD_PASSWORD_EXPIRED.
+ * Logs in with a password. On success ask kavro_broker_get_auth_method() for the next step: an
+ * expired password is a success that leads to #KAVRO_BROKER_AUTH_METHOD_PASSWORD_EXPIRED.
  *
  * @param user_name the user's name.
  * @param domain one of kavro_broker_get_auth_domain().
- * @param password no copy of it outlives the call.
+ * @param password the user's password; no copy of it outlives the call.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_password(kavro_broker_handle handle,
                                                                 const char *user_name,
@@ -482,7 +490,7 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_send_password(kavro_broker_han
  * Answers a dialog.
  *
  * @param button_id id of the button that the user pressed.
- * @param fields the answered fields, in the order to be sent; those whose name the dialog does not
+ * @param fields the answered fields, in the order to be sent; fields whose name the dialog does not
  *        have are left out. May be null when `field_count` is 0.
  * @param field_count number of `fields`.
  */
@@ -491,7 +499,8 @@ kavro_broker_send_auth_dialog(kavro_broker_handle handle, const char *button_id,
                               const kavro_broker_name_value *fields, uint32_t field_count);
 
 /**
- * Accepts (1) or rejects (0) the disclaimer; any other value returns 2.
+ * Accepts (1) or rejects (0) the disclaimer; any other value returns
+ * #KAVRO_BROKER_ERR_INVALID_PARAMETER.
  *
  * @param accept 1 or 0.
  */
@@ -499,20 +508,22 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_send_accept_disclaimer(kavro_b
                                                                          uint8_t accept);
 
 /**
- * Replaces an expired password. The two new passwords must be equal, else 2 and nothing is sent.
+ * Replaces an expired password. New passwords that differ return
+ * #KAVRO_BROKER_ERR_INVALID_PARAMETER, and nothing is sent.
  *
  * @param user_name the user's name.
- * @param domain as for the password before.
- * @param old_password the one that has expired.
- * @param new_password the one from now on.
- * @param new_password_again the same, as the user typed it again.
+ * @param domain the domain that the old password was sent with.
+ * @param old_password the password that has expired.
+ * @param new_password the password from now on.
+ * @param new_password_again the new password as the user typed it again.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_new_password(
     kavro_broker_handle handle, const char *user_name, const char *domain, const char *old_password,
     const char *new_password, const char *new_password_again);
 
 /**
- * SecurID log-in; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ * SecurID log-in; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED with brokers of type
+ * #KAVRO_BROKER_TYPE_KAVRO.
  *
  * @param user_name the user's name.
  * @param passcode PIN and token code.
@@ -522,7 +533,8 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_auth(kavro_broker
                                                                     const char *passcode);
 
 /**
- * SecurID next token; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ * SecurID next token; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED with brokers of type
+ * #KAVRO_BROKER_TYPE_KAVRO.
  *
  * @param token the next code that the token shows.
  */
@@ -530,18 +542,20 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_token(kavro_broke
                                                                      const char *token);
 
 /**
- * SecurID new PIN; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO.
+ * SecurID new PIN; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED with brokers of type
+ * #KAVRO_BROKER_TYPE_KAVRO.
  *
  * @param token the code that the token shows.
  * @param new_pin the PIN from now on.
- * @param new_pin_again the same again.
+ * @param new_pin_again the new PIN as the user typed it again.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_pinchange(kavro_broker_handle handle,
                                                                          const char *token,
                                                                          const char *new_pin,
                                                                          const char *new_pin_again);
 
-/** SecurID wait; 10 with brokers of type #KAVRO_BROKER_TYPE_KAVRO. */
+/** SecurID wait; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED with brokers of type
+ * #KAVRO_BROKER_TYPE_KAVRO. */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_securid_wait(kavro_broker_handle handle);
 
 /**
@@ -552,24 +566,25 @@ KAVRO_BROKER_API kavro_broker_result
 kavro_broker_request_desktop_list(kavro_broker_handle handle, kavro_broker_desktop_list *list);
 
 /**
- * Allocates a desktop. A broker may send the client on to a provisioning server for it, which then
- * has 180 seconds of its own (else 708).
+ * Allocates a desktop. A broker may send the client on to a provisioning server for it. That server
+ * has 180 seconds of its own, then the request returns #KAVRO_BROKER_ERR_SESSION_PROVISION_TIMEOUT.
  *
- * @param desktop_id its id from the desktop list.
- * @param variables sent on to the desktop's agent; may be null.
+ * @param desktop_id the desktop's id from the desktop list.
+ * @param variables variables for the desktop's agent; may be null.
  * @param info receives the target, freed with kavro_broker_free_desktop_connection_info().
- * @return 0; 703 when the desktop is still being prepared (ask again later); else the failure.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_CONNECT_DESKTOP_PENDING when the desktop is still
+ *         being prepared (ask again later); else the failure.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_connect_to_desktop(
     kavro_broker_handle handle, const char *desktop_id, kavro_broker_variable_list variables,
     kavro_broker_desktop_connection_info *info);
 
 /**
- * Carries out a power operation. `operation` is a `KAVRO_BROKER_OPERATION_...` value; a value above
- * 4 is a programming error and stops the process.
+ * Carries out a power operation.
  *
- * @param desktop_id its id from the desktop list.
- * @param operation what to do.
+ * @param desktop_id the desktop's id from the desktop list.
+ * @param operation a `KAVRO_BROKER_OPERATION_...` value; any other value is a programming error and
+ * stops the process.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_perform_desktop_operation(
     kavro_broker_handle handle, const char *desktop_id, uint32_t operation);
@@ -585,14 +600,16 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_send_certificate_confirmation(
     kavro_broker_handle handle, uint32_t flag, const void *first, const void *second);
 
 /* ---------------------------------------------------------------------------------------------
- * What the last requests brought
+ * Answers of the last requests
  * ------------------------------------------------------------------------------------------- */
 
-/** The message of the last failure, in the broker's words where it sent any; else empty. */
+/** The message of the last request when it failed, in the broker's words where it sent any; empty
+ * after a request that went well. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_broker_error_message(kavro_broker_handle handle, char *buffer, size_t *length);
 
-/** What the broker says it is. Returns 7 until the broker has been greeted. */
+/** The broker's product and platform in its own words. Returns #KAVRO_BROKER_ERR_INVALID_STATE
+ * until the broker at the handle's address has been greeted. */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_broker_info(
     kavro_broker_handle handle, char *product_name, size_t *product_name_length,
     char *product_version, size_t *product_version_length, char *platform, size_t *platform_length);
@@ -628,11 +645,11 @@ KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_auth_to_client_variable(kavro_broker_handle handle, uint32_t index, char *name,
                                          size_t *name_length, char *value, size_t *value_length);
 
-/** What to ask the user in the current dialog. */
+/** The current dialog's question to the user. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_auth_dialog_prompt_text(kavro_broker_handle handle, char *buffer, size_t *length);
 
-/** What was wrong with the user's previous answer to the dialog; may be empty. */
+/** The fault in the user's previous answer to the dialog; may be empty. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_auth_dialog_error_text(kavro_broker_handle handle, char *buffer, size_t *length);
 
@@ -648,8 +665,8 @@ kavro_broker_get_auth_dialog_get_num_fields(kavro_broker_handle handle, uint32_t
  * One field of the current dialog.
  *
  * @param kind required; a `KAVRO_BROKER_DIALOG_FIELD_...` value.
- * @param name what the field is answered by. @param label what to show beside it.
- * @param value what it holds at first.
+ * @param name the name that an answer gives for the field. @param label the text to show beside it.
+ * @param value the field's content at first.
  * @param hidden required; 1 when typed characters must not be shown.
  * @param loggable required; 0 when the value is a secret.
  * @param text_type a `KAVRO_BROKER_TEXT_TYPE_...` value; may be null.
@@ -666,7 +683,7 @@ kavro_broker_get_auth_dialog_get_num_buttons(kavro_broker_handle handle, uint32_
 /**
  * One button of the current dialog. `is_default` is required.
  *
- * @param is_default receives 1 for the one that the Enter key stands for, else 0.
+ * @param is_default receives 1 for the button that the Enter key presses, else 0.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_auth_dialog_button(
     kavro_broker_handle handle, uint32_t index, char *id, size_t *id_length, char *label,
@@ -678,7 +695,8 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_num_certificates(kavro_bro
 
 /**
  * One certificate of that chain in DER form; index 0 is the broker's own. With a null buffer the
- * size is stored. 3 when the buffer is too small or that certificate was not shown.
+ * size is stored. Returns #KAVRO_BROKER_ERR_BUFFER_TOO_SMALL when the buffer is too small or the
+ * broker did not show that certificate.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_broker_certificate(kavro_broker_handle handle,
                                                                          uint32_t index,
@@ -686,7 +704,7 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_broker_certificate(kavro_b
                                                                          size_t *length);
 
 /**
- * The verdict on one certificate after 300 or 301, a `KAVRO_BROKER_CERTIFICATE_...` value.
+ * The verdict on one certificate that was not accepted, a `KAVRO_BROKER_CERTIFICATE_...` value.
  *
  * @param verdict receives the verdict.
  */
@@ -730,7 +748,7 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_health(kavro_broke
 /**
  * Whether a desktop offers a `KAVRO_BROKER_OPERATION_...`.
  *
- * @param operation which one.
+ * @param operation the operation asked about.
  * @param allowed receives 1 or 0.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_operation_allowed(
@@ -742,9 +760,10 @@ KAVRO_BROKER_API void kavro_broker_free_desktop_list(kavro_broker_desktop_list l
 /**
  * One property of an allocated desktop, a `KAVRO_BROKER_CONNECTION_...` value. The
  * use-broker-address flag is one byte, written whatever `*length` says (a null buffer asks for the
- * length, 1). The gateway ticket and its times return 8 when the broker sent none.
+ * length, 1). The gateway ticket and its times return #KAVRO_BROKER_ERR_NOT_AVAILABLE when the
+ * broker sent none.
  *
- * @param property which one.
+ * @param property the property asked for.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_connection_property(
     kavro_broker_desktop_connection_info info, uint32_t property, char *buffer, size_t *length);
@@ -763,8 +782,9 @@ KAVRO_BROKER_API void
 kavro_broker_free_desktop_connection_info(kavro_broker_desktop_connection_info info);
 
 /**
- * Makes a list of `count` empty variables; a count of 0 returns 2. `*list` is freed with
- * kavro_broker_free_variable_list(); it is null (and the result 0) when memory is short.
+ * Makes a list of `count` empty variables; a count of 0 returns
+ * #KAVRO_BROKER_ERR_INVALID_PARAMETER. `*list` is freed with kavro_broker_free_variable_list(); it
+ * is null (and the result #KAVRO_BROKER_OK) when memory is short.
  */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_create_variable_list(uint32_t count, kavro_broker_variable_list *list);
@@ -792,17 +812,17 @@ KAVRO_BROKER_API void kavro_broker_free_variable_list(kavro_broker_variable_list
  * Type finder: what answers at an address?
  * ------------------------------------------------------------------------------------------- */
 
-/** Makes a type finder, freed with kavro_broker_free_type_finder(). It is null (and the result 0)
- * when memory is short. */
+/** Makes a type finder, freed with kavro_broker_free_type_finder(). It is null (and the result
+ * #KAVRO_BROKER_OK) when memory is short. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_create_type_finder(kavro_broker_type_finder *finder);
 
 /**
- * kavro_broker_find_type_extended() without its texts.
+ * As kavro_broker_find_type_extended(), without the address and the port that were found.
  *
- * @param address as there.
- * @param port as there.
- * @param type_code as there.
+ * @param address host, or registration code.
+ * @param port decimal text; null or empty tries the usual ports.
+ * @param type_code receives a `KAVRO_BROKER_TYPE_...` value.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type(kavro_broker_type_finder finder,
                                                             const char *address, const char *port,
@@ -813,30 +833,33 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type(kavro_broker_type_fi
  * for each step of an attempt, then with three; an address where everything is silent takes about
  * 15 seconds.
  *
- * Nobody's certificate is judged on the way: what is found here is a hint for
- * kavro_broker_create(), never a proof of who answers. Whoever does answer learns this computer's
- * host name and the MAC address of its network adapter. Nothing else about the user or the machine
- * is sent, and no cookie.
+ * No certificate is verified on the way: the answer is a hint for kavro_broker_create(), never a
+ * proof of identity. A peer that answers learns this computer's host name and the MAC address of
+ * its network adapter. Nothing else about the user or the machine is sent, and no cookie.
  *
- * @param address host or registration code. A registration code is looked up in the cached table
- * (see kavro_broker_set_cache_file_location()); when it is there, nobody is contacted.
- * @param port decimal text, for all protocols; null or empty tries the usual ones: 443 and 60443
+ * @param address host as in kavro_broker_set_broker_address(), or registration code. A registration
+ * code is looked up in the cached table (see kavro_broker_set_cache_file_location()); when the
+ * table has it, no connection is made.
+ * @param port decimal text, for all protocols; null or empty tries the usual ports: 443 and 60443
  * for a broker, 4172 for a direct host.
  * @param type_code receives a `KAVRO_BROKER_TYPE_...` value.
  * @param address_buffer receives the address that a registration code stands for, empty for
  * everything else; may be null.
- * @param address_size size of that buffer; a text that does not fit leaves it empty.
+ * @param address_size size of that buffer; if the text does not fit, the buffer holds an empty
+ * text.
  * @param port_buffer receives the port that answered; may be null.
  * @param port_size size of that buffer, as above.
- * @return 0; 2 for an address or a port that cannot be one; 5 when cancelled; 9 when nothing was
- * recognised. All outputs are left alone unless it is 0.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for an address or a port that
+ * cannot be one; #KAVRO_BROKER_ERR_CANCELLED; #KAVRO_BROKER_ERR_NO_BROKER_FOUND when nothing was
+ * recognised; #KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE when this computer lacks memory or file
+ * descriptors for the search. Only #KAVRO_BROKER_OK changes the outputs.
  */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_find_type_extended(
     kavro_broker_type_finder finder, const char *address, const char *port, uint32_t *type_code,
     char *address_buffer, size_t address_size, char *port_buffer, size_t port_size);
 
-/** Ends the search that another thread is inside of: it returns 5. With none running nothing
- * happens, and the next search is not affected. */
+/** Ends the search that another thread runs, which then returns #KAVRO_BROKER_ERR_CANCELLED.
+ * Without a running search nothing happens, and the next search is not affected. */
 KAVRO_BROKER_API void kavro_broker_cancel_find_type(kavro_broker_type_finder finder);
 
 /**

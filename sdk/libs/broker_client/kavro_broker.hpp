@@ -271,7 +271,7 @@ public:
     std::string broker_error_message() const {
         return detail::read_text(kavro_broker_get_broker_error_message, get());
     }
-    /// What became of the last request, as a JSON text.
+    /// The report on the last request, as a JSON text.
     std::string request_report() const {
         return detail::read_text(kavro_broker_get_request_report, get());
     }

@@ -34,7 +34,7 @@ public:
 
     kavro_broker_result code() const { return code_; }
     const char *name() const { return kavro_broker_result_name(code_); }
-    /// What the broker said of the request that failed; empty where it said nothing.
+    /// The message of the failed request; empty where there is none.
     const std::string &broker_text() const { return broker_text_; }
 
 private:
