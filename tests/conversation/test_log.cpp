@@ -32,10 +32,9 @@ std::string logged(const std::function<void()> &requests) {
 
 const std::string cleared = "debug: Deadline Timer timeout cleared.\n"
                             "debug: Deadline Timer was cancelled.\n";
-const std::string late = "debug: Deadline Timer has expired!\n"
-                         "debug: Deadline Timer timeout cleared.\n";
-const std::string disconnected = "debug: Deadline Timer timeout cleared.\n"
-                                 "verbose: EXIT: HttpsXmlClient::disconnect\n";
+const std::string dropped = "debug: Deadline Timer was cancelled.\n";
+const std::string late = "debug: Deadline Timer has expired!\n";
+const std::string disconnected = "verbose: EXIT: HttpsXmlClient::disconnect\n";
 const std::string log_id = "info: Client-Log-ID: ID\n";
 
 std::string connecting(const std::string &limit) {
@@ -113,7 +112,7 @@ TEST(LogLineByLine, OfWhatFails) {
         broker_sim::Fault fault; ///< without an ending, nobody listens
         std::string lines;
     } rows[] = {
-        {"refused", {}, connecting("400") + cleared + log_id},
+        {"refused", {}, connecting("400") + dropped + log_id},
         {"no connection",
          {.stage = Stage::accept, .ending = Ending::stall},
          connecting("400") + late + log_id},
@@ -122,11 +121,11 @@ TEST(LogLineByLine, OfWhatFails) {
          connecting("400") + late + log_id},
         {"handshake ended",
          {.stage = Stage::handshake, .ending = Ending::fin},
-         connecting("400") + handshake + cleared + log_id},
+         connecting("400") + cleared + handshake + log_id},
         {"no answer", {.ending = Ending::stall}, sent + late + disconnected},
         {"answer ended",
          {.ending = Ending::fin, .at_byte = 20},
-         sent + lost + cleared + disconnected},
+         sent + cleared + lost + disconnected},
     };
     for (const auto &[what, fault, lines] : rows) {
         Conversation talk(without_authentication(), handle_with_deadline(400ms));

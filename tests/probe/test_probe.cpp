@@ -198,18 +198,5 @@ TEST_F(Probe, SmallBuffersAndTheFinishedFlag) {
     EXPECT_EQ(finished, 1u);
 }
 
-TEST_F(Probe, ASingleProtocolIsTriedOnceWithTheLongestTimeout) {
-    const ScriptedPeer peer({after_request({stall()})});
-    QueryBrokerClient probe("127.0.0.1", peer.port(), 1, {.timeouts = {1s, 1s, 100ms}});
-    std::optional<ProbeResult> found;
-    probe.get_broker_type([&found](const ProbeResult &result) { found = result; });
-    while (!found)
-        probe.run_io();
-    EXPECT_EQ(found->type, UNKNOWN_BROKER);
-    EXPECT_EQ(peer.connection_count(), 1u);
-    EXPECT_TRUE(peer.record(0).received.starts_with("POST /broker/xml "));
-    EXPECT_EQ(logged("try_next single probe").size(), 2u);
-}
-
 } // namespace
 } // namespace kavro

@@ -2,8 +2,8 @@
 #include "support/requests.h"
 #include "support/scripted_peer.h"
 #include "support/unreachable.h"
-#include "transport/io_names.h"
 #include "transport/tls_exchange.h"
+#include "transport/waiter.h"
 
 #include <gtest/gtest.h>
 #include <openssl/ssl.h>
@@ -95,9 +95,9 @@ TEST_F(Provisioning, RequestByteByByte) {
 
 TEST_F(Provisioning, TlsOptionsAreExactlyThese) {
     auto tls = provisioning_tls();
-    EXPECT_EQ(SSL_CTX_get_options(tls.native_handle()), 0x96000854u);
-    EXPECT_EQ(SSL_CTX_get_verify_mode(tls.native_handle()), SSL_VERIFY_NONE);
-    EXPECT_NE(SSL_CTX_get_verify_callback(tls.native_handle()), nullptr);
+    EXPECT_EQ(SSL_CTX_get_options(tls.get()), 0x96000854u);
+    EXPECT_EQ(SSL_CTX_get_verify_mode(tls.get()), SSL_VERIFY_NONE);
+    EXPECT_NE(SSL_CTX_get_verify_callback(tls.get()), nullptr);
 }
 
 TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
@@ -243,41 +243,17 @@ TEST_F(Provisioning, EndsInTimeOrOnCancelWhereverTheServerFallsSilent) {
 
 TEST_F(Provisioning, ACancelThatComesFirstIsKeptForIt) {
     const ScriptedPeer server({{stall()}});
-    ProvisioningCancel cancel;
-    cancel.cancel();
+    Waiter waiter;
+    waiter.cancel();
     const auto run = [&](std::chrono::milliseconds timeout) {
         cDESKTOP_CONNECTION_RESULT connection;
-        return provision_session({"", "127.0.0.1", server.port(), "", ""}, {}, cancel, timeout,
+        return provision_session({"", "127.0.0.1", server.port(), "", ""}, {}, waiter, timeout,
                                  "2.1", connection)
             .code;
     };
     EXPECT_EQ(run(30s), ERROR_CODE_CANCELLED);
-    cancel.reset();
+    waiter.forget_cancel();
     EXPECT_EQ(run(100ms), ERROR_CODE_SESSION_PROVISION_TIMEOUT);
-}
-
-TEST_F(Provisioning, LookUpsAndConnectsThatNobodyAnswersDoNotHoldIt) {
-    const SilentNames silent;
-    const FullBacklog full;
-    auto tls = provisioning_tls();
-    const struct {
-        std::string host, port;
-        NameResolver::BlockingLookup lookup;
-    } rows[] = {
-        {"server.test", "443", silent.lookup()},
-        {"127.0.0.1", full.port(), NameResolver::system_lookup},
-    };
-    for (const auto &row : rows) {
-        TlsExchange late(tls, 200ms, {}, row.lookup);
-        EXPECT_NE(late.connect(row.host, row.port), "");
-        EXPECT_TRUE(late.timed_out());
-
-        TlsExchange cancelled(tls, 30s, {}, row.lookup);
-        std::thread canceller([&] { cancelled.cancel(); });
-        EXPECT_NE(cancelled.connect(row.host, row.port), "");
-        canceller.join();
-        EXPECT_FALSE(cancelled.timed_out());
-    }
 }
 
 } // namespace kavro

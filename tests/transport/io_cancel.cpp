@@ -83,31 +83,4 @@ TEST_F(CancelTest, WithNothingRunningDoesNotReachTheNextConnect) {
     client.run_io(false);
 }
 
-// Whoever disconnects in the middle of connecting wants no further address to be tried.
-TEST_F(CancelTest, DisconnectEndsWhatIsUnderWayAsCancelled) {
-    const FullBacklog silent;
-    const ScriptedPeer peer({{expect_bytes(1), stall()}});
-    Names names;
-    names.set("broker.test", {silent.endpoint(), peer.endpoint()});
-    Client client(names.lookup());
-    for (const std::string &address : {std::string("broker.test:443"), peer.address()}) {
-        SCOPED_TRACE(address);
-        CapturedLog::lines().clear();
-        const std::ptrdiff_t step = address == peer.address() ? 1 : 2; // the first is the look-up
-        const std::function<void()> disconnect_in_step = [&] {
-            if (CapturedLog::count("Deadline Timer timeout set to 5000 milliseconds.") == step)
-                client.disconnect();
-            else
-                client.post(disconnect_in_step);
-        };
-        const auto outcome = drive<ConnectResult>(client, [&](auto handler) {
-            client.connect(address, false, handler, ample);
-            client.post(disconnect_in_step);
-        });
-        EXPECT_EQ(outcome.result.result, ConnectCode::cancelled);
-        EXPECT_LT(outcome.took, margin);
-    }
-    EXPECT_LE(peer.connection_count(), 1u);
-}
-
 } // namespace kavro

@@ -1,8 +1,7 @@
 #include "io_client.h"
-#include "io_names.h"
 #include "support/unreachable.h"
 
-#include "transport/deadline_timer.h"
+#include "transport/waiter.h"
 
 namespace kavro {
 
@@ -12,31 +11,25 @@ class DeadlineTest : public TransportTest {};
 
 } // namespace
 
-TEST(DeadlineTimerTest, PassesOnceAndIsForgottenWhenSetAnewOrCleared) {
-    boost::asio::io_context context;
-    int actions = 0;
-    DeadlineTimer timer([&actions] { ++actions; });
-    EXPECT_FALSE(timer.run_one(context)) << "there is nothing to wait for";
+TEST(WaiterTest, DeadlinePassesOnceAndIsForgottenWhenSetAnewOrCleared) {
+    Waiter waiter;
+    waiter.set_deadline(1ms);
+    EXPECT_FALSE(waiter.expired());
+    EXPECT_TRUE(waiter.wait());
+    EXPECT_TRUE(waiter.expired());
+    waiter.clear_deadline();
+    EXPECT_TRUE(waiter.expired()) << "who was ended by it asks after clearing";
 
-    const auto operation_under_way = boost::asio::make_work_guard(context);
-    context.restart();
-    timer.set(1ms);
-    EXPECT_FALSE(timer.expired());
-    EXPECT_TRUE(timer.run_one(context));
-    EXPECT_TRUE(timer.expired());
-    timer.clear();
-    EXPECT_TRUE(timer.expired()) << "who was ended by it asks after clearing";
-
+    const auto in_a_moment = [] { return Waiter::Clock::now() + 2ms; };
     for (const milliseconds none : {0ms, milliseconds(24h)}) {
-        timer.set(1ms);
-        timer.set(none);
-        EXPECT_FALSE(timer.expired());
-        const auto later = std::chrono::steady_clock::now() + 2ms;
-        while (std::chrono::steady_clock::now() < later)
-            timer.poll(context);
-        EXPECT_FALSE(timer.expired());
+        waiter.set_deadline(1ms);
+        waiter.set_deadline(none);
+        EXPECT_FALSE(waiter.wait({}, in_a_moment()));
     }
-    EXPECT_EQ(actions, 1);
+    waiter.set_deadline(1ms);
+    waiter.clear_deadline();
+    EXPECT_FALSE(waiter.wait({}, in_a_moment()));
+    EXPECT_FALSE(waiter.expired());
 }
 
 TEST_F(DeadlineTest, HoldsWhereAConnectionIsBeingMade) {
@@ -52,17 +45,6 @@ TEST_F(DeadlineTest, HoldsWhereAConnectionIsBeingMade) {
         EXPECT_GE(outcome.took, short_timeout);
         EXPECT_LT(outcome.took, short_timeout + margin);
     }
-}
-
-TEST_F(DeadlineTest, AfterASilentAddressTheNextIsTried) {
-    const FullBacklog silent;
-    const ScriptedPeer peer({{handshake()}});
-    Names names;
-    names.set("broker.test", {silent.endpoint(), peer.endpoint()});
-    Client client(names.lookup());
-    const auto outcome = connect(client, "broker.test:443", false, short_timeout);
-    EXPECT_EQ(outcome.result.result, ConnectCode::connected);
-    EXPECT_GE(outcome.took, short_timeout);
 }
 
 TEST_F(DeadlineTest, ZeroWaitsForAsLongAsItTakes) {

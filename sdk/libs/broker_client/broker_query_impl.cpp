@@ -1,15 +1,12 @@
 #include "broker_query_impl.h"
 
-#include <chrono>
+#include "transport/waiter.h"
+
 #include <stdexcept>
-#include <thread>
 
 using namespace kavro;
 
 namespace {
-
-/// No cancel waits longer than this.
-constexpr std::chrono::milliseconds poll_interval{10};
 
 std::uint32_t type_code_of(BROKER_TYPE type) {
     switch (type) {
@@ -30,26 +27,31 @@ std::uint32_t type_code_of(BROKER_TYPE type) {
 
 } // namespace
 
+broker_query_impl::broker_query_impl(ProbeSettings probe_settings)
+    : settings(std::move(probe_settings)), waiter_(std::make_shared<Waiter>()) {}
+
 kavro_broker_result broker_query_impl::find(const std::string &address,
                                             const std::string &wanted_port) {
     cancelled_ = false;
+    waiter_->forget_cancel();
     finished = type_code = 0;
+    ProbeResult result;
     try {
-        QueryBrokerClient probe(address, wanted_port, QueryBrokerClient::all_protocols, settings);
-        probe.get_broker_type([this](const ProbeResult &result) {
-            type_code = type_code_of(result.type);
-            resolved_address = result.resolved_address;
-            port = result.port;
-            finished = 1;
-        });
-        while (finished == 0 && !cancelled_) {
-            probe.run_io();
-            std::this_thread::sleep_for(poll_interval);
-        }
+        result =
+            QueryBrokerClient(address, wanted_port, settings, waiter_, cancelled_).get_broker_type();
     } catch (const std::invalid_argument &) {
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
     }
     if (cancelled_)
         return KAVRO_BROKER_ERR_CANCELLED;
+    type_code = type_code_of(result.type);
+    resolved_address = std::move(result.resolved_address);
+    port = std::move(result.port);
+    finished = 1;
     return type_code == 0 ? KAVRO_BROKER_ERR_NO_BROKER_FOUND : KAVRO_BROKER_OK;
+}
+
+void broker_query_impl::cancel() noexcept {
+    cancelled_ = true;
+    waiter_->cancel();
 }

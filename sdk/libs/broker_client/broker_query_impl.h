@@ -5,19 +5,19 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 /// A type finder: searches on the caller's thread, one search at a time, and remembers what the
 /// last one found.
 struct broker_query_impl {
-    explicit broker_query_impl(kavro::ProbeSettings probe_settings = {})
-        : settings(std::move(probe_settings)) {}
+    explicit broker_query_impl(kavro::ProbeSettings probe_settings = {});
 
     /// Blocks until the search is over or cancelled. An empty port stands for the usual ones.
     kavro_broker_result find(const std::string &address, const std::string &port);
 
-    /// Ends the search that runs, if any. From any thread.
-    void cancel() { cancelled_ = true; }
+    /// Ends the search that runs, if any. From any thread and in a signal handler.
+    void cancel() noexcept;
 
     const kavro::ProbeSettings settings;
     std::uint32_t finished = 0;  ///< 1 once a search has come to an end of its own
@@ -26,5 +26,6 @@ struct broker_query_impl {
     std::string port;
 
 private:
+    const std::shared_ptr<kavro::Waiter> waiter_;
     std::atomic<bool> cancelled_ = false;
 };

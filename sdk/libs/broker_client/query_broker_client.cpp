@@ -107,12 +107,13 @@ bool has_top_level_element(const XmlDocument &document, std::string_view name) {
 } // namespace
 
 QueryBrokerClient::QueryBrokerClient(const std::string &address, const std::string &port,
-                                     int protocol_index, const ProbeSettings &settings)
+                                     const ProbeSettings &settings, std::shared_ptr<Waiter> waiter,
+                                     const std::atomic<bool> &cancelled)
     : settings_(settings),
       url_("https://" + address),
-      port_(port),
-      protocol_index_(protocol_index),
-      single_probe_(protocol_index != all_protocols) {
+      waiter_(std::move(waiter)),
+      cancelled_(cancelled),
+      port_(port) {
     trace_entry("QueryBrokerClient::QueryBrokerClient");
     std::string host, own_port, scheme;
     if (parse_uri(url_, host, own_port, scheme) && !own_port.empty())
@@ -126,30 +127,20 @@ QueryBrokerClient::~QueryBrokerClient() {
     trace_entry("QueryBrokerClient::~QueryBrokerClient");
 }
 
-void QueryBrokerClient::get_broker_type(ResultHandler on_result) {
-    on_result_ = std::move(on_result);
-    step_due_ = true;
-}
-
-void QueryBrokerClient::run_io() {
-    // Not from the transport's handlers: a step replaces the transport, and they run inside it.
-    if (std::exchange(step_due_, false))
-        try_next();
-    if (transport_)
-        transport_->run_io(false);
-}
-
-void QueryBrokerClient::try_next() {
-    trace_entry("QueryBrokerClient::try_next", single_probe_ ? "single probe" : "auto probe");
-    resolved_address_ = convert_registration_code(url_);
-    if (!resolved_address_.empty())
-        return finish(AWS_KAVRO_BROKER);
-    if (!choose_attempt())
-        return finish(UNKNOWN_BROKER);
-    renew_https_xml_client();
-    transport_->connect(
-        url_, false, [this](const ConnectResult &result) { handle_connect(result); },
-        settings_.timeouts[timeout_index_], port_);
+ProbeResult QueryBrokerClient::get_broker_type() {
+    while (true) {
+        trace_entry("QueryBrokerClient::try_next", "auto probe");
+        const bool first = protocol_index_ < 0;
+        if (std::string broker = first ? convert_registration_code(url_) : ""; !broker.empty())
+            return finish(AWS_KAVRO_BROKER, std::move(broker));
+        if (!choose_attempt())
+            return finish(UNKNOWN_BROKER);
+        const Finding found = try_next();
+        if (cancelled_)
+            return {};
+        if (found)
+            return finish(*found);
+    }
 }
 
 /// Decides on protocol, port and time-out of the next attempt; false when there is none left.
@@ -160,14 +151,7 @@ bool QueryBrokerClient::choose_attempt() {
         port_ = settings_.second_broker_port;
         return true;
     }
-    return single_probe_ ? longest_timeout() : next_protocol();
-}
-
-bool QueryBrokerClient::longest_timeout() {
-    if (++timeout_index_ >= settings_.timeouts.size())
-        return false;
-    timeout_index_ = settings_.timeouts.size() - 1;
-    return true;
+    return next_protocol();
 }
 
 bool QueryBrokerClient::next_protocol() {
@@ -187,11 +171,17 @@ bool QueryBrokerClient::next_protocol() {
     return true;
 }
 
-void QueryBrokerClient::renew_https_xml_client() {
-    transport_ = std::make_unique<HttpsXmlClient>(settings_.lookup);
+QueryBrokerClient::Finding QueryBrokerClient::try_next() {
+    transport_ = std::make_unique<HttpsXmlClient>(settings_.lookup, waiter_);
+    ConnectResult connected;
+    transport_->connect(
+        url_, false, [&connected](const ConnectResult &result) { connected = result; },
+        settings_.timeouts[timeout_index_], port_);
+    transport_->run_io(true);
+    return handle_connect(connected);
 }
 
-void QueryBrokerClient::handle_connect(const ConnectResult &result) {
+QueryBrokerClient::Finding QueryBrokerClient::handle_connect(const ConnectResult &result) {
     log_debug("ENTRY: %s, Result.connect_result   = %d,", "QueryBrokerClient::handle_connect",
               static_cast<int>(result.result));
     switch (result.result) {
@@ -201,43 +191,45 @@ void QueryBrokerClient::handle_connect(const ConnectResult &result) {
     case ConnectCode::connect_failed:
     case ConnectCode::connect_refused:
     case ConnectCode::tls_handshake_failed:
-        step_due_ = true;
-        return;
+        return std::nullopt;
     case ConnectCode::invalid_params:
         throw std::invalid_argument("the address cannot be connected to");
     default:
         transport_->disconnect();
-        return finish(NON_EXISTENT_BROKER);
+        return NON_EXISTENT_BROKER;
     }
 }
 
-void QueryBrokerClient::speak_protocol() {
+QueryBrokerClient::Finding QueryBrokerClient::speak_protocol() {
     broker_assert(protocol_index_ >= 0 && protocol_index_ < std::ssize(protocols),
                   "QueryBrokerClient::handle_connect");
     const Protocol &protocol = protocols[protocol_index_];
     if (protocol.greeting == nullptr)
-        return finish(protocol.type);
+        return protocol.type;
+    Finding found;
     transport_->http_post_with_xml_path(
         protocol.path, protocol.greeting(*transport_),
-        [this](const PostResult &result) { handle_post_resp(result); },
+        [&](const PostResult &result) { found = handle_post_resp(result); },
         settings_.timeouts[timeout_index_]);
+    transport_->run_io(true);
+    return found;
 }
 
-void QueryBrokerClient::handle_post_resp(const PostResult &result) {
+QueryBrokerClient::Finding QueryBrokerClient::handle_post_resp(const PostResult &result) {
     trace_entry("QueryBrokerClient::handle_post_resp");
     const Protocol &protocol = protocols[protocol_index_];
     if (result.result != POST_RESULT_SUCCESS)
         discovery_log_info("%s: %d (%s)", "QueryBrokerClient::handle_post_resp",
                            static_cast<int>(result.result), post_result_names[result.result]);
     else if (has_top_level_element(*result.document, protocol.answer))
-        return finish(protocol.type);
-    step_due_ = true;
+        return protocol.type;
+    return std::nullopt;
 }
 
-void QueryBrokerClient::finish(BROKER_TYPE type) {
+ProbeResult QueryBrokerClient::finish(BROKER_TYPE type, std::string resolved_address) const {
     discovery_log_info("QueryBrokerClient result: %s on port %s", display_name(type),
                        port_.c_str());
-    on_result_({type, resolved_address_, port_});
+    return {type, std::move(resolved_address), port_};
 }
 
 } // namespace kavro

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "transport/https_xml_client.h"
+#include "transport/name_resolution.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,56 +41,46 @@ struct ProbeSettings {
 };
 
 /// Finds out what answers at an address: speaks each protocol in turn, every attempt on a transport
-/// of its own, and ends with the first that is understood. Nobody's certificate is judged, so what
-/// it sends may reach anybody.
-///
-/// Everything happens inside run_io(), which never waits.
+/// of its own, and ends with the first that is understood. No certificate is verified here: send
+/// nothing secret.
 class QueryBrokerClient {
 public:
-    using ResultHandler = std::function<void(const ProbeResult &)>;
-
-    static constexpr int all_protocols = -1;
-
     /// @param address host name, address or registration code.
     /// @param port empty for the usual ones; the address may bring its own, which counts more.
-    /// @param protocol_index a single protocol to be tried once, with the longest time-out and on
-    ///        the given port; or all_protocols.
+    /// @param waiter waits for every attempt. @param cancelled whether the search shall end.
     /// @throws std::invalid_argument for a port that is none.
-    QueryBrokerClient(const std::string &address, const std::string &port, int protocol_index,
-                      const ProbeSettings &settings);
+    QueryBrokerClient(const std::string &address, const std::string &port,
+                      const ProbeSettings &settings, std::shared_ptr<Waiter> waiter,
+                      const std::atomic<bool> &cancelled);
     ~QueryBrokerClient();
     QueryBrokerClient(const QueryBrokerClient &) = delete;
     QueryBrokerClient &operator=(const QueryBrokerClient &) = delete;
 
-    /// Starts the search. The handler is called once, from run_io().
-    void get_broker_type(ResultHandler on_result);
-
-    /// Does what can be done at once.
+    /// Searches. What a cancelled search has found says nothing.
     /// @throws std::invalid_argument for an address that nobody can connect to.
-    void run_io();
+    ProbeResult get_broker_type();
 
 private:
-    void try_next();
+    /// What an attempt has shown: a kind of broker, nothing yet, or that there is nothing.
+    using Finding = std::optional<BROKER_TYPE>;
+
     bool choose_attempt();
     bool next_protocol();
-    bool longest_timeout();
-    void renew_https_xml_client();
-    void handle_connect(const ConnectResult &result);
-    void speak_protocol();
-    void handle_post_resp(const PostResult &result);
-    void finish(BROKER_TYPE type);
+    Finding try_next();
+    Finding handle_connect(const ConnectResult &result);
+    Finding speak_protocol();
+    Finding handle_post_resp(const PostResult &result);
+    ProbeResult finish(BROKER_TYPE type, std::string resolved_address = {}) const;
 
     const ProbeSettings settings_;
     const std::string url_;
+    const std::shared_ptr<Waiter> waiter_;
+    const std::atomic<bool> &cancelled_;
     std::string port_;
-    int protocol_index_;
-    const bool single_probe_;
+    int protocol_index_ = -1;
     bool auto_port_ = false; ///< the caller gave no port
     std::size_t timeout_index_ = 0;
-    bool step_due_ = false; ///< the search goes on with the next run_io()
-    std::string resolved_address_;
     std::unique_ptr<HttpsXmlClient> transport_;
-    ResultHandler on_result_;
 };
 
 } // namespace kavro

@@ -76,8 +76,7 @@ void write_connection(JsonWriter &json, const ConnectionReport &connection) {
     json.name("port").text_or_null(connection.port);
     json.name("tried").array(connection.tried,
                              [&](const std::string &address) { json.text(address); });
-    const bool connected = connection.reached(ConnectionPhase::handshake);
-    json.name("address").text_or_null(connected ? connection.tried.back() : std::string());
+    json.name("address").text_or_null(connection.address);
     json.name("reached").text(row_of(phase_rows, connection.phase).name);
     json.name("times_us").object([&] { write_times(json, connection); });
     json.name("peer_speaks").text_or_null(row_of(peer_speeches, connection.traffic.peer_speech));

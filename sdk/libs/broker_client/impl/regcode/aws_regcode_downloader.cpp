@@ -1,7 +1,9 @@
 #include "regcode/aws_regcode_downloader.h"
 
 #include "regcode/lookup_table.h"
+#include "transport/http_framing.h"
 #include "transport/tls_exchange.h"
+#include "transport/waiter.h"
 #include "trust/host_name.h"
 #include "trust/tls_settings.h"
 #include "trust/trust_store.h"
@@ -11,27 +13,24 @@
 
 namespace kavro {
 
-namespace ssl = boost::asio::ssl;
-
 namespace {
 
 constexpr HttpRules table_rules = {.body_bytes = LookupTable::max_bytes,
                                    .unstated_length = UnstatedLength::no_body,
                                    .http_1_0 = true};
 
-ssl::context verified_tls() {
-    ssl::context tls(client_tls_context().release());
-    configure_verified_tls(tls.native_handle());
-    SSL_CTX_set1_cert_store(tls.native_handle(), TrustStore::of_process().current().get());
-    tls.set_verify_mode(ssl::verify_peer);
+SslContextHandle verified_tls() {
+    SslContextHandle tls = client_tls_context();
+    configure_verified_tls(tls.get());
+    SSL_CTX_set1_cert_store(tls.get(), TrustStore::of_process().current().get());
     return tls;
 }
 
 /// Ends the download when a step went wrong.
-void check(const TlsExchange &exchange, const char *step, const std::string &failure) {
+void check(const Waiter &waiter, const char *step, const std::string &failure) {
     if (failure.empty())
         return;
-    if (exchange.timed_out())
+    if (waiter.expired())
         throw std::runtime_error("Timeout while downloading the regcode table.");
     const std::string sentence = std::string(step) + " failed (" + failure + ")";
     discovery_log_info("%s", sentence.c_str());
@@ -53,21 +52,21 @@ RegistrationService RegistrationService::of_this_build() {
 std::string AwsRegcodeDownloader::download() const {
     if (service_.host.empty())
         throw std::runtime_error("This build knows no registration service");
-    ssl::context tls = verified_tls();
-    TlsExchange exchange(tls, service_.timeout);
-    exchange.stream().set_verify_callback([this](bool trusted, ssl::verify_context &certificates) {
-        return trusted && fits_host(certificates.native_handle(), service_.host);
-    });
-
-    check(exchange, "Connection", exchange.connect(service_.host, service_.port));
-    check(exchange, "Handshake", exchange.handshake());
-    check(exchange, "Send request",
+    const SslContextHandle tls = verified_tls();
+    const auto verify = [this](bool trusted, X509_STORE_CTX *certificates) {
+        return trusted && fits_host(certificates, service_.host);
+    };
+    Waiter waiter;
+    TlsExchange exchange(waiter, service_.timeout);
+    check(waiter, "Connection", exchange.connect(tls.get(), {service_.host, service_.port}, verify));
+    check(waiter, "Handshake", exchange.handshake());
+    check(waiter, "Send request",
           exchange.write("GET /cm-lookup.cfg HTTP/1.1\r\nHost: " + service_.host + "\r\n\r\n"));
 
     CookieTable unused;
     HttpResponseParser answer(unused, table_rules);
     const std::string failure = exchange.read(answer);
-    check(exchange, answer.in_head() ? "Read response header" : "Read response body", failure);
+    check(waiter, answer.in_head() ? "Read response header" : "Read response body", failure);
     const SecureText body = answer.take_body();
     if (body.empty())
         discovery_log_info("There is no content to read");

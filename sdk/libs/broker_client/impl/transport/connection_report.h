@@ -57,7 +57,8 @@ struct ConnectionReport {
 
     std::string host;
     std::string port;
-    std::vector<std::string> tried; ///< addresses with ports, in order; the last is the one in use
+    std::vector<std::string> tried; ///< addresses with ports, in order
+    std::string address;            ///< the one of them that answered
     ConnectionPhase phase = ConnectionPhase::prepare;
     std::array<std::optional<Clock::duration>, phase_count> times;
     const char *tls_version = nullptr; ///< null until the handshake is done; constants of OpenSSL

@@ -1,27 +1,31 @@
 #pragma once
 
 #include "transport/connection_report.h"
-#include "transport/deadline_timer.h"
 #include "transport/http_framing.h"
-#include "transport/name_resolution.h"
+#include "transport/peer.h"
 #include "transport/post_result.h"
-#include "transport/tls_stream.h"
 #include "trust/client_signing.h"
 #include "trust/server_verification.h"
 #include "trust/trust_store.h"
-
-#include <boost/asio/io_context.hpp>
+#include "utils/src/openssl_types.h"
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 
+namespace boost::system {
+class error_code;
+}
+
 namespace kavro {
+
+class NameResolver;
+class TlsConnection;
+class Waiter;
 
 /// How an attempt to connect ended.
 enum class ConnectCode : std::uint32_t {
@@ -40,7 +44,8 @@ enum class ConnectCode : std::uint32_t {
 
 struct ConnectResult {
     ConnectCode result = ConnectCode::connected;
-    Security::cX509_CERT_CHAIN certificates;       ///< as the server showed them
+    /// As the server showed them; none unless it was reached and judged.
+    Security::cX509_CERT_CHAIN certificates;
     std::vector<std::uint32_t> certificate_errors; ///< what was wrong with each, by depth
     std::string host;
     bool connect_securely = true;
@@ -50,8 +55,9 @@ struct ConnectResult {
 /// One HTTPS connection at a time to a broker, and what is remembered from one to the next: cookies
 /// and the address last used, each kept for the host and port that it came from.
 ///
-/// Every operation returns at once and completes exactly once on the thread that runs run_io().
-/// Each is bounded by a deadline. Only cancel() may be called from another thread.
+/// Every operation returns at once, is carried out by run_io() on its caller's thread and completes
+/// exactly once there. Each is bounded by a deadline. One operation at a time; only cancel() may be
+/// called from another thread.
 class HttpsXmlClient {
 public:
     using ConnectHandler = std::function<void(const ConnectResult &)>;
@@ -59,14 +65,14 @@ public:
     /// Receives the address as text; empty when none was found.
     using ResolveHandler = std::function<void(const std::string &)>;
 
-    /// @param lookup how host names are looked up.
-    explicit HttpsXmlClient(NameResolver::BlockingLookup lookup = NameResolver::system_lookup);
+    HttpsXmlClient();
+    /// @param waiter waits for everything that is done here; null for one of its own.
+    explicit HttpsXmlClient(const NameResolver &resolver, std::shared_ptr<Waiter> waiter = nullptr);
     ~HttpsXmlClient();
     HttpsXmlClient(const HttpsXmlClient &) = delete;
     HttpsXmlClient &operator=(const HttpsXmlClient &) = delete;
 
-    /// Connects and completes the TLS handshake. Every step (look-up, each address, handshake) has
-    /// the whole time-out.
+    /// Connects and completes the TLS handshake, all within the time-out.
     ///
     /// @param address anything parse_uri() takes. @param port used when the address has none.
     /// @param connect_securely whether the server must prove who it is.
@@ -90,14 +96,16 @@ public:
                       std::chrono::milliseconds timeout);
 
     /// Calls a handler from run_io().
-    void post(std::function<void()> handler);
+    void post(std::function<void()> handler) { job_ = std::move(handler); }
 
-    /// Closes the connection at once; an operation under way ends as cancelled.
+    /// Closes the connection at once and forgets an operation that has not been carried out.
     void disconnect();
-    /// Ends the operation under way as cancelled. From any thread.
-    void cancel();
+    /// Ends the operation under way, or else the next one, as cancelled. From any thread and in a
+    /// signal handler.
+    void cancel() noexcept;
 
-    /// Runs handlers: all until no work is left, or only those that are ready.
+    /// Carries out operations until none is left (block). None can be without waiting, so that
+    /// otherwise only a cancel that has met no operation is forgotten.
     void run_io(bool block);
 
     void set_cipher_list(const char *ciphers);
@@ -109,13 +117,15 @@ public:
     /// Where the next connection is recorded, up to its end or to the next one.
     void report_to(std::shared_ptr<ConnectionReport> report) { report_ = std::move(report); }
     ConnectionReport &report() { return *report_; }
+    /// For what else is done while an operation is carried out: its cancel ends that as well.
+    Waiter &waiter() { return *waiter_; }
     /// What the client shows and signs with when a server asks who it is.
     ClientSigning &client_signing() { return signing_; }
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
     const std::string &client_log_id() const { return client_log_id_; }
 
     /// Ends the session with the broker that was connected to last.
-    void forget_cookies() { memory().cookies.clear(); }
+    void forget_cookies();
     /// The value of the first cookie, by name, that the broker has set; empty when there is none.
     std::string_view first_cookie() const;
 
@@ -126,67 +136,44 @@ public:
     const std::string &remote_address() const { return remote_address_; }
 
 private:
-    using Endpoint = boost::asio::ip::tcp::endpoint;
     using error_code = boost::system::error_code;
 
-    struct Peer {
-        std::string host;
-        std::string port;
-        auto operator<=>(const Peer &) const = default;
-    };
     /// What one peer left behind never reaches another.
-    struct PeerMemory {
-        std::optional<Endpoint> endpoint;
-        CookieTable cookies;
-    };
+    struct PeerMemory;
 
     bool set_peer(const std::string &address, const std::string &port);
-    void prepare_tls(bool use_view_verifier);
-    void start_connecting();
-    void connect_to(NameResolver::Endpoints endpoints);
-    void connect_next();
-    void handle_resolve(const error_code &error, const NameResolver::Endpoints &endpoints);
-    void handle_connect(const error_code &error);
-    void handle_handshake(const error_code &error);
-    void handshake_failed(const error_code &error);
-    void record_addresses();
+    void prepare_connection(bool use_view_verifier);
+    ConnectResult establish();
+    ConnectResult unreached(const error_code &error);
+    ConnectResult handshake_failed(const error_code &error);
+    ConnectResult judged();
+    ConnectResult finish_connect(ConnectCode code, std::string error_text = {});
     void record_tls();
-    void record_traffic();
-    void finish_connect(ConnectCode code, std::string error_text = {});
+    void record_addresses();
 
-    void handle_write(const error_code &error);
-    void read_more();
-    void handle_readable(const error_code &error);
-    void post_failed(const error_code &error);
-    void finish_post(PostResult result);
+    PostResult exchange();
+    PostResult read_answer(SecureText body, ConnectionReport &report);
+    PostResult post_failed(const error_code &error);
+    PostResult finish_post(PostResult result);
+    void hand_over(const PostHandler &on_posted, const PostResult &result);
 
-    void set_deadline() { timer_.set(timeout_); }
-    void abort_operation();
-    void close_socket();
-    PeerMemory &memory() { return memories_[peer_]; }
+    PeerMemory &memory();
+    void throw_if_over();
 
-    boost::asio::io_context context_;
-    ClientSigning signing_; ///< outlives the streams that sign through it
+    const std::shared_ptr<Waiter> waiter_;
+    ClientSigning signing_; ///< outlives the connections that sign through it
     SslContextHandle tls_;
-    DeadlineTimer timer_;
-    NameResolver resolver_;
-    std::optional<TlsStream> stream_;
-    bool cancelled_ = false; ///< the operation under way was ended by cancel() or disconnect()
+    std::unique_ptr<const NameResolver> resolver_;
+    std::unique_ptr<TlsConnection> connection_;
+    std::function<void()> job_; ///< the operation that is to be carried out
 
     Peer peer_;
-    std::map<Peer, PeerMemory> memories_;
-    std::chrono::milliseconds timeout_{};
+    std::map<Peer, std::unique_ptr<PeerMemory>> memories_;
     bool connect_securely_ = true;
     ServerVerification verification_;
     std::unique_ptr<TrustStore> own_trust_; ///< when there are anchors besides the system's
-    NameResolver::Endpoints endpoints_;     ///< of the attempt under way, in the order to be tried
-    std::size_t next_endpoint_ = 0;
-    ConnectHandler on_connected_;
     std::shared_ptr<ConnectionReport> report_ = std::make_shared<ConnectionReport>();
-
     SecureText request_;
-    std::optional<HttpResponseParser> response_;
-    PostHandler on_posted_;
 
     std::string client_log_id_;
     std::string local_address_;

@@ -1,15 +1,14 @@
 #include "transport/name_resolution.h"
 
+#include "transport/system_threads.h"
 #include "utils/src/broker_utils.h"
 
 #include <boost/asio/error.hpp>
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/post.hpp>
+#include <boost/asio/io_context.hpp>
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
-#include <optional>
+#include <memory>
 #include <system_error>
 #include <thread>
 
@@ -21,33 +20,60 @@ using boost::system::error_code;
 
 namespace {
 
-std::atomic<int> abandoned_lookups{0};
+/// The look-ups that this process has left behind. A child of a fork begins with none: the threads
+/// stayed with its parent.
+class AbandonedLookups {
+public:
+    bool too_many() { return count() >= NameResolver::max_abandoned; }
+    void add(int difference) { count() += difference; }
 
-} // namespace
-
-/// What the owner and the look-up's thread share. Whoever takes the handler completes the look-up;
-/// the context is touched only while the handler is still here, so an abandoned thread never
-/// reaches for a context that is gone.
-struct NameResolver::Lookup {
-    Lookup(asio::io_context &owner, Handler on_done)
-        : context(owner), handler(std::move(on_done)), work(owner.get_executor()) {}
-
-    bool complete(error_code error, Endpoints endpoints) {
-        const std::lock_guard lock(mutex);
-        if (!handler)
-            return false;
-        // Let go of from here, the context might stop while its thread starts the next operation.
-        asio::post(context, [handler = std::move(handler), error, endpoints = std::move(endpoints),
-                             work = std::move(work)] { handler(error, endpoints); });
-        handler = nullptr;
-        return true;
+private:
+    std::atomic<int> &count() {
+        const long process = process_id();
+        if (counted_for_.exchange(process) != process)
+            count_ = 0;
+        return count_;
     }
 
-    std::mutex mutex;
-    asio::io_context &context;
-    Handler handler;
-    asio::executor_work_guard<asio::io_context::executor_type> work;
+    std::atomic<long> counted_for_ = 0;
+    std::atomic<int> count_ = 0;
 };
+
+AbandonedLookups abandoned_lookups;
+
+/// What the owner and the look-up's thread share. All of it is there before the thread starts, so
+/// that to hand over an answer cannot fail. Whoever comes second leaves the state to the other.
+struct Lookup {
+    enum class State { under_way, answered, abandoned };
+
+    std::atomic<State> state = State::under_way;
+    std::shared_ptr<const system_sockets::Wakeup> owner;
+    NameResolver::Endpoints endpoints;
+    error_code error;
+
+    /// False when the other side has decided already.
+    bool decide(State decided) {
+        State undecided = State::under_way;
+        return state.compare_exchange_strong(undecided, decided);
+    }
+};
+
+void look_up(Lookup &lookup, const NameResolver::BlockingLookup &blocking_lookup,
+             const std::string &host, const std::string &port) {
+    try {
+        lookup.endpoints = blocking_lookup(host, port, lookup.error);
+        if (lookup.endpoints.size() > NameResolver::max_endpoints)
+            lookup.endpoints.resize(NameResolver::max_endpoints);
+    } catch (const std::exception &) {
+        lookup.error = asio::error::no_memory; // a thread must not end the process
+    }
+    if (lookup.decide(Lookup::State::answered))
+        lookup.owner->ring();
+    else
+        abandoned_lookups.add(-1);
+}
+
+} // namespace
 
 NameResolver::Endpoints NameResolver::system_lookup(const std::string &host,
                                                     const std::string &port, error_code &error) {
@@ -60,48 +86,36 @@ NameResolver::Endpoints NameResolver::system_lookup(const std::string &host,
     return endpoints;
 }
 
-NameResolver::NameResolver(asio::io_context &context, BlockingLookup blocking_lookup)
-    : context_(context), blocking_lookup_(std::move(blocking_lookup)) {}
-
-NameResolver::~NameResolver() {
-    cancel();
-}
-
-void NameResolver::async_resolve(const std::string &host, const std::string &port,
-                                 Handler handler) {
-    lookup_ = std::make_shared<Lookup>(context_, std::move(handler));
-    if (!is_port_number(port)) {
-        lookup_->complete(asio::error::service_not_found, {});
-        return;
-    }
-    if (abandoned_lookups >= max_abandoned) {
-        lookup_->complete(asio::error::host_not_found_try_again, {});
-        return;
-    }
+NameResolver::Endpoints NameResolver::resolve(const std::string &host, const std::string &port,
+                                              Waiter &waiter, error_code &error) const {
+    error = {};
+    if (!is_port_number(port))
+        error = asio::error::service_not_found;
+    else if (abandoned_lookups.too_many())
+        error = asio::error::host_not_found_try_again;
+    if (error)
+        return {};
+    const auto lookup = std::make_shared<Lookup>();
+    lookup->owner = waiter.wakeup();
     try {
-        std::thread([lookup = lookup_, look_up = blocking_lookup_, host, port] {
-            error_code error;
-            Endpoints endpoints;
-            try {
-                endpoints = look_up(host, port, error);
-                endpoints.resize(std::min(endpoints.size(), max_endpoints));
-            } catch (const std::exception &) {
-                error = asio::error::no_memory; // a thread must not end the process
-            }
-            if (!lookup->complete(error, std::move(endpoints)))
-                --abandoned_lookups;
+        const SignalsHeldBack for_the_thread;
+        std::thread([lookup, blocking = blocking_lookup_, host, port] {
+            look_up(*lookup, blocking, host, port);
         }).detach();
     } catch (const std::system_error &) {
-        lookup_->complete(asio::error::no_memory, {});
+        error = asio::error::no_memory;
+        return {};
     }
-}
-
-void NameResolver::cancel() {
-    if (const auto lookup = std::exchange(lookup_, nullptr)) {
-        ++abandoned_lookups;
-        if (!lookup->complete(asio::error::operation_aborted, {}))
-            --abandoned_lookups; // it had answered already
+    while (!error && lookup->state == Lookup::State::under_way)
+        error = waiter.wait();
+    if (error) {
+        abandoned_lookups.add(1);
+        if (!lookup->decide(Lookup::State::abandoned))
+            abandoned_lookups.add(-1); // it had answered already
+        return {};
     }
+    error = lookup->error;
+    return std::move(lookup->endpoints);
 }
 
 } // namespace kavro

@@ -271,7 +271,6 @@ void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
                                              const Variables &agent_variables,
                                              AllocationHandler handler, milliseconds timeout) {
     require(handler, allocate_resource_message.completion);
-    provisioning_cancel_.reset();
     if (identity_.time_zone.empty()) // looked up only here, where it is told
         identity_.time_zone = get_timezone_windows();
     exchange(
@@ -295,7 +294,7 @@ BrokerResult cKAVRO_BROKER_CLIENT::provision(const Provisioner &provisioner,
                               .request_id = transport_.client_log_id(),
                               .time_zone = identity_.time_zone,
                               .locale = identity_.locale},
-                             provisioning_cancel_, timeouts_.provisioning, dialect_.version,
+                             transport_.waiter(), timeouts_.provisioning, dialect_.version,
                              connection);
 }
 

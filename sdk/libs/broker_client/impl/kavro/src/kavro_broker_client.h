@@ -74,10 +74,7 @@ public:
     std::string get_protocol_name() const override { return "Kavro"; }
     void enable_ipv6(bool) override {} // the transport takes either kind of address as it comes
     void run_io(bool block) override { transport_.run_io(block); }
-    void cancel() override {
-        transport_.cancel();
-        provisioning_cancel_.cancel();
-    }
+    void cancel() override { transport_.cancel(); }
     void set_client_log_id(std::string id) override;
     std::string get_client_log_id() const override { return transport_.client_log_id(); }
     std::string get_resolved_address() const override { return resolved_address_; }
@@ -109,7 +106,6 @@ private:
     std::string next_authentication_; ///< what the broker asked for last, as XML text
     cAUTH_RESULT wanted_;             ///< the same as it was read
     std::string resolved_address_;
-    ProvisioningCancel provisioning_cancel_;
 };
 
 } // namespace kavro

@@ -1,7 +1,9 @@
 #include "kavro/src/session_provisioning.h"
 
 #include "kavro/src/allocate_resource.h"
+#include "transport/http_framing.h"
 #include "transport/tls_exchange.h"
+#include "transport/waiter.h"
 #include "trust/tls_settings.h"
 #include "utils/src/base64.h"
 #include "utils/src/broker_log.h"
@@ -9,8 +11,6 @@
 #include "xml/xml_message_log.h"
 
 namespace kavro {
-
-namespace ssl = boost::asio::ssl;
 
 namespace {
 
@@ -24,14 +24,6 @@ using Step = Expected<T>;
 constexpr HttpRules answer_rules = {.unstated_length = UnstatedLength::to_end_of_stream,
                                     .http_1_0 = true,
                                     .length_in_any_case = true};
-
-/// A step that is over; it went wrong when there is a text.
-Step<> ended(const char *sentence, const std::string &failure) {
-    if (failure.empty())
-        return {};
-    log_info("%s%s", sentence, failure.c_str());
-    return sentence + failure;
-}
 
 BrokerResult logged(eERROR_CODE code, const std::string &sentence) {
     log_info("%s", printable(sentence).c_str());
@@ -54,16 +46,8 @@ Der read_certificate(std::string_view text) {
 /// One exchange with a provisioning server.
 class Provisioning {
 public:
-    Provisioning(const Provisioner &provisioner, ProvisioningCancel &cancel,
-                 std::chrono::milliseconds timeout)
-        : provisioner_(provisioner),
-          cancel_(cancel),
-          exchange_(tls_, timeout, [] { log_info("Provisioning timeout, close the connection"); }) {
-        cancel_.attach(&exchange_);
-    }
-    ~Provisioning() { cancel_.attach(nullptr); }
-    Provisioning(const Provisioning &) = delete;
-    Provisioning &operator=(const Provisioning &) = delete;
+    Provisioning(const Provisioner &provisioner, Waiter &waiter, std::chrono::milliseconds timeout)
+        : provisioner_(provisioner), waiter_(waiter), exchange_(waiter, timeout) {}
 
     Step<Document> ask(const SessionProvision &content) {
         if (auto step = connect(); !step)
@@ -77,14 +61,24 @@ public:
 
     /// The result of an exchange that ended too early.
     BrokerResult failed(const std::string &reason) const {
-        if (exchange_.cancelled())
+        if (waiter_.cancelled())
             return {ERROR_CODE_CANCELLED};
-        return exchange_.timed_out()
+        return waiter_.expired()
                    ? logged(ERROR_CODE_SESSION_PROVISION_TIMEOUT, "Session provisioning timeout")
                    : not_provisioned(reason);
     }
 
 private:
+    /// A step that is over; it went wrong when there is a text.
+    Step<> ended(const char *sentence, const std::string &failure) const {
+        if (failure.empty())
+            return {};
+        if (waiter_.expired())
+            log_info("Provisioning timeout, close the connection");
+        log_info("%s%s", sentence, failure.c_str());
+        return sentence + failure;
+    }
+
     Step<> connect() {
         log_info("Session provisioner info ==> scheme=%s, ip=%s, port=%s, aws-gateway-ticket=%s, "
                  "leaf-cert=%s ",
@@ -92,8 +86,9 @@ private:
                  printable(provisioner_.port).c_str(),
                  printable(provisioner_.gateway_ticket).c_str(),
                  printable(provisioner_.leaf_certificate).c_str());
-        if (auto step = ended("Connecting to provision server failed : ",
-                              exchange_.connect(provisioner_.address, provisioner_.port));
+        if (auto step =
+                ended("Connecting to provision server failed : ",
+                      exchange_.connect(tls_.get(), {provisioner_.address, provisioner_.port}));
             !step)
             return step;
         log_info("Connecting to provision server OK");
@@ -144,52 +139,31 @@ private:
     }
 
     const Provisioner &provisioner_;
-    ProvisioningCancel &cancel_;
-    ssl::context tls_ = provisioning_tls();
+    const Waiter &waiter_;
+    const SslContextHandle tls_ = provisioning_tls();
     TlsExchange exchange_;
 };
 
 } // namespace
 
-ssl::context provisioning_tls() {
-    ssl::context tls(client_tls_context().release());
-    SSL_CTX *const native = tls.native_handle();
-    SSL_CTX_clear_options(native, SSL_CTX_get_options(native));
+SslContextHandle provisioning_tls() {
+    SslContextHandle tls = client_tls_context();
+    SSL_CTX_clear_options(tls.get(), SSL_CTX_get_options(tls.get()));
     // OpenSSL 3 no longer counts the last one among "all".
-    SSL_CTX_set_options(native, SSL_OP_ALL | SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 | SSL_OP_NO_TLSv1_1 |
-                                    SSL_OP_LEGACY_SERVER_CONNECT);
-    SSL_CTX_set_security_level(native, 1);
-    tls.set_verify_mode(ssl::verify_none);
-    tls.set_verify_callback([](bool, ssl::verify_context &) { return true; });
+    SSL_CTX_set_options(tls.get(), SSL_OP_ALL | SSL_OP_NO_SSLv3 | SSL_OP_NO_TLSv1 |
+                                       SSL_OP_NO_TLSv1_1 | SSL_OP_LEGACY_SERVER_CONNECT);
+    SSL_CTX_set_security_level(tls.get(), 1);
+    SSL_CTX_set_verify(tls.get(), SSL_VERIFY_NONE, [](int, X509_STORE_CTX *) { return 1; });
     return tls;
 }
 
-void ProvisioningCancel::reset() {
-    const std::lock_guard lock(mutex_);
-    cancelled_ = false;
-}
-
-void ProvisioningCancel::cancel() {
-    const std::lock_guard lock(mutex_);
-    cancelled_ = true;
-    if (running_ != nullptr)
-        running_->cancel();
-}
-
-void ProvisioningCancel::attach(TlsExchange *running) {
-    const std::lock_guard lock(mutex_);
-    running_ = running;
-    if (running_ != nullptr && cancelled_)
-        running_->cancel();
-}
-
 BrokerResult provision_session(const Provisioner &provisioner, SessionProvision content,
-                               ProvisioningCancel &cancel, std::chrono::milliseconds timeout,
+                               Waiter &waiter, std::chrono::milliseconds timeout,
                                std::string_view protocol_version,
                                cDESKTOP_CONNECTION_RESULT &connection) {
     content.gateway_ticket = provisioner.gateway_ticket;
     try {
-        Provisioning provisioning(provisioner, cancel, timeout);
+        Provisioning provisioning(provisioner, waiter, timeout);
         const auto document = provisioning.ask(content);
         if (!document)
             return provisioning.failed(document.error());

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "transport/connection_report.h"
+#include "transport/http_framing.h"
+#include "transport/name_resolution.h"
+#include "transport/peer.h"
+#include "transport/tcp_socket.h"
+#include "transport/waiter.h"
+#include "utils/src/openssl_handles.h"
+
+#include <openssl/ssl.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace kavro {
+
+/// One TLS connection as a client, from the look-up of the name to the last byte of an answer.
+///
+/// Each step returns when it is over, without an error or with what went wrong; operation_aborted
+/// when the waiter's deadline or a cancel ended it. OpenSSL reads the socket ahead, so that a long
+/// answer takes a system call for every 64 KiB and not several for every record. No step of its
+/// takes more than 256 KiB from a peer before deadline and cancel have their turn, whatever the
+/// peer sends; a handshake of more than 1 MiB fails.
+class TlsConnection {
+public:
+    using error_code = boost::system::error_code;
+
+    /// @param tls is copied from now. @param report is told how far the connection comes.
+    /// @throws std::invalid_argument for a name that is too long for TLS or a literal address whose
+    ///         port is none; boost::system::system_error when TLS cannot be set up.
+    TlsConnection(SSL_CTX *tls, Peer peer, Waiter &waiter,
+                  std::shared_ptr<ConnectionReport> report);
+    TlsConnection(const TlsConnection &) = delete;
+    TlsConnection &operator=(const TlsConnection &) = delete;
+
+    /// Looks the peer up, unless it is a literal address, and connects to the first of its addresses
+    /// that answers.
+    /// @param known the address to go to without a look-up, if any; afterwards the one that answered.
+    [[nodiscard]] error_code reach(const NameResolver &resolver,
+                                   std::optional<TcpSocket::Endpoint> &known);
+    /// Without a callback nobody is asked who the server is.
+    void set_verify_callback(VerifyCallback verify);
+    [[nodiscard]] error_code shake_hands();
+    [[nodiscard]] error_code write(std::string_view bytes);
+    /// Until the answer is complete or the parser refuses it. An end of the stream is an error like
+    /// others.
+    [[nodiscard]] error_code read(HttpResponseParser &answer, HttpResponseParser::State &state);
+
+    SSL *native_handle() { return tls_.get(); }
+    const Traffic &traffic() const { return traffic_; }
+    ConnectionReport &report() { return *report_; }
+    const TcpSocket &socket() const { return socket_; }
+    /// Whether the peer has asked for a client certificate and was shown none.
+    bool missed_certificate() const {
+        return certificate_asked_ && SSL_get_certificate(tls_.get()) == nullptr;
+    }
+
+private:
+    struct Bio;
+
+    NameResolver::Endpoints find(const NameResolver &resolver, error_code &error);
+    template <class Step>
+    error_code run(Step step, std::uint64_t most_bytes);
+    error_code error_of(int result);
+    static int verify_certificate(int preverified, X509_STORE_CTX *certificates);
+
+    const Peer peer_;
+    Waiter &waiter_;
+    std::shared_ptr<ConnectionReport> report_;
+    TcpSocket socket_;
+    SslHandle tls_;
+    VerifyCallback verify_;
+    error_code socket_error_;      ///< of the last read or write
+    bool to_write_ = false;        ///< what the step under way waits for
+    bool drained_ = false;         ///< the last read has emptied the socket
+    std::size_t taken_in_step_ = 0; ///< from the socket
+    bool certificate_asked_ = false;
+    Traffic traffic_;
+};
+
+/// Whether the peer has ended the stream, said so or not.
+bool is_end_of_stream(const boost::system::error_code &error);
+
+} // namespace kavro
