@@ -103,8 +103,11 @@ TEST_F(Provisioning, TlsOptionsAreExactlyThese) {
 TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
     const ScriptedPeer server({answering(provisioned())}, {.identity = self_signed_server({"x"})});
     Allocation allocation(description("127.0.0.1", server.port()));
-    EXPECT_EQ(allocation.run(), ok) << allocation.message();
-    const std::string &address = allocation.handle->connection.target_address;
+    kavro_broker_desktop_connection_info target = nullptr;
+    EXPECT_EQ(kavro_broker_connect_to_desktop(allocation.handle.get(), "d", nullptr, &target), ok)
+        << allocation.message();
+    const std::string address = target != nullptr ? target->connection.target_address : "";
+    kavro_broker_free_desktop_connection_info(target);
     EXPECT_TRUE(address == "127.0.0.1" || address == "::1") << address; // it was "localhost"
     EXPECT_EQ(server.connection_count(), 1u);
     const std::string request(session_provision_request(

@@ -37,10 +37,12 @@ kavro_broker_result broker_query_impl::find(const std::string &address,
     finished = type_code = 0;
     ProbeResult result;
     try {
-        result =
-            QueryBrokerClient(address, wanted_port, settings, waiter_, cancelled_).get_broker_type();
+        result = QueryBrokerClient(address, wanted_port, settings, waiter_, cancelled_)
+                     .get_broker_type();
     } catch (const std::invalid_argument &) {
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    } catch (const Interrupted &) {
+        return KAVRO_BROKER_ERR_CANCELLED;
     }
     if (cancelled_)
         return KAVRO_BROKER_ERR_CANCELLED;

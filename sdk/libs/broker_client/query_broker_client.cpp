@@ -130,8 +130,7 @@ QueryBrokerClient::~QueryBrokerClient() {
 ProbeResult QueryBrokerClient::get_broker_type() {
     while (true) {
         trace_entry("QueryBrokerClient::try_next", "auto probe");
-        const bool first = protocol_index_ < 0;
-        if (std::string broker = first ? convert_registration_code(url_) : ""; !broker.empty())
+        if (std::string broker = broker_of_code(); !broker.empty())
             return finish(AWS_KAVRO_BROKER, std::move(broker));
         if (!choose_attempt())
             return finish(UNKNOWN_BROKER);
@@ -141,6 +140,16 @@ ProbeResult QueryBrokerClient::get_broker_type() {
         if (found)
             return finish(*found);
     }
+}
+
+/// The address that a registration code stands for; looked up before the first attempt only.
+std::string QueryBrokerClient::broker_of_code() const {
+    if (protocol_index_ >= 0)
+        return {};
+    return convert_registration_code(url_, [this] {
+        if (cancelled_)
+            throw Interrupted();
+    });
 }
 
 /// Decides on protocol, port and time-out of the next attempt; false when there is none left.

@@ -56,7 +56,7 @@ public:
     QueryBrokerClient(const QueryBrokerClient &) = delete;
     QueryBrokerClient &operator=(const QueryBrokerClient &) = delete;
 
-    /// Searches. What a cancelled search has found says nothing.
+    /// Searches. What a cancelled search has found says nothing; it may also throw Interrupted.
     /// @throws std::invalid_argument for an address that nobody can connect to.
     ProbeResult get_broker_type();
 
@@ -64,6 +64,7 @@ private:
     /// What an attempt has shown: a kind of broker, nothing yet, or that there is nothing.
     using Finding = std::optional<BROKER_TYPE>;
 
+    std::string broker_of_code() const;
     bool choose_attempt();
     bool next_protocol();
     Finding try_next();

@@ -58,7 +58,8 @@ std::string AwsRegcodeDownloader::download() const {
     };
     Waiter waiter;
     TlsExchange exchange(waiter, service_.timeout);
-    check(waiter, "Connection", exchange.connect(tls.get(), {service_.host, service_.port}, verify));
+    check(waiter, "Connection",
+          exchange.connect(tls.get(), {service_.host, service_.port}, verify));
     check(waiter, "Handshake", exchange.handshake());
     check(waiter, "Send request",
           exchange.write("GET /cm-lookup.cfg HTTP/1.1\r\nHost: " + service_.host + "\r\n\r\n"));

@@ -116,6 +116,13 @@ void HttpsXmlClient::run_io(bool block) {
     waiter_->forget_cancel();
 }
 
+Checkpoint HttpsXmlClient::checkpoint() const {
+    return [waiter = waiter_] {
+        if (waiter->cancelled())
+            throw Interrupted();
+    };
+}
+
 void HttpsXmlClient::cancel() noexcept {
     waiter_->cancel();
 }
@@ -396,9 +403,9 @@ PostResult HttpsXmlClient::post_failed(const error_code &error) {
                "cHTTPS_XML_CLIENT encountered error val=%d cat='%s' message='%s'", error.value(),
                error.category().name(), error.message().c_str());
     const bool tls = error.category() == asio::error::get_ssl_category();
-    return finish_post(failed(tls ? POST_RESULT_TLS_PROTOCOL_ERROR
-                                  : POST_RESULT_SOCKET_OR_SYS_FAILURE,
-                              connection_ ? text_of(error, *connection_) : error.message()));
+    return finish_post(
+        failed(tls ? POST_RESULT_TLS_PROTOCOL_ERROR : POST_RESULT_SOCKET_OR_SYS_FAILURE,
+               connection_ ? text_of(error, *connection_) : error.message()));
 }
 
 PostResult HttpsXmlClient::finish_post(PostResult result) {

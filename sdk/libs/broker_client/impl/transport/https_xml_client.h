@@ -7,6 +7,7 @@
 #include "trust/client_signing.h"
 #include "trust/server_verification.h"
 #include "trust/trust_store.h"
+#include "utils/src/checkpoint.h"
 #include "utils/src/openssl_types.h"
 
 #include <chrono>
@@ -117,6 +118,8 @@ public:
     /// Where the next connection is recorded, up to its end or to the next one.
     void report_to(std::shared_ptr<ConnectionReport> report) { report_ = std::move(report); }
     ConnectionReport &report() { return *report_; }
+    /// For work beside a connection, which a cancel ends.
+    Checkpoint checkpoint() const;
     /// For what else is done while an operation is carried out: its cancel ends that as well.
     Waiter &waiter() { return *waiter_; }
     /// What the client shows and signs with when a server asks who it is.

@@ -20,8 +20,8 @@ void start_winsock() {
         return ::WSAStartup(MAKEWORD(2, 2), &unused);
     }();
     if (started != 0)
-        throw boost::system::system_error(
-            error_code(started, boost::system::system_category()), "WSAStartup");
+        throw boost::system::system_error(error_code(started, boost::system::system_category()),
+                                          "WSAStartup");
 }
 
 Handle open_quietly(int family, int type, int protocol) {
@@ -113,12 +113,11 @@ void wait_for(std::span<Awaited> sockets, const Wakeup &wakeup,
         limit.tv_sec = static_cast<long>(at_most->count() / 1000);
         limit.tv_usec = static_cast<long>(at_most->count() % 1000 * 1000);
     }
-    const bool any =
-        ::select(0, &to_read, &to_write, &failed, at_most ? &limit : nullptr) > 0;
+    const bool any = ::select(0, &to_read, &to_write, &failed, at_most ? &limit : nullptr) > 0;
     for (Awaited &awaited : sockets)
-        awaited.ready = any && (FD_ISSET(awaited.socket, &to_read) ||
-                                FD_ISSET(awaited.socket, &to_write) ||
-                                FD_ISSET(awaited.socket, &failed));
+        awaited.ready =
+            any && (FD_ISSET(awaited.socket, &to_read) || FD_ISSET(awaited.socket, &to_write) ||
+                    FD_ISSET(awaited.socket, &failed));
     if (any && FD_ISSET(wakeup.handle(), &to_read))
         wakeup.silence();
 }

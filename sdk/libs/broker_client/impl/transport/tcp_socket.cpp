@@ -60,8 +60,7 @@ public:
 private:
     /// False when no attempt is under way and none is left.
     bool start_those_due() {
-        while (next_ < endpoints_.size() &&
-               (sockets_.empty() || Waiter::Clock::now() >= next_due_))
+        while (next_ < endpoints_.size() && (sockets_.empty() || Waiter::Clock::now() >= next_due_))
             start(endpoints_[next_++]);
         return !sockets_.empty();
     }

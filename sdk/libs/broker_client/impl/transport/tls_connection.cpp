@@ -149,8 +149,7 @@ TlsConnection::TlsConnection(SSL_CTX *tls, Peer peer, Waiter &waiter,
 error_code TlsConnection::reach(const NameResolver &resolver,
                                 std::optional<TcpSocket::Endpoint> &known) {
     error_code error;
-    const auto endpoints =
-        known ? NameResolver::Endpoints{*known} : find(resolver, error);
+    const auto endpoints = known ? NameResolver::Endpoints{*known} : find(resolver, error);
     known.reset();
     if (error)
         return error;
@@ -244,9 +243,7 @@ error_code TlsConnection::shake_hands() {
 error_code TlsConnection::write(std::string_view bytes) {
     report_->enter(ConnectionPhase::send);
     const error_code error = run(
-        [bytes](SSL *tls) {
-            return SSL_write(tls, bytes.data(), static_cast<int>(bytes.size()));
-        },
+        [bytes](SSL *tls) { return SSL_write(tls, bytes.data(), static_cast<int>(bytes.size())); },
         no_limit);
     if (!error)
         report_->enter(ConnectionPhase::wait);

@@ -36,9 +36,10 @@ public:
     TlsConnection(const TlsConnection &) = delete;
     TlsConnection &operator=(const TlsConnection &) = delete;
 
-    /// Looks the peer up, unless it is a literal address, and connects to the first of its addresses
-    /// that answers.
-    /// @param known the address to go to without a look-up, if any; afterwards the one that answered.
+    /// Looks the peer up, unless it is a literal address, and connects to the first of its
+    /// addresses that answers.
+    /// @param known the address to go to without a look-up, if any; afterwards the one that
+    /// answered.
     [[nodiscard]] error_code reach(const NameResolver &resolver,
                                    std::optional<TcpSocket::Endpoint> &known);
     /// Without a callback nobody is asked who the server is.
@@ -73,9 +74,9 @@ private:
     TcpSocket socket_;
     SslHandle tls_;
     VerifyCallback verify_;
-    error_code socket_error_;      ///< of the last read or write
-    bool to_write_ = false;        ///< what the step under way waits for
-    bool drained_ = false;         ///< the last read has emptied the socket
+    error_code socket_error_;       ///< of the last read or write
+    bool to_write_ = false;         ///< what the step under way waits for
+    bool drained_ = false;          ///< the last read has emptied the socket
     std::size_t taken_in_step_ = 0; ///< from the socket
     bool certificate_asked_ = false;
     Traffic traffic_;

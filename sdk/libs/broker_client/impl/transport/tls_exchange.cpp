@@ -27,8 +27,8 @@ TlsExchange::~TlsExchange() {
 std::string TlsExchange::connect(SSL_CTX *tls, const Peer &peer, VerifyCallback verify) try {
     if (!is_usable_host(peer.host))
         return "The host name cannot be used";
-    connection_ = std::make_unique<TlsConnection>(tls, peer, waiter_,
-                                                  std::make_shared<ConnectionReport>());
+    connection_ =
+        std::make_unique<TlsConnection>(tls, peer, waiter_, std::make_shared<ConnectionReport>());
     if (verify)
         connection_->set_verify_callback(std::move(verify));
     std::optional<TcpSocket::Endpoint> nothing_known;

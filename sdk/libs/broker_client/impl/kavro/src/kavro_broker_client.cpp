@@ -83,7 +83,12 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     resolved_address_ = request.address;
     if (request.is_registration_code) {
         const std::string url = "https://" + request.address;
-        resolved_address_ = convert_registration_code(url);
+        try {
+            resolved_address_ = convert_registration_code(url, transport_.checkpoint());
+        } catch (const Interrupted &) {
+            handler({ERROR_CODE_CANCELLED}, {});
+            return false;
+        }
         if (resolved_address_.empty()) {
             discovery_log_info("Unable to convert registration code:%s to an URL",
                                printable(url).c_str());
