@@ -202,7 +202,8 @@ void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
     for (const Case &fault : faults) {
         if (fault.ill != Ill::refuse)
             scripts.push_back(spoilt_script(fault));
-        if (fault.request->greets_after)
+        const bool other_port = fault.ill == Ill::refuse; // which is another broker
+        if (other_port || fault.request->greets_after)
             scripts.push_back(hello);
         scripts.push_back(good);
     }

@@ -122,7 +122,7 @@ TEST(FailingAllocations, OfALookUpInTheTable) {
                                     std::to_string(talk.broker.port()).c_str());
     const auto act = [&talk] { return talk.list(); };
     EXPECT_EQ(act(), KAVRO_BROKER_OK);
-    EXPECT_GT(sweep(act, act)[KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED], 5);
+    EXPECT_GT(sweep(act, act)[KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED], 0);
 }
 
 } // namespace

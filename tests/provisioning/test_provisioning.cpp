@@ -1,4 +1,5 @@
 #include "captured_log.h"
+#include "records.h"
 #include "support/requests.h"
 #include "support/scripted_peer.h"
 #include "support/unreachable.h"

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kavro/src/desktop_list.h"
 #include "kavro/src/results.h"
 
 // The records that callers own, each freed with its own export.
