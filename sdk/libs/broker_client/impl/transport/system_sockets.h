@@ -12,7 +12,7 @@
 
 namespace kavro::system_sockets {
 
-using Handle = boost::asio::ip::tcp::socket::native_handle_type;
+using Handle = decltype(::socket(0, 0, 0)); // a number whose type is the system's
 using boost::system::error_code;
 
 inline constexpr Handle no_socket = static_cast<Handle>(-1);
