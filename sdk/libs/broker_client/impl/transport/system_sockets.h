@@ -4,6 +4,7 @@
 #include <boost/system/error_code.hpp>
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <span>
 
@@ -26,7 +27,8 @@ error_code last_error();
 /// Flags of send(): a peer that is gone is an error, not a signal.
 extern const int send_flags;
 
-/// A socket that is waited for.
+/// A socket that is waited for. No more than this many are at once.
+inline constexpr std::size_t most_awaited = 16;
 struct Awaited {
     Handle socket;
     bool to_write = false; ///< or connected; else to read

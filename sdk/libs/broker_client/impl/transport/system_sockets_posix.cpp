@@ -10,7 +10,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <vector>
 
 namespace kavro::system_sockets {
 
@@ -62,12 +61,14 @@ void Wakeup::silence() const noexcept {
 
 void wait_for(std::span<Awaited> sockets, const Wakeup &wakeup,
               std::optional<std::chrono::milliseconds> at_most) {
-    std::vector<pollfd> polled{{wakeup.handle(), POLLIN, 0}};
+    std::array<pollfd, 1 + most_awaited> polled;
+    nfds_t count = 0;
+    polled[count++] = {wakeup.handle(), POLLIN, 0};
     for (const Awaited &awaited : sockets)
-        polled.push_back(
-            {awaited.socket, static_cast<short>(awaited.to_write ? POLLOUT : POLLIN), 0});
+        polled[count++] = {awaited.socket, static_cast<short>(awaited.to_write ? POLLOUT : POLLIN),
+                           0};
     const auto limit = at_most ? std::min<long long>(at_most->count(), INT_MAX) : -1;
-    const bool any = ::poll(polled.data(), polled.size(), static_cast<int>(limit)) > 0;
+    const bool any = ::poll(polled.data(), count, static_cast<int>(limit)) > 0;
     for (std::size_t i = 0; i < sockets.size(); ++i)
         sockets[i].ready = any && polled[i + 1].revents != 0;
     if (any && polled.front().revents != 0)

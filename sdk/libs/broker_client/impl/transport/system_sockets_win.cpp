@@ -11,6 +11,8 @@ namespace asio = boost::asio;
 
 const int send_flags = 0; // there is no such signal
 
+static_assert(1 + most_awaited <= FD_SETSIZE);
+
 namespace {
 
 /// Winsock serves a process that has announced itself, as often as it likes.
@@ -31,11 +33,6 @@ Handle open_quietly(int family, int type, int protocol) {
     if (socket != no_socket)
         ::ioctlsocket(socket, FIONBIO, &at_once);
     return socket;
-}
-
-/// A socket of either family is added to a set; one more than the 64 that a set holds never comes.
-void add(Handle socket, fd_set &set) {
-    FD_SET(socket, &set);
 }
 
 } // namespace
@@ -103,10 +100,10 @@ void wait_for(std::span<Awaited> sockets, const Wakeup &wakeup,
     FD_ZERO(&to_read);
     FD_ZERO(&to_write);
     FD_ZERO(&failed);
-    add(wakeup.handle(), to_read);
+    FD_SET(wakeup.handle(), &to_read);
     for (const Awaited &awaited : sockets) {
-        add(awaited.socket, awaited.to_write ? to_write : to_read);
-        add(awaited.socket, failed);
+        FD_SET(awaited.socket, awaited.to_write ? &to_write : &to_read);
+        FD_SET(awaited.socket, &failed);
     }
     timeval limit{};
     if (at_most) {

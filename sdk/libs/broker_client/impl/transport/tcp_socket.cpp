@@ -14,6 +14,8 @@ using system_sockets::last_error;
 
 namespace {
 
+static_assert(NameResolver::max_endpoints <= system_sockets::most_awaited);
+
 /// RFC 8305 section 5: the recommended delay between two attempts.
 constexpr std::chrono::milliseconds attempt_delay{250};
 
