@@ -43,6 +43,15 @@ Der read_certificate(std::string_view text) {
     return der && Security::decode_certificate(*der) ? *der : Der();
 }
 
+/// The result of an exchange that ended too early.
+BrokerResult failed(const Waiter &waiter, const std::string &reason) {
+    if (waiter.cancelled())
+        return {ERROR_CODE_CANCELLED};
+    return waiter.expired()
+               ? logged(ERROR_CODE_SESSION_PROVISION_TIMEOUT, "Session provisioning timeout")
+               : not_provisioned(reason);
+}
+
 /// One exchange with a provisioning server.
 class Provisioning {
 public:
@@ -57,15 +66,6 @@ public:
         if (auto step = send(session_provision_request(provisioner_.address, content)); !step)
             return step.error();
         return receive();
-    }
-
-    /// The result of an exchange that ended too early.
-    BrokerResult failed(const std::string &reason) const {
-        if (waiter_.cancelled())
-            return {ERROR_CODE_CANCELLED};
-        return waiter_.expired()
-                   ? logged(ERROR_CODE_SESSION_PROVISION_TIMEOUT, "Session provisioning timeout")
-                   : not_provisioned(reason);
     }
 
 private:
@@ -129,7 +129,10 @@ private:
         if (auto step = ended("Failed to get provision result: ", exchange_.read(answer)); !step)
             return step.error();
         std::string unreadable;
-        Document document = XmlDocument::parse(answer.take_body(), unreadable);
+        Document document = XmlDocument::parse(answer.take_body(), unreadable, [this] {
+            if (waiter_.check())
+                throw Interrupted();
+        });
         log_info("Provision result : %s",
                  masked_message(document ? document->root() : XmlNode(), MessageDirection::received)
                      .c_str());
@@ -139,7 +142,7 @@ private:
     }
 
     const Provisioner &provisioner_;
-    const Waiter &waiter_;
+    Waiter &waiter_;
     const SslContextHandle tls_ = provisioning_tls();
     TlsExchange exchange_;
 };
@@ -166,11 +169,13 @@ BrokerResult provision_session(const Provisioner &provisioner, SessionProvision 
         Provisioning provisioning(provisioner, waiter, timeout);
         const auto document = provisioning.ask(content);
         if (!document)
-            return provisioning.failed(document.error());
+            return failed(waiter, document.error());
         const auto message = read_session_provision((*document)->root());
         if (!message)
             return not_provisioned(message.error());
         return read_target(*message, protocol_version, connection);
+    } catch (const Interrupted &) { // in the reading of a long answer
+        return failed(waiter, {});
     } catch (const std::exception &failure) { // TLS that cannot be set up
         return not_provisioned(failure.what());
     }
