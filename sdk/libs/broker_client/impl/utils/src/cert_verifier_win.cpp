@@ -2,8 +2,8 @@
 
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
-#include "utils/src/openssl_handles.h"
 #include "utils/src/cert_chain.h"
+#include "utils/src/openssl_handles.h"
 
 #include <openssl/x509.h>
 #include <windows.h>
