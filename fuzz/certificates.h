@@ -2,6 +2,8 @@
 
 #include "trust/chains.h"
 
+#include <openssl/err.h>
+
 namespace fuzz {
 
 /// Certificates in DER form one behind the other, as many as can be read.

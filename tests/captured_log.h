@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <map>
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -37,9 +40,12 @@ public:
         install(&CapturedLog::record);
     }
 
+    /// Of this thread. Not thread_local, which MinGW frees before it is destroyed.
     static std::vector<LogLine> &lines() {
-        static thread_local std::vector<LogLine> all;
-        return all;
+        static std::mutex mutex;
+        static auto &all = *new std::map<std::thread::id, std::vector<LogLine>>;
+        const std::lock_guard lock(mutex);
+        return all[std::this_thread::get_id()];
     }
 
     /// How many messages are that text.

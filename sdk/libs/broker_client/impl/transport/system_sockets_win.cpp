@@ -41,6 +41,10 @@ Handle open(int family, error_code &error) {
     start_winsock();
     const Handle socket = open_quietly(family, SOCK_STREAM, IPPROTO_TCP);
     error = socket == no_socket ? last_error() : error_code();
+    const int off = 0; // an IPv4 address may be written as one of IPv6 (RFC 4291 section 2.5.5.2)
+    if (!error && family == AF_INET6)
+        ::setsockopt(socket, IPPROTO_IPV6, IPV6_V6ONLY, reinterpret_cast<const char *>(&off),
+                     sizeof off);
     return socket;
 }
 
