@@ -92,7 +92,7 @@ BENCHMARK(read_xml);
 
 void read_records(benchmark::State &state) {
     const std::string text = bench::list_answer(desktops);
-    const PostResult post{.document = parsed(text)};
+    const PostResult post{POST_RESULT_SUCCESS, {}, parsed(text)};
     Dialect dialect;
     for (auto _ : state) {
         DesktopListHandle list;
