@@ -15,7 +15,7 @@ INSTRUCTION_LIMITS = [
     ("list", "authority", 4.90),
 ]
 # System calls of one exchange, with room for what the kernel delivers in other pieces.
-SYSTEM_CALL_LIMITS = [("small", 33), ("list", 68)]
+SYSTEM_CALL_LIMITS = [("small", 26), ("list", 52)]
 LIST_DESKTOPS = 1000
 
 
