@@ -139,13 +139,15 @@ private:
         return std::string_view(at_, end_).starts_with(mark);
     }
 
-    const char *skip_past(std::string_view opening, const char *closing) {
-        const char *const end = std::strstr(at_ + opening.size(), closing);
-        if (end == nullptr)
+    const char *skip_past(std::string_view opening, std::string_view closing) {
+        const char *const begin = at_ + opening.size();
+        const auto length = std::string_view(begin, end_).find(closing);
+        if (length == std::string_view::npos)
             return "unexpected end of data";
+        const char *const end = begin + length;
         if (std::any_of(at_, end, [](char c) { return is(c, excluded); }))
             return excluded_character;
-        at_ = end + std::strlen(closing);
+        at_ = end + closing.size();
         return nullptr;
     }
 
