@@ -45,6 +45,9 @@ add_compile_options("$<$<COMPILE_LANGUAGE:C,CXX>:${warnings}>")
 if(KAVRO_SANITIZE)
   add_compile_options(-fsanitize=${KAVRO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KAVRO_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    add_compile_options(-fno-sanitize=function) # which clang cannot put before a coroutine
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # Instrumented code misleads g++ about what is initialised; the plain build still checks it. Its
     # thread sanitizer does not understand Asio's fences.
