@@ -4,6 +4,7 @@
 #include "captured_log.h"
 #include "kavro_broker_extras.h"
 #include "support/minting.h"
+#include "support/text_of.h"
 
 #include <gtest/gtest.h>
 
@@ -11,30 +12,13 @@
 
 namespace conversation {
 
+using test_support::read_text;
+using test_support::text_of;
+
 /// Through the public hook.
 struct Log : kavro::CapturedLog {
     Log() : CapturedLog(kavro_broker_set_log_function) {}
 };
-
-/// Reads a text by the two-call convention; "(result N)" when there is none.
-template <class Get>
-std::string read_text(Get get) {
-    std::size_t length = 0;
-    const kavro_broker_result result = get(nullptr, &length);
-    if (result != KAVRO_BROKER_OK)
-        return "(result " + std::to_string(result) + ")";
-    std::string text(length, '\0');
-    EXPECT_EQ(get(text.data(), &length), KAVRO_BROKER_OK);
-    text.resize(length - 1);
-    return text;
-}
-
-/// The accessor with everything but the text arguments bound.
-template <class Function, class... Arguments>
-std::string text_of(Function accessor, Arguments... arguments) {
-    return read_text(
-        [&](char *buffer, std::size_t *length) { return accessor(arguments..., buffer, length); });
-}
 
 /// A simulated broker whose authority is trusted, and a handle that is set up to talk to it.
 struct Conversation {

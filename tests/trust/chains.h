@@ -2,14 +2,12 @@
 
 #include "minting.h"
 #include "tls_identity.h"
-#include "trust/certificate_verdict.h"
 
 #include <map>
 #include <string>
 #include <vector>
 
-// Chains as servers may show them, minted for a test, and what the library makes of one without a
-// connection.
+// Chains as servers may show them, minted for a test.
 
 namespace trust {
 
@@ -50,25 +48,5 @@ Identity with_bad_signature(const Identity &identity);
 test_support::ServerIdentity shown(const Identity &leaf, const std::vector<Identity> &further = {});
 
 std::vector<std::uint8_t> der_of(const Identity &identity);
-
-/// What came out of one chain.
-struct Judged {
-    kavro::VerificationOutcome outcome;
-    std::vector<std::uint32_t> codes; ///< by depth
-    std::string text;
-    bool trusted_without_us; ///< what the TLS library says with nobody to overrule it
-    kavro::VerificationOutcome next_outcome; ///< of a second handshake that shows no certificate
-};
-
-struct ChainCase {
-    std::vector<broker_sim::CertificatePtr> trusted;
-    broker_sim::CertificatePtr leaf;
-    std::vector<broker_sim::CertificatePtr> further;
-    std::string host;
-    bool by_view_rules = false;
-};
-
-/// Judges as in a handshake, with the settings of the library's own TLS context.
-Judged judge(const ChainCase &shown);
 
 } // namespace trust

@@ -1,7 +1,9 @@
 #include "captured_log.h"
 #include "chains.h"
 #include "kavro_broker_extras.h"
+#include "requests.h"
 #include "scripted_peer.h"
+#include "text_of.h"
 
 #include <gtest/gtest.h>
 
@@ -24,65 +26,54 @@ constexpr const char *wrong_name = "the host name on the certificate is invalid"
 constexpr const char *unverified_leaf = "unable to verify the first certificate";
 constexpr const char *short_key = "the RSA key length on the certificate is less";
 
-/// A handle and what it says of the broker that it is sent to.
-class Client {
-public:
-    explicit Client(bool verify = true) {
-        kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle_);
-        kavro_broker_set_client_info(handle_, "test client", "1", "Linux");
-        set_verification(verify);
-    }
-    ~Client() { kavro_broker_free(handle_); }
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
+/// A handle that trusts those that all others trust, or everybody.
+OwnedHandle new_client(bool verify = true) {
+    OwnedHandle client = new_handle(std::chrono::seconds(30));
+    kavro_broker_fail_if_unverified(client.get(), verify);
+    return client;
+}
 
-    void set_verification(bool verify) { kavro_broker_fail_if_unverified(handle_, verify); }
+kavro_broker_result ask(const OwnedHandle &client, const ScriptedPeer &peer,
+                        const std::string &host = literal_host) {
+    kavro_broker_set_broker_address(client.get(), host.c_str(), peer.port().c_str());
+    return ask_method(client.get());
+}
 
-    kavro_broker_result ask(const ScriptedPeer &peer, const std::string &host = literal_host) {
-        kavro_broker_set_broker_address(handle_, host.c_str(), peer.port().c_str());
-        uint32_t method = 0;
-        return kavro_broker_get_auth_method(handle_, &method);
-    }
+kavro_broker_result trust(const OwnedHandle &client, const std::vector<std::uint8_t> &der) {
+    return kavro_broker_add_trust_anchor(client.get(), der.data(), der.size());
+}
 
-    /// The verdicts by depth, as "9 0 0".
-    std::string verdicts() const {
-        std::string all;
-        uint32_t verdict = 0;
-        for (uint32_t depth = 0;
-             kavro_broker_get_certificate_error(handle_, depth, &verdict) == KAVRO_BROKER_OK;
-             ++depth)
-            all += (depth == 0 ? "" : " ") + std::to_string(verdict);
-        return all;
-    }
-    std::string error_text() const {
-        char text[1000];
-        std::size_t length = sizeof text;
-        EXPECT_EQ(kavro_broker_get_certificate_error_text(handle_, text, &length), 0);
-        return text;
-    }
-    /// The first certificate of the chain that was shown.
-    std::vector<std::uint8_t> leaf() const {
-        std::vector<std::uint8_t> der(10'000);
-        std::size_t length = 1;
-        EXPECT_EQ(kavro_broker_get_broker_certificate(handle_, 0, der.data(), &length),
-                  KAVRO_BROKER_ERR_BUFFER_TOO_SMALL);
-        length = der.size();
-        EXPECT_EQ(kavro_broker_get_broker_certificate(handle_, 0, der.data(), &length), 0);
-        der.resize(length);
-        return der;
-    }
-    uint32_t chain_length() const {
-        uint32_t count = 0;
-        EXPECT_EQ(kavro_broker_get_num_certificates(handle_, &count), KAVRO_BROKER_OK);
-        return count;
-    }
-    kavro_broker_result trust(const std::vector<std::uint8_t> &der) {
-        return kavro_broker_add_trust_anchor(handle_, der.data(), der.size());
-    }
+/// The verdicts by depth, as "9 0 0".
+std::string verdicts(const OwnedHandle &client) {
+    std::string all;
+    uint32_t verdict = 0;
+    for (uint32_t depth = 0;
+         kavro_broker_get_certificate_error(client.get(), depth, &verdict) == KAVRO_BROKER_OK;
+         ++depth)
+        all += (depth == 0 ? "" : " ") + std::to_string(verdict);
+    return all;
+}
 
-private:
-    kavro_broker_handle handle_ = nullptr;
-};
+std::string error_text(const OwnedHandle &client) {
+    return text_of(kavro_broker_get_certificate_error_text, client.get());
+}
+
+uint32_t chain_length(const OwnedHandle &client) {
+    uint32_t count = 0;
+    EXPECT_EQ(kavro_broker_get_num_certificates(client.get(), &count), KAVRO_BROKER_OK);
+    return count;
+}
+
+/// The first certificate of the chain that was shown.
+std::vector<std::uint8_t> leaf(const OwnedHandle &client) {
+    std::vector<std::uint8_t> der(10'000);
+    std::size_t length = 1;
+    EXPECT_EQ(kavro_broker_get_broker_certificate(client.get(), 0, der.data(), &length),
+              KAVRO_BROKER_ERR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(kavro_broker_get_broker_certificate(client.get(), 0, der.data(), &length), 0);
+    der.resize(length);
+    return der;
+}
 
 struct Row {
     const char *name;
@@ -97,35 +88,35 @@ struct Row {
 class ServedChains : public testing::Test {
 protected:
     /// Whatever happened before, a good broker can be talked to.
-    static void expect_usable(Client &client) {
+    static void expect_usable(const OwnedHandle &client) {
         const ScriptedPeer peer({welcome()}, {shown(server(trusted_root()))});
-        EXPECT_EQ(client.ask(peer), KAVRO_BROKER_OK);
+        EXPECT_EQ(ask(client, peer), KAVRO_BROKER_OK);
     }
 
     /// Judged as the rows say, whatever the rows before were; not a byte reaches a peer that is not
     /// trusted; without verification all are served alike.
     static void expect_judged_as_said(const std::vector<Row> &rows) {
-        Client client;
+        const OwnedHandle client = new_client();
         for (const Row &row : rows) {
             SCOPED_TRACE(row.name);
             const PeerTls tls{.identity = row.identity, .max_version = row.max_version};
             const ScriptedPeer peer({welcome()}, tls);
-            EXPECT_EQ(client.ask(peer, row.host), row.result);
-            EXPECT_EQ(client.verdicts(), row.verdicts);
-            EXPECT_NE(client.error_text().find(row.text), std::string::npos) << client.error_text();
-            EXPECT_EQ(client.error_text().empty(), row.verdicts.empty());
+            EXPECT_EQ(ask(client, peer, row.host), row.result);
+            EXPECT_EQ(verdicts(client), row.verdicts);
+            EXPECT_NE(error_text(client).find(row.text), std::string::npos) << error_text(client);
+            EXPECT_EQ(error_text(client).empty(), row.verdicts.empty());
             if (row.result != trusted) {
                 ASSERT_TRUE(peer.wait_for(0, [](const PeerRecord &seen) { return seen.closed; }));
                 EXPECT_EQ(peer.record(0).received, "");
                 EXPECT_EQ(peer.connection_count(), 1u);
-                EXPECT_EQ(client.chain_length() > 0, row.result != no_tls);
+                EXPECT_EQ(chain_length(client) > 0, row.result != no_tls);
             }
             expect_usable(client);
 
-            Client unverified(false);
-            EXPECT_EQ(unverified.ask(peer, row.host), row.result == no_tls ? no_tls : trusted);
-            EXPECT_EQ(unverified.verdicts() + unverified.error_text(), "");
-            EXPECT_EQ(unverified.chain_length(), 0u);
+            const OwnedHandle unverified = new_client(false);
+            EXPECT_EQ(ask(unverified, peer, row.host), row.result == no_tls ? no_tls : trusted);
+            EXPECT_EQ(verdicts(unverified) + error_text(unverified), "");
+            EXPECT_EQ(chain_length(unverified), 0u);
         }
     }
 
@@ -240,10 +231,10 @@ TEST_F(ServedChains, HugeOnes) {
 TEST_F(ServedChains, SwitchingVerificationOnMakesAFullHandshake) {
     for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
         const ScriptedPeer peer({welcome()}, {shown(self_signed()), version, version});
-        Client client(false);
-        EXPECT_EQ(client.ask(peer), KAVRO_BROKER_OK);
-        client.set_verification(true);
-        EXPECT_EQ(client.ask(peer), warnable);
+        const OwnedHandle client = new_client(false);
+        EXPECT_EQ(ask(client, peer), KAVRO_BROKER_OK);
+        kavro_broker_fail_if_unverified(client.get(), true);
+        EXPECT_EQ(ask(client, peer), warnable);
         const std::size_t last = peer.connection_count() - 1;
         ASSERT_TRUE(peer.wait_for(last, [](const PeerRecord &seen) { return seen.closed; }));
         EXPECT_FALSE(peer.record(last).resumed);
@@ -255,23 +246,23 @@ TEST_F(ServedChains, AnchorOfAHandleCountsForThatHandleOnly) {
     const Identity own = self_signed();
     const ScriptedPeer strange({welcome()}, {shown(server(strange_root()))});
     const ScriptedPeer lone({welcome()}, {shown(own)});
-    Client client;
-    EXPECT_EQ(client.trust({0x30, 0x03, 0x02, 0x01, 0x00}), KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(client.ask(strange), warnable);
-    EXPECT_EQ(client.trust(der_of(strange_root())), KAVRO_BROKER_OK);
-    EXPECT_EQ(client.ask(strange), trusted);
-    EXPECT_EQ(client.ask(lone), warnable);
-    EXPECT_EQ(client.leaf(), der_of(own));
-    EXPECT_EQ(client.trust(der_of(own)), KAVRO_BROKER_OK);
+    const OwnedHandle client = new_client();
+    EXPECT_EQ(trust(client, {0x30, 0x03, 0x02, 0x01, 0x00}), KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(ask(client, strange), warnable);
+    EXPECT_EQ(trust(client, der_of(strange_root())), KAVRO_BROKER_OK);
+    EXPECT_EQ(ask(client, strange), trusted);
+    EXPECT_EQ(ask(client, lone), warnable);
+    EXPECT_EQ(leaf(client), der_of(own));
+    EXPECT_EQ(trust(client, der_of(own)), KAVRO_BROKER_OK);
     for (const ScriptedPeer *peer : {&strange, &lone})
-        EXPECT_EQ(client.ask(*peer), trusted);
+        EXPECT_EQ(ask(client, *peer), trusted);
     // The system's anchors still count, even those of the same name.
-    EXPECT_EQ(client.trust(der_of(broker_sim::mint_authority("Trusted root"))), KAVRO_BROKER_OK);
+    EXPECT_EQ(trust(client, der_of(broker_sim::mint_authority("Trusted root"))), KAVRO_BROKER_OK);
     expect_usable(client);
 
-    Client another;
+    const OwnedHandle another = new_client();
     for (const ScriptedPeer *peer : {&strange, &lone})
-        EXPECT_EQ(another.ask(*peer), warnable);
+        EXPECT_EQ(ask(another, *peer), warnable);
 }
 
 } // namespace trust
