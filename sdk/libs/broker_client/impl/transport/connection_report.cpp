@@ -20,15 +20,12 @@ bool is_tls_record(std::string_view bytes) {
 
 } // namespace
 
-void Traffic::note_received(std::string_view bytes) {
-    if (received == 0 && !bytes.empty()) {
-        if (is_tls_record(bytes))
-            peer_speech = PeerSpeech::tls;
-        else
-            peer_speech =
-                starts_ignoring_case(bytes, "http/") ? PeerSpeech::http : PeerSpeech::other;
-    }
-    received += bytes.size();
+PeerSpeech peer_speech(std::string_view first_bytes) {
+    if (first_bytes.empty())
+        return PeerSpeech::nothing;
+    if (is_tls_record(first_bytes))
+        return PeerSpeech::tls;
+    return starts_ignoring_case(first_bytes, "http/") ? PeerSpeech::http : PeerSpeech::other;
 }
 
 AnswerKind answer_kind(std::string_view body) {

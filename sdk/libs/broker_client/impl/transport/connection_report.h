@@ -27,14 +27,13 @@ enum class ConnectionPhase {
 
 /// What the other side's first bytes look like.
 enum class PeerSpeech { nothing, tls, http, other };
+PeerSpeech peer_speech(std::string_view first_bytes);
 
 /// What went over one socket, TLS records and all.
 struct Traffic {
     std::uint64_t sent = 0;
     std::uint64_t received = 0;
     PeerSpeech peer_speech = PeerSpeech::nothing;
-
-    void note_received(std::string_view bytes);
 };
 
 /// What the body of an answer looks like.

@@ -6,9 +6,6 @@
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/ssl/error.hpp>
 
-#include <algorithm>
-#include <climits>
-#include <limits>
 #include <stdexcept>
 
 namespace kavro {
@@ -19,11 +16,7 @@ using boost::system::error_code;
 
 namespace {
 
-/// Four records in one read.
-constexpr int read_ahead_bytes = 64 * 1024;
-constexpr std::size_t most_bytes_in_a_step = 256 * 1024;
 constexpr std::uint64_t most_bytes_in_a_handshake = 1024 * 1024;
-constexpr std::uint64_t no_limit = std::numeric_limits<std::uint64_t>::max();
 
 std::optional<asio::ip::address> as_literal(const std::string &host) {
     error_code not_literal;
@@ -43,107 +36,17 @@ error_code handshake_too_long() {
 
 } // namespace
 
-/// OpenSSL's way to the socket. Its own would raise a signal when the peer is gone, and would let a
-/// peer that is always ahead keep OpenSSL in one step for as long as it likes.
-struct TlsConnection::Bio {
-    static const BIO_METHOD *method() {
-        // Never freed: a connection that lives as long as the process needs it to the very end.
-        static const BIO_METHOD *const made = [] {
-            BIO_METHOD *const bio =
-                BIO_meth_new(BIO_get_new_index() | BIO_TYPE_SOURCE_SINK, "socket");
-            if (bio == nullptr || BIO_meth_set_read(bio, read) != 1 ||
-                BIO_meth_set_write(bio, write) != 1 || BIO_meth_set_ctrl(bio, control) != 1)
-                throw_openssl_error("BIO_meth_new");
-            return bio;
-        }();
-        return made;
-    }
-
-    static BIO *over(TlsConnection &connection) {
-        BIO *const bio = BIO_new(method());
-        if (bio == nullptr)
-            throw_openssl_error("BIO_new");
-        BIO_set_data(bio, &connection);
-        BIO_set_init(bio, 1);
-        return bio;
-    }
-
-    /// A read that does not fill its room has emptied the socket, and what was just sent is not
-    /// answered yet: to ask before the next wait would be a system call for nothing.
-    static int read(BIO *bio, char *data, int size) {
-        TlsConnection &connection = connection_of(bio);
-        error_code &error = connection.socket_error_;
-        const auto room = static_cast<std::size_t>(size);
-        std::size_t bytes = 0;
-        if (connection.drained_ || connection.taken_in_step_ >= most_bytes_in_a_step)
-            error = asio::error::would_block;
-        else
-            bytes = connection.socket_.read(data, room, error);
-        if (bytes > 0) {
-            connection.drained_ = bytes < room;
-            connection.taken_in_step_ += bytes;
-            connection.traffic_.note_received({data, bytes});
-        }
-        return outcome(bio, bytes, BIO_FLAGS_READ);
-    }
-
-    static int write(BIO *bio, const char *data, int size) {
-        TlsConnection &connection = connection_of(bio);
-        const std::size_t bytes = connection.socket_.write(data, static_cast<std::size_t>(size),
-                                                           connection.socket_error_);
-        connection.traffic_.sent += bytes;
-        connection.drained_ = true;
-        return outcome(bio, bytes, BIO_FLAGS_WRITE);
-    }
-
-    static long control(BIO *, int command, long, void *) {
-        return command == BIO_CTRL_FLUSH ? 1 : 0; // nothing is ever held back
-    }
-
-private:
-    static TlsConnection &connection_of(BIO *bio) {
-        return *static_cast<TlsConnection *>(BIO_get_data(bio));
-    }
-
-    static int outcome(BIO *bio, std::size_t bytes, int direction) {
-        error_code &error = connection_of(bio).socket_error_;
-        BIO_clear_retry_flags(bio);
-        if (error == asio::error::would_block) {
-            BIO_set_flags(bio, direction | BIO_FLAGS_SHOULD_RETRY);
-            error.clear();
-            return -1;
-        }
-        return error ? -1 : static_cast<int>(bytes);
-    }
-};
-
 TlsConnection::TlsConnection(SSL_CTX *tls, Peer peer, Waiter &waiter,
                              std::shared_ptr<ConnectionReport> report)
-    : peer_(std::move(peer)), waiter_(waiter), report_(std::move(report)), tls_(SSL_new(tls)) {
-    if (!tls_)
-        throw_openssl_error("SSL_new");
-    BIO *const bio = Bio::over(*this);
-    SSL_set_bio(tls_.get(), bio, bio);
-    if (SSL_set_app_data(tls_.get(), this) != 1)
-        throw_openssl_error("SSL_set_app_data");
-    SSL_set_read_ahead(tls_.get(), 1);
-    SSL_set_default_read_buffer_len(tls_.get(), read_ahead_bytes);
-    SSL_set_cert_cb(
-        tls_.get(),
-        [](SSL *, void *self) {
-            static_cast<TlsConnection *>(self)->certificate_asked_ = true;
-            return 1;
-        },
-        this);
+    : peer_(std::move(peer)),
+      waiter_(waiter),
+      report_(std::move(report)),
+      wire_(waiter),
+      tls_(tls, peer_.host, wire_) {
     report_->host = peer_.host;
     report_->port = peer_.port;
-    if (as_literal(peer_.host)) {
-        if (!is_port_number(peer_.port))
-            throw std::invalid_argument("\"" + peer_.port + "\" is no port number");
-    } else if (SSL_set_tlsext_host_name(tls_.get(), peer_.host.c_str()) != 1) {
-        drain_openssl_errors();
-        throw std::invalid_argument("the host name is too long for TLS");
-    }
+    if (as_literal(peer_.host) && !is_port_number(peer_.port))
+        throw std::invalid_argument("\"" + peer_.port + "\" is no port number");
 }
 
 error_code TlsConnection::reach(const NameResolver &resolver,
@@ -154,12 +57,11 @@ error_code TlsConnection::reach(const NameResolver &resolver,
     if (error)
         return error;
     report_->enter(ConnectionPhase::connect);
-    socket_ = connect_to_one_of(endpoints, waiter_, *report_, error);
+    wire_.use(connect_to_one_of(endpoints, waiter_, *report_, error));
     if (error)
         return error;
-    socket_.send_without_delay();
     error_code gone; // is met again, and reported, by what comes next
-    if (const auto answered = socket_.remote_endpoint(gone); !gone)
+    if (const auto answered = wire_.socket().remote_endpoint(gone); !gone)
         known = answered;
     return {};
 }
@@ -175,76 +77,20 @@ NameResolver::Endpoints TlsConnection::find(const NameResolver &resolver, error_
     return endpoints;
 }
 
-/// Tries a step of OpenSSL's until it is over, and waits for the socket in between.
-template <class Step>
-error_code TlsConnection::run(Step step, std::uint64_t most_bytes) {
-    while (true) {
-        if (const error_code over = waiter_.check())
-            return over;
-        ERR_clear_error();
-        socket_error_.clear();
-        taken_in_step_ = 0;
-        const error_code error = error_of(step(tls_.get()));
-        if (error != asio::error::would_block)
-            return error;
-        if (traffic_.received > most_bytes)
-            return handshake_too_long();
-        if (taken_in_step_ >= most_bytes_in_a_step && !drained_ && !to_write_)
-            continue; // there is more, but others have their turn
-        system_sockets::Awaited awaited{socket_.handle(), to_write_};
-        while (!awaited.ready) {
-            if (const error_code over = waiter_.wait({&awaited, 1}))
-                return over;
-        }
-        drained_ = drained_ && to_write_;
-    }
-}
-
-/// What a step ended with; `would_block` when it is not over.
-error_code TlsConnection::error_of(int result) {
-    switch (SSL_get_error(tls_.get(), result)) {
-    case SSL_ERROR_NONE:
-        return {};
-    case SSL_ERROR_WANT_READ:
-    case SSL_ERROR_WANT_WRITE:
-        to_write_ = SSL_want_write(tls_.get()) != 0;
-        return asio::error::would_block;
-    case SSL_ERROR_ZERO_RETURN:
-        return asio::error::eof;
-    case SSL_ERROR_SSL:
-        return {static_cast<int>(ERR_get_error()), asio::error::get_ssl_category()};
-    default:
-        // An end that the peer did not announce may be an attacker's.
-        if (socket_error_ == asio::error::eof)
-            return ssl::error::stream_truncated;
-        return socket_error_ ? socket_error_ : error_code(ssl::error::unexpected_result);
-    }
-}
-
-void TlsConnection::set_verify_callback(VerifyCallback verify) {
-    verify_ = std::move(verify);
-    SSL_set_verify(tls_.get(), SSL_VERIFY_PEER | SSL_VERIFY_FAIL_IF_NO_PEER_CERT,
-                   verify_certificate);
-}
-
-int TlsConnection::verify_certificate(int preverified, X509_STORE_CTX *certificates) {
-    const void *const tls =
-        X509_STORE_CTX_get_ex_data(certificates, SSL_get_ex_data_X509_STORE_CTX_idx());
-    const auto &connection =
-        *static_cast<const TlsConnection *>(SSL_get_app_data(static_cast<const SSL *>(tls)));
-    return connection.verify_(preverified != 0, certificates) ? 1 : 0;
-}
-
 error_code TlsConnection::shake_hands() {
     report_->enter(ConnectionPhase::handshake);
-    return run(SSL_connect, most_bytes_in_a_handshake);
+    const error_code error =
+        wire_.run([this] { return tls_.shake_hands(); }, most_bytes_in_a_handshake);
+    return error == asio::error::no_buffer_space ? handshake_too_long() : error;
 }
 
 error_code TlsConnection::write(std::string_view bytes) {
     report_->enter(ConnectionPhase::send);
-    const error_code error = run(
-        [bytes](SSL *tls) { return SSL_write(tls, bytes.data(), static_cast<int>(bytes.size())); },
-        no_limit);
+    const error_code error = wire_.run([&] {
+        error_code failure;
+        tls_.write(bytes.data(), bytes.size(), failure);
+        return failure;
+    });
     if (!error)
         report_->enter(ConnectionPhase::wait);
     return error;
@@ -254,18 +100,25 @@ error_code TlsConnection::read(HttpResponseParser &answer, HttpResponseParser::S
     state = HttpResponseParser::State::need_more;
     while (state == HttpResponseParser::State::need_more) {
         const auto space = answer.space();
-        int bytes = 0;
-        const auto step = [space, &bytes](SSL *tls) {
-            return bytes = SSL_read(tls, space.data,
-                                    static_cast<int>(std::min<std::size_t>(space.size, INT_MAX)));
-        };
-        if (const error_code error = run(step, no_limit))
+        std::size_t bytes = 0;
+        const error_code error = wire_.run([&] {
+            error_code failure;
+            bytes = tls_.read(space.data, space.size, failure);
+            return failure;
+        });
+        if (error)
             return error;
         if (!report_->reached(ConnectionPhase::receive))
             report_->enter(ConnectionPhase::receive);
-        state = answer.received(static_cast<std::size_t>(bytes));
+        state = answer.received(bytes);
     }
     return {};
+}
+
+Traffic TlsConnection::traffic() const {
+    Traffic traffic = wire_.traffic();
+    traffic.peer_speech = tls_.peer_speech();
+    return traffic;
 }
 
 bool is_end_of_stream(const error_code &error) {

@@ -4,13 +4,9 @@
 #include "transport/http_framing.h"
 #include "transport/name_resolution.h"
 #include "transport/peer.h"
-#include "transport/tcp_socket.h"
-#include "transport/waiter.h"
-#include "utils/src/openssl_handles.h"
+#include "transport/tls_stream.h"
+#include "transport/wire.h"
 
-#include <openssl/ssl.h>
-
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -20,10 +16,7 @@ namespace kavro {
 /// One TLS connection as a client, from the look-up of the name to the last byte of an answer.
 ///
 /// Each step returns when it is over, without an error or with what went wrong; operation_aborted
-/// when the waiter's deadline or a cancel ended it. OpenSSL reads the socket ahead, so that a long
-/// answer takes a system call for every 64 KiB and not several for every record. No step of its
-/// takes more than 256 KiB from a peer before deadline and cancel have their turn, whatever the
-/// peer sends; a handshake of more than 1 MiB fails.
+/// when the waiter's deadline or a cancel ended it. A handshake of more than 1 MiB fails.
 class TlsConnection {
 public:
     using error_code = boost::system::error_code;
@@ -43,43 +36,28 @@ public:
     [[nodiscard]] error_code reach(const NameResolver &resolver,
                                    std::optional<TcpSocket::Endpoint> &known);
     /// Without a callback nobody is asked who the server is.
-    void set_verify_callback(VerifyCallback verify);
+    void set_verify_callback(VerifyCallback verify) { tls_.set_verify_callback(std::move(verify)); }
     [[nodiscard]] error_code shake_hands();
     [[nodiscard]] error_code write(std::string_view bytes);
     /// Until the answer is complete or the parser refuses it. An end of the stream is an error like
     /// others.
     [[nodiscard]] error_code read(HttpResponseParser &answer, HttpResponseParser::State &state);
 
-    SSL *native_handle() { return tls_.get(); }
-    const Traffic &traffic() const { return traffic_; }
+    SSL *native_handle() { return tls_.native_handle(); }
+    Traffic traffic() const;
     ConnectionReport &report() { return *report_; }
-    const TcpSocket &socket() const { return socket_; }
+    const TcpSocket &socket() const { return wire_.socket(); }
     /// Whether the peer has asked for a client certificate and was shown none.
-    bool missed_certificate() const {
-        return certificate_asked_ && SSL_get_certificate(tls_.get()) == nullptr;
-    }
+    bool missed_certificate() const { return tls_.missed_certificate(); }
 
 private:
-    struct Bio;
-
     NameResolver::Endpoints find(const NameResolver &resolver, error_code &error);
-    template <class Step>
-    error_code run(Step step, std::uint64_t most_bytes);
-    error_code error_of(int result);
-    static int verify_certificate(int preverified, X509_STORE_CTX *certificates);
 
     const Peer peer_;
     Waiter &waiter_;
     std::shared_ptr<ConnectionReport> report_;
-    TcpSocket socket_;
-    SslHandle tls_;
-    VerifyCallback verify_;
-    error_code socket_error_;       ///< of the last read or write
-    bool to_write_ = false;         ///< what the step under way waits for
-    bool drained_ = false;          ///< the last read has emptied the socket
-    std::size_t taken_in_step_ = 0; ///< from the socket
-    bool certificate_asked_ = false;
-    Traffic traffic_;
+    Wire wire_;
+    TlsStream tls_;
 };
 
 /// Whether the peer has ended the stream, said so or not.
