@@ -28,7 +28,7 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
          .direct_host = Listener{}});
     simulator.watch("a test");
 
-    const std::string hello = converse(simulator, http_request("<hello/>")).text();
+    const std::string hello = converse(simulator, http_request("<hello/>")).text;
     const std::string cookie = hello.substr(hello.find("JSESSIONID="), 11 + 32);
     for (const char *const message :
          {"<never-gets-so-far/>",
