@@ -4,7 +4,6 @@
 #include "xml/xml_encoding.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace kavro {
 
@@ -14,10 +13,10 @@ namespace {
 
 /// Returns the text between two marks, the second of which is there, and moves past that one.
 std::string_view take_between(std::string_view &text, std::string_view opening,
-                              const char *closing) {
+                              std::string_view closing) {
     text.remove_prefix(opening.size());
-    const std::string_view inside(text.data(), std::strstr(text.data(), closing));
-    text.remove_prefix(inside.size() + std::strlen(closing));
+    const std::string_view inside = text.substr(0, text.find(closing));
+    text.remove_prefix(inside.size() + closing.size());
     return inside;
 }
 
