@@ -1,8 +1,10 @@
 #include "io_client.h"
 #include "io_names.h"
+#include "probe/probe_test.h"
 
 #include <csignal>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -73,6 +75,17 @@ TEST_F(ProcessTest, HandlersOfTheProgramDoNotRunOnTheThreadOfALookUp) {
     sigset_t mask;
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
     EXPECT_EQ(sigismember(&mask, SIGUSR1), 0) << "on the caller's own thread";
+}
+
+TEST_F(ProcessTest, ASearchThatGetsNoDescriptorSaysWhatTheSystemSays) {
+    broker_query_impl finder;
+    rlimit usual{};
+    ::getrlimit(RLIMIT_NOFILE, &usual);
+    const rlimit none{0, usual.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    const std::string found = find(finder, "127.0.0.1", peer_.port());
+    ::setrlimit(RLIMIT_NOFILE, &usual);
+    EXPECT_EQ(found, "205");
 }
 
 TEST_F(ProcessTest, NoProgramInheritsTheSocketOfARequest) {

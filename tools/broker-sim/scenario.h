@@ -52,6 +52,7 @@ struct Tls {
     bool automatic_names = true; ///< localhost, the listen address, 127.0.0.1 and ::1
     bool expired = false;
     Issuer issuer = Issuer::ca;
+    bool demand_client_certificate = false; ///< any will do
 };
 
 /// A server beside the broker, on the same address.

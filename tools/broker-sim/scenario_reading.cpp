@@ -64,6 +64,7 @@ void read(const JsonNode &node, Tls &out) {
         {"automatic_names", into(out.automatic_names)},
         {"expired", into(out.expired)},
         {"issuer", one_of(issuers, out.issuer)},
+        {"demand_client_certificate", into(out.demand_client_certificate)},
     });
 }
 

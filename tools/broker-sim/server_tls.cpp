@@ -40,6 +40,11 @@ boost::asio::ssl::context server_tls(const Tls &tls, const Identity &identity) {
                                   tls.max_version == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION);
     SSL_CTX_use_certificate(handle, identity.certificate.get());
     SSL_CTX_use_PrivateKey(handle, identity.key.get());
+    if (tls.demand_client_certificate) {
+        server.set_verify_mode(boost::asio::ssl::verify_peer |
+                               boost::asio::ssl::verify_fail_if_no_peer_cert);
+        server.set_verify_callback([](bool, boost::asio::ssl::verify_context &) { return true; });
+    }
     return server;
 }
 

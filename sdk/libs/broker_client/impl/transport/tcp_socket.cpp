@@ -1,6 +1,7 @@
 #include "transport/tcp_socket.h"
 
 #include <boost/asio/error.hpp>
+#include <boost/system/system_error.hpp>
 
 #include <algorithm>
 #include <string>
@@ -23,6 +24,13 @@ std::string text_of(const TcpSocket::Endpoint &endpoint) {
     const std::string address = endpoint.address().to_string();
     return (endpoint.address().is_v6() ? "[" + address + "]:" : address + ":") +
            std::to_string(endpoint.port());
+}
+
+/// Whether the process or the machine has no socket left.
+bool is_shortage(const error_code &error) {
+    using namespace boost::system::errc;
+    return error == too_many_files_open || error == too_many_files_open_in_system ||
+           error == no_buffer_space || error == not_enough_memory;
 }
 
 /// RFC 8305 section 4: the families take turns, the one that the resolver prefers first.
@@ -71,6 +79,8 @@ private:
         report_.tried.push_back(text_of(endpoint));
         error_code failure;
         TcpSocket socket(endpoint, failure);
+        if (is_shortage(failure)) // which no other address would cure
+            throw boost::system::system_error(failure, "socket");
         if (failure) {
             last_failure_ = failure;
             return;

@@ -43,6 +43,7 @@ private:
 /// Connects to the first of a peer's addresses that answers. They are tried side by side, each a
 /// quarter of a second after the one before or as soon as that has failed (RFC 8305 section 5).
 /// @param report is told of each address that is tried, and of the one that answered.
+/// @throws boost::system::system_error when there is no socket left to try with.
 TcpSocket connect_to_one_of(const NameResolver::Endpoints &endpoints, Waiter &waiter,
                             ConnectionReport &report, boost::system::error_code &error);
 

@@ -12,6 +12,9 @@
 namespace kavro {
 
 /// One desktop of a list, which owns its texts.
+///
+/// No export hands out protocols, session type and icons. They are read all the same, because a
+/// resource in which they are malformed is a malformed answer.
 struct cDESKTOP_LIST_RESULT {
     using Texts = std::span<const std::string_view>;
 

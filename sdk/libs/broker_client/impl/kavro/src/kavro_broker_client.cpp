@@ -8,9 +8,9 @@
 #include "regcode/registration_code.h"
 #include "utils/src/assertion.h"
 #include "utils/src/broker_log.h"
+#include "utils/src/broker_utils.h"
 #include "utils/src/client_identity.h"
 
-#include <boost/asio/ip/address.hpp>
 #include <boost/system/system_error.hpp>
 
 #include <algorithm>
@@ -56,12 +56,6 @@ std::string words_of_status(int status) {
     default:
         return number;
     }
-}
-
-bool is_ip_address(const std::string &text) {
-    boost::system::error_code not_an_address;
-    boost::asio::ip::make_address(text, not_an_address);
-    return !not_an_address;
 }
 
 template <class Handler>

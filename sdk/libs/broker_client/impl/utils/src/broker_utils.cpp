@@ -26,10 +26,11 @@ bool matches(std::string_view text, TextMatch &groups, const boost::regex &expre
 }
 
 /// The system's own reading of an address, which by itself would end at a zero byte.
-bool is_inet_v6(std::string_view text) {
-    in6_addr address;
+template <int family>
+bool is_inet(std::string_view text) {
+    in6_addr address; // the larger of the two
     return text.find('\0') == std::string_view::npos &&
-           ::inet_pton(AF_INET6, std::string(text).c_str(), &address) == 1;
+           ::inet_pton(family, std::string(text).c_str(), &address) == 1;
 }
 
 /// Takes the brackets off "[host]". An opening one alone is an error.
@@ -134,10 +135,14 @@ bool parse_uri(std::string_view uri, std::string &hostname, std::string &port,
 bool is_ipv6_address(std::string_view address) {
     const auto zone = address.find('%');
     if (zone == std::string_view::npos)
-        return is_inet_v6(address);
+        return is_inet<AF_INET6>(address);
     const bool names_one_zone =
         !address.ends_with('%') && address.find('%', zone + 1) == std::string_view::npos;
-    return names_one_zone && is_inet_v6(address.substr(0, zone));
+    return names_one_zone && is_inet<AF_INET6>(address.substr(0, zone));
+}
+
+bool is_ip_address(std::string_view text) {
+    return is_inet<AF_INET>(text) || is_ipv6_address(text);
 }
 
 GivenAddress split_address(std::string_view text) {

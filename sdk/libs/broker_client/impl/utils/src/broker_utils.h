@@ -40,6 +40,9 @@ inline constexpr const char *plain_http_refused =
 /// Whether the text is an IPv6 address without brackets; a zone ("%eth0") may follow.
 bool is_ipv6_address(std::string_view address);
 
+/// Whether the text is an IPv4 address in four decimal numbers, or an IPv6 address as above.
+bool is_ip_address(std::string_view text);
+
 /// Whether the text begins with a decimal number below 65536, blanks before it aside.
 bool is_valid_port(std::string_view port);
 
