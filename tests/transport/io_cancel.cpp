@@ -32,6 +32,17 @@ private:
     std::thread thread_;
 };
 
+HttpsXmlClient *cancelled_while_logging = nullptr;
+
+__attribute__((format(printf, 4, 0))) void cancel_at_answer(std::int32_t, std::int32_t,
+                                                            std::int32_t, const char *format,
+                                                            std::va_list arguments) {
+    const std::string line = format_text(format, arguments);
+    if (line.starts_with("Received XML"))
+        cancelled_while_logging->cancel();
+    EXPECT_FALSE(line.starts_with("<list>")) << "the answer is no longer shown";
+}
+
 /// The handshake and the wait for an answer are cancelled through the public interface.
 class CancelTest : public TransportTest {};
 
@@ -67,6 +78,16 @@ TEST_F(CancelTest, EndsTheWriting) {
         peer.wait_for(0, [](const PeerRecord &seen) { return !seen.received.empty(); });
     });
     EXPECT_EQ(post(client, std::string(10 << 20, 'x')).result.result, POST_RESULT_CANCELLED);
+}
+
+/// Nothing waits between the last byte and the handler: the writing down listens as well.
+TEST_F(CancelTest, EndsTheWritingDownOfALongAnswer) {
+    const ScriptedPeer peer({answering("<list>" + std::string(1 << 20, '&') + "</list>")});
+    Client client;
+    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+    cancelled_while_logging = &client;
+    set_log_function(cancel_at_answer);
+    EXPECT_EQ(post(client).result.result, POST_RESULT_CANCELLED);
 }
 
 TEST_F(CancelTest, BetweenTwoOperationsEndsTheSecond) {
