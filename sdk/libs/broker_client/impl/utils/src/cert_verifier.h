@@ -24,8 +24,4 @@ public:
     bool add(x509_st *) override { return true; }
 };
 
-/// The system's own word on certificates; null where there is none. No client asks it unless a
-/// caller wants that, and no export says so yet.
-std::shared_ptr<ICertVerifier> platform_verifier();
-
 } // namespace kavro

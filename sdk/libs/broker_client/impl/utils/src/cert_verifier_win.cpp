@@ -153,8 +153,4 @@ void log_trust_errors(std::uint32_t status) {
     }
 }
 
-std::shared_ptr<ICertVerifier> platform_verifier() {
-    return std::make_shared<CertVerifierWin>();
-}
-
 } // namespace kavro

@@ -1,3 +1,4 @@
+#include "utils/src/cert_verifier_win.h"
 #include "utils/src/system_trust.h"
 
 #include <windows.h>
@@ -25,6 +26,10 @@ Security::cX509_CERT_CHAIN system_trust_anchors() {
     for (const char *store : {"CA", "ROOT"})
         append_store(anchors, store);
     return anchors;
+}
+
+std::shared_ptr<ICertVerifier> platform_verifier() {
+    return std::make_shared<CertVerifierWin>();
 }
 
 } // namespace kavro
