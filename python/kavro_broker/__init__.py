@@ -10,7 +10,8 @@ The library is the one that KAVRO_BROKER_LIBRARY names, else the one that the sy
 
 from ._broker import Broker, FoundType, TypeFinder
 from ._exports import (AuthMethod, BrokerType, BrokerVariant, CertificateVerdict, ConnectionProperty,
-                       DialogFieldKind, LogCategory, LogSeverity, Operation, Result, TextType)
+                       DialogFieldKind, LogCategory, LogSeverity, Operation, Result, TextType,
+                       TimeLimit)
 from ._library import Error
 from ._process import (LogMessage, escape_text, result_name, result_text, set_cache_file_location,
                        set_log_function, set_log_level, set_session_log_id_function, version)

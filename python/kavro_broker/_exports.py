@@ -172,6 +172,13 @@ class LogSeverity(IntEnum):
     VERBOSE = 4
 
 
+class TimeLimit(IntEnum):
+    CONNECT = 0
+    REQUEST = 1
+    AUTHENTICATION = 2
+    PROVISIONING = 3
+
+
 class kavro_broker_name_value(Structure):
     _fields_ = [("name", c_char_p), ("value", c_char_p)]
 
@@ -262,6 +269,7 @@ FUNCTIONS = {
     "kavro_broker_set_log_function": (None, [kavro_broker_log_function]),
     "kavro_broker_set_log_level": (None, [c_int32]),
     "kavro_broker_set_session_log_id_function": (None, [kavro_broker_session_log_id_function]),
+    "kavro_broker_set_time_limit": (c_uint32, [c_void_p, c_uint32, c_uint32]),
     "kavro_broker_set_timezone": (c_uint32, [c_void_p, c_char_p]),
     "kavro_broker_set_variable": (c_uint32, [c_void_p, c_uint32, c_char_p, c_char_p]),
     "kavro_broker_use_signing_certificate": (c_uint32, [c_void_p, c_char_p, c_size_t, kavro_broker_sign_function, c_void_p]),

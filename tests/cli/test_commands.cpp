@@ -237,6 +237,7 @@ TEST_F(CommandTest, refuses_wrong_usage_before_the_broker_is_asked) {
         {"list", "--answer", "novalue"},
         {"list", "--answer-fd", "f=-1"},
         {"list", "--log-level", "5"},
+        {"list", "--login-timeout", "0.09"},
         {"connect"},
         {"connect", "vm-1", "--timeout", "65535"},
         {"power", "vm-1"},

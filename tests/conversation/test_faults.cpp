@@ -73,6 +73,45 @@ TEST(Faults, BrokerReportedErrors) {
     EXPECT_EQ(talk.message(), "HTTP status 407: a proxy wants a log-in");
 }
 
+/// All other steps have half a minute and more.
+TEST(Faults, EveryStepEndsAtItsOwnLimit) {
+    using broker_sim::Stage;
+    const auto list = [](Conversation &talk) { return talk.list(); };
+    const struct {
+        uint32_t limit;
+        Stage stage;
+        kavro_broker_result (*send)(Conversation &);
+    } rows[] = {
+        {KAVRO_BROKER_LIMIT_CONNECT, Stage::accept, list},
+        {KAVRO_BROKER_LIMIT_CONNECT, Stage::handshake, list},
+        {KAVRO_BROKER_LIMIT_REQUEST, Stage::response, list},
+        {KAVRO_BROKER_LIMIT_REQUEST, Stage::response,
+         [](Conversation &talk) {
+             return kavro_broker_perform_desktop_operation(talk.handle, "d", 2);
+         }},
+        {KAVRO_BROKER_LIMIT_REQUEST, Stage::response,
+         [](Conversation &talk) {
+             kavro_broker_set_locale(talk.handle, "de_DE"); // and so greets again
+             return kavro_broker_send_accept_disclaimer(talk.handle, 1);
+         }},
+        {KAVRO_BROKER_LIMIT_AUTHENTICATION, Stage::response,
+         [](Conversation &talk) { return kavro_broker_send_accept_disclaimer(talk.handle, 1); }},
+        {KAVRO_BROKER_LIMIT_AUTHENTICATION, Stage::response,
+         [](Conversation &talk) {
+             return kavro_broker_send_new_password(talk.handle, "u", "d", "o", "n", "n");
+         }},
+    };
+    for (const auto &[limit, stage, send] : rows) {
+        Conversation talk(open_door());
+        EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+        talk.broker.inject({.stage = stage, .ending = broker_sim::Ending::stall});
+        EXPECT_EQ(kavro_broker_set_time_limit(talk.handle, limit, 100), KAVRO_BROKER_OK);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(send(talk), KAVRO_BROKER_ERR_TIMEOUT);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << limit;
+    }
+}
+
 kavro_broker_handle asked_again; ///< by the callbacks of the next test
 std::set<kavro_broker_result> second_answers;
 

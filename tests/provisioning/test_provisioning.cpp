@@ -46,7 +46,9 @@ struct Allocation {
     explicit Allocation(const std::string &allocation, std::chrono::milliseconds timeout = 10s)
         : broker({welcome("Set-Cookie: b=second; Path=/\r\nSet-Cookie: a=first; Path=/\r\n"),
                   answering(broker_answer("allocate-resource", "ALLOC_SUCCESSFUL", allocation))}),
-          handle(new_handle(10s, broker.port(), timeout)) {
+          handle(new_handle(10s, broker.port())) {
+        kavro_broker_set_time_limit(handle.get(), KAVRO_BROKER_LIMIT_PROVISIONING,
+                                    static_cast<uint32_t>(timeout.count()));
         kavro_broker_set_timezone(handle.get(), "W. Europe Standard Time");
         CapturedLog::lines().clear();
     }

@@ -24,12 +24,11 @@ inline void set_port(const OwnedHandle &handle, const std::string &port) {
 }
 
 /// A handle whose requests have this long instead of half a minute.
-inline OwnedHandle new_handle(std::chrono::milliseconds deadline, const std::string &port = {},
-                              std::chrono::milliseconds provisioning = std::chrono::seconds(10)) {
+inline OwnedHandle new_handle(std::chrono::milliseconds deadline, const std::string &port = {}) {
     OwnedHandle handle(new broker_client_impl, kavro_broker_free);
     handle->create(KAVRO_BROKER_TYPE_KAVRO,
-                   kavro::BrokerClientHandle(
-                       new kavro::cKAVRO_BROKER_CLIENT({deadline, deadline, provisioning})));
+                   kavro::BrokerClientHandle(new kavro::cKAVRO_BROKER_CLIENT));
+    handle->limits = {deadline, deadline, deadline};
     handle->connect_to_desktop_timeout = std::chrono::ceil<std::chrono::seconds>(deadline);
     kavro_broker_set_client_info(handle.get(), "test client", "1.0", "Linux");
     set_port(handle, port);

@@ -41,6 +41,7 @@ ENUM_NAMES = {
     "CERTIFICATE": "CertificateVerdict",
     "CONNECTION": "ConnectionProperty",
     "LOG": "LogSeverity",
+    "LIMIT": "TimeLimit",
 }
 
 HEAD = '''"""Functions and constants of the C interface. Written by tools/bindings/generate.py; not to be edited."""

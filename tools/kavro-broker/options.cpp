@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <iterator>
 
 namespace kavro_cli {
 namespace {
@@ -75,6 +77,25 @@ void add_broker_options(CLI::App &app, Options &options) {
         ->type_name("NAME");
     add_assignments(app, "--variable", options.hello_variables,
                     "A variable for the broker; may be repeated");
+}
+
+void add_time_limits(CLI::App &app, Options &options) {
+    app.option_defaults()->group("Time limits");
+    const std::pair<const char *, const char *> limits[] = {
+        {"--connect-timeout", "Seconds for finding the broker, connecting and agreeing on TLS"},
+        {"--request-timeout", "Seconds for the answer to a greeting, a list or an operation"},
+        {"--login-timeout", "Seconds for the answer to a log-in, which may wait for a person"},
+        {"--provision-timeout", "Seconds for a provisioning server"},
+    };
+    for (std::size_t limit = 0; limit < std::size(limits); ++limit) {
+        const auto &[name, description] = limits[limit];
+        const auto take = [&options, limit](double seconds) {
+            options.time_limits[limit] = static_cast<uint32_t>(std::lround(seconds * 1000));
+        };
+        app.add_option_function<double>(name, take, description)
+            ->type_name("SECONDS")
+            ->check(CLI::Range(0.1, 3600.0));
+    }
 }
 
 void add_login_options(CLI::App &app, LoginOptions &login) {
@@ -219,6 +240,7 @@ void add_session_options(CLI::App &app, Options &options) {
         app, "--broker",
         "Where the broker is; without a port 443, then 60443 when nobody answers there", options);
     add_broker_options(app, options);
+    add_time_limits(app, options);
     add_login_options(app, options.login);
     add_client_certificate_options(app, options.client_certificate);
 }

@@ -2,6 +2,7 @@
 
 #include "records.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -48,6 +49,8 @@ struct Options {
     ClientCertificateOptions client_certificate;
     std::optional<std::string> locale, timezone;
     Variables hello_variables;
+    /// In milliseconds, by KAVRO_BROKER_LIMIT_...
+    std::array<std::optional<uint32_t>, 4> time_limits;
     bool insecure = false;
     std::vector<std::string> trust_anchor_files;
     std::string pin; ///< fingerprint of the broker's own certificate; empty for none

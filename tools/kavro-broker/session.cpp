@@ -51,6 +51,9 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     if (options.timezone)
         broker_.set_timezone(escape_text(*options.timezone));
     broker_.set_hello_client_variables(escape_text(options.hello_variables));
+    for (uint32_t limit = 0; limit < options.time_limits.size(); ++limit)
+        if (const auto &milliseconds = options.time_limits[limit])
+            broker_.set_time_limit(limit, std::chrono::milliseconds(*milliseconds));
     broker_.fail_if_unverified(!options.insecure);
     broker_.enable_oauth(true);
     for (const auto &file : options.trust_anchor_files)

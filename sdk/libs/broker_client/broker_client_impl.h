@@ -54,6 +54,7 @@ struct broker_client_impl {
     /// The system's, where OpenSSL does not find them by itself, and then the caller's.
     kavro::Security::cX509_CERT_CHAIN trust_anchors;
     std::chrono::seconds connect_to_desktop_timeout{180};
+    kavro::TimeLimits limits;
 
     bool hello_completed = false;
     bool hello_still_valid = false;

@@ -13,6 +13,7 @@
 #include "kavro_broker_records.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
@@ -183,6 +184,10 @@ public:
     }
     void set_connect_to_desktop_timeout(std::uint16_t seconds) {
         detail::check(kavro_broker_set_connect_to_desktop_timeout(get(), seconds));
+    }
+    void set_time_limit(std::uint32_t limit, std::chrono::milliseconds time) {
+        const auto count = std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, UINT32_MAX);
+        detail::check(kavro_broker_set_time_limit(get(), limit, static_cast<std::uint32_t>(count)));
     }
     void fail_if_unverified(bool fail) {
         detail::check(kavro_broker_fail_if_unverified(get(), fail));

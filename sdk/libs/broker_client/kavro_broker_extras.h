@@ -1,7 +1,7 @@
 /**
  * @file kavro_broker_extras.h
- * @brief More of broker_client: trust, signing with keys that live elsewhere, OAuth, alternate
- * targets, texts that users typed, results in words, the report on a request.
+ * @brief More of broker_client: time limits, trust, signing with keys that live elsewhere, OAuth,
+ * alternate targets, texts that users typed, results in words, the report on a request.
  *
  * The conventions are those of kavro_broker.h.
  */
@@ -13,6 +13,32 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/** What a time limit bounds. */
+enum {
+    KAVRO_BROKER_LIMIT_CONNECT = 0, /**< look-up, all addresses and TLS, together; 30 s at first */
+    KAVRO_BROKER_LIMIT_REQUEST = 1, /**< the answer to a hello, a list, a power operation or a
+                                         good-bye; 30 s at first */
+    KAVRO_BROKER_LIMIT_AUTHENTICATION = 2, /**< the answer to a log-in, a new password included;
+                                                40 s at first */
+    KAVRO_BROKER_LIMIT_PROVISIONING = 3    /**< all that is said to a provisioning server; 180 s at
+                                                first */
+};
+
+/**
+ * Sets how long a step of a request may take, from the next request on. A log-in that waits for a
+ * person, who must find a telephone to agree on, needs more time than usual for its answer.
+ *
+ * An allocation has its own setting, kavro_broker_set_connect_to_desktop_timeout().
+ *
+ * @param limit a `KAVRO_BROKER_LIMIT_...` value.
+ * @param milliseconds from 100 to 3,600,000, an hour.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for an unknown limit and a time out
+ * of range, and the setting before then stays.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_set_time_limit(kavro_broker_handle handle,
+                                                                 uint32_t limit,
+                                                                 uint32_t milliseconds);
 
 /**
  * Lets the client show a certificate to brokers that ask for one, and sign with a key outside the

@@ -25,6 +25,7 @@ ConnectionRequest connection_request(const broker_client_impl &handle) {
     request.locale = handle.locale;
     request.time_zone = handle.time_zone;
     request.fail_if_unverified = handle.fail_if_unverified;
+    request.limits = handle.limits;
     return request;
 }
 

@@ -20,6 +20,14 @@ namespace kavro {
 /// one.
 inline constexpr const char *nil_uuid = "00000000-0000-0000-0000-000000000000";
 
+/// How long the steps of a request may take. An allocation has its own time.
+struct TimeLimits {
+    std::chrono::milliseconds connect{30000};        ///< look-up, all addresses, TLS: together
+    std::chrono::milliseconds request{30000};        ///< a post of the usual messages
+    std::chrono::milliseconds authentication{40000}; ///< a post of the messages of a log-in
+    std::chrono::milliseconds provisioning{180000};  ///< the whole provisioning exchange
+};
+
 /// Where a connection goes and who makes it.
 struct ConnectionRequest {
     std::string address; ///< a URL, or a registration code
@@ -31,6 +39,7 @@ struct ConnectionRequest {
     std::string time_zone; ///< Windows key name; empty for the machine's own
     bool fail_if_unverified = true;
     bool is_registration_code = false;
+    TimeLimits limits; ///< of the connection, and of what is done on it
     /// What becomes of the connection, as far as the client tells.
     std::shared_ptr<ConnectionReport> report = std::make_shared<ConnectionReport>();
 };

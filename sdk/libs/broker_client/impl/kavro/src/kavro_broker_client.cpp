@@ -65,7 +65,7 @@ void require(const Handler &handler, const char *function) {
 
 } // namespace
 
-cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT(Timeouts timeouts) : timeouts_(timeouts) {
+cKAVRO_BROKER_CLIENT::cKAVRO_BROKER_CLIENT() {
     transport_.set_cipher_list(cipher_list);
     transport_.set_client_log_id(nil_uuid);
 }
@@ -99,13 +99,14 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     identity_.platform = request.platform;
     identity_.locale = request.locale;
     identity_.time_zone = request.time_zone;
+    limits_ = request.limits;
     try {
         transport_.connect(
             resolved_address_, request.fail_if_unverified,
             [this, handler](const ConnectResult &result) {
                 handle_connect_to_broker(result, handler);
             },
-            timeouts_.usual, request.port);
+            limits_.connect, request.port);
         return true;
     } catch (const std::logic_error &unusable_address) {
         const std::string reason = unusable_address.what();
@@ -188,7 +189,7 @@ void cKAVRO_BROKER_CLIENT::exchange(const Message<Record, Given...> &message, mi
 void cKAVRO_BROKER_CLIENT::do_hello(const Variables &client_variables, HelloHandler handler) {
     require(handler, hello_message.completion);
     exchange(
-        hello_message, timeouts_.usual,
+        hello_message, limits_.request,
         [this, handler = std::move(handler)](const BrokerResult &result, HelloAnswer answer) {
             handler(result, std::move(answer.hello), kept(std::move(answer.auth)));
         },
@@ -223,7 +224,7 @@ void cKAVRO_BROKER_CLIENT::authenticate(const Message<AuthAnswer, Given...> &mes
                                         const std::type_identity_t<Given> &...given) {
     require(handler, message.completion);
     exchange(
-        message, timeouts_.authentication,
+        message, limits_.authentication,
         [this, handler = std::move(handler)](const BrokerResult &result, AuthAnswer answer) {
             handler(result, kept(std::move(answer)));
         },
@@ -263,7 +264,7 @@ void cKAVRO_BROKER_CLIENT::complete_unimplemented(AuthHandler handler) {
 
 void cKAVRO_BROKER_CLIENT::get_resource_list(DesktopListHandler handler) {
     require(handler, resource_list_message.completion);
-    exchange(resource_list_message, timeouts_.usual, std::move(handler));
+    exchange(resource_list_message, limits_.request, std::move(handler));
 }
 
 void cKAVRO_BROKER_CLIENT::allocate_resource(std::string_view resource_id,
@@ -293,7 +294,7 @@ BrokerResult cKAVRO_BROKER_CLIENT::provision(const Provisioner &provisioner,
                               .request_id = transport_.client_log_id(),
                               .time_zone = identity_.time_zone,
                               .locale = identity_.locale},
-                             transport_.waiter(), timeouts_.provisioning, dialect_.version,
+                             transport_.waiter(), limits_.provisioning, dialect_.version,
                              connection);
 }
 
@@ -328,7 +329,7 @@ void cKAVRO_BROKER_CLIENT::perform_operation(std::string_view resource_id,
                                              OperationHandler handler) {
     require(handler, power_operation_message.completion);
     exchange(
-        power_operation_message, timeouts_.usual,
+        power_operation_message, limits_.request,
         [command, handler = std::move(handler)](const BrokerResult &result, Nothing) {
             handler(result, command);
         },
@@ -345,7 +346,7 @@ void cKAVRO_BROKER_CLIENT::do_logout(LogoutHandler handler) {
                 transport_.forget_cookies();
             handler({});
         },
-        timeouts_.usual);
+        limits_.request);
 }
 
 } // namespace kavro

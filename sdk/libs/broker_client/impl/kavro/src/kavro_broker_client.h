@@ -14,14 +14,7 @@ class cKAVRO_BROKER_CLIENT final : public iBROKER_CLIENT {
 public:
     static constexpr std::uint32_t variant = 0x4B415652; // "KAVR"
 
-    struct Timeouts {
-        std::chrono::milliseconds usual{30000};
-        std::chrono::milliseconds authentication{40000};
-        std::chrono::milliseconds provisioning{180000};
-    };
-
-    cKAVRO_BROKER_CLIENT() : cKAVRO_BROKER_CLIENT(Timeouts()) {}
-    explicit cKAVRO_BROKER_CLIENT(Timeouts timeouts);
+    cKAVRO_BROKER_CLIENT();
 
     std::uint32_t get_variant() const override { return variant; }
     bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) override;
@@ -99,8 +92,8 @@ private:
     void resolve_target(cDESKTOP_CONNECTION_RESULT connection, std::chrono::milliseconds timeout,
                         const AllocationHandler &handler);
 
-    const Timeouts timeouts_;
     HttpsXmlClient transport_;
+    TimeLimits limits_;
     ClientIdentity identity_;
     Dialect dialect_;
     std::string next_authentication_; ///< what the broker asked for last, as XML text
