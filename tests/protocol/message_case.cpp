@@ -13,6 +13,10 @@ namespace kavro {
 
 namespace {
 
+const std::set<std::string> known_headers = {
+    "request", "oauth", "code",   "message", "detected by",  "detail",           "version",
+    "log",     "info",  "record", "id",      "unrecognised", "unrecognised log", "required"};
+
 constexpr const char *envelope_handler = "Error response handler";
 
 std::pair<std::string, std::string> split(const std::string &text, const std::string &separator) {
@@ -33,61 +37,32 @@ std::vector<std::string> words(const std::string &text) {
     return {std::istream_iterator<std::string>(in), {}};
 }
 
-void set_header(MessageCase &one, const std::string &key, const std::string &written) {
-    static const std::map<std::string, std::string MessageCase::*> texts = {
-        {"request", &MessageCase::request},
-        {"code", &MessageCase::code},
-        {"message", &MessageCase::message},
-        {"detected by", &MessageCase::detected_by},
-        {"detail", &MessageCase::detail},
-        {"version", &MessageCase::version},
-        {"unrecognised", &MessageCase::unrecognised},
-        {"unrecognised log", &MessageCase::unrecognised_log},
-    };
-    const std::string value = replaced(written, "\\n", "\n");
-    if (const auto text = texts.find(key); text != texts.end())
-        one.*text->second = value;
-    else if (key == "oauth")
-        one.oauth = value == "on";
-    else if (key == "log")
-        one.errors.push_back(value);
-    else if (key == "info")
-        one.infos.push_back(value);
-    else if (key == "record")
-        one.record->push_back(value);
-    else if (key == "id") {
-        const auto [ids, code] = split(value, " = ");
-        for (const auto &id : words(ids))
-            one.ids.emplace_back(id, code);
-    } else if (key == "required")
-        one.required.push_back(split(value, ": "));
-    else
-        throw std::runtime_error("unknown header: " + key);
-}
-
 MessageCase with_id(const MessageCase &written, const std::string &id, const std::string &code) {
     MessageCase one = written;
     one.name += ": '" + id + "'";
-    one.code = code;
     one.answer = replaced(one.answer, "@ID@", id);
-    for (auto &error : one.errors)
-        error = replaced(error, "@ID@", id);
+    for (auto &[key, value] : one.headers)
+        value = replaced(value, "@ID@", id);
+    one.add("code", code);
     return one;
 }
 
 void add_with_ids(const MessageCase &written, std::vector<MessageCase> &all) {
-    for (const auto &[id, code] : written.ids) {
-        if (code != "elsewhere")
-            all.push_back(with_id(written, id, code));
-        std::string lower = id;
-        for (char &c : lower)
-            c = static_cast<char>(std::tolower(c));
-        for (const std::string &misspelt : {lower, id + ' '}) {
-            if (misspelt == id)
-                continue;
-            MessageCase &one = all.emplace_back(with_id(written, misspelt, written.unrecognised));
-            if (!written.unrecognised_log.empty())
-                one.errors.push_back(written.unrecognised_log);
+    for (const std::string &header : written.all("id")) {
+        const auto [ids, code] = split(header, " = ");
+        for (const std::string &id : words(ids)) {
+            if (code != "elsewhere")
+                all.push_back(with_id(written, id, code));
+            std::string lower = id;
+            for (char &c : lower)
+                c = static_cast<char>(std::tolower(c));
+            for (const std::string &misspelt : {lower, id + ' '}) {
+                if (misspelt == id)
+                    continue;
+                all.push_back(with_id(written, misspelt, written.last("unrecognised")));
+                for (const std::string &line : written.all("unrecognised log"))
+                    all.back().add("log", line);
+            }
         }
     }
 }
@@ -112,20 +87,21 @@ std::vector<std::string> element_names(const std::string &text) {
 }
 
 void add_with_elements_left_out(const MessageCase &written, std::vector<MessageCase> &all) {
+    const std::vector<std::string> names = element_names(written.answer);
     std::map<std::string, std::string> complaints;
     const auto require = [&](const std::string &handler, const std::string &element,
                              const std::string &tag) {
         complaints[element] = handler + ": Could not find " + tag + " tag";
     };
-    for (const auto &[handler, elements] : written.required) {
+    require(envelope_handler, names.at(0), "broker");
+    require(envelope_handler, names.at(1), "type");
+    for (const std::string &header : written.all("required")) {
+        const auto [handler, elements] = split(header, ": ");
         for (const std::string &word : words(elements)) {
             const auto equals = word.find('=');
             require(handler, word.substr(0, equals), word.substr(equals + 1)); // npos + 1 is 0
         }
     }
-    const std::vector<std::string> names = element_names(written.answer);
-    require(envelope_handler, names.at(0), "broker");
-    require(envelope_handler, names.at(1), "type");
     std::set<std::string> elements(names.begin(), names.end());
     for (const auto &[element, complaint] : complaints)
         elements.insert(element); // which without() then does not find
@@ -133,19 +109,38 @@ void add_with_elements_left_out(const MessageCase &written, std::vector<MessageC
         MessageCase one = written;
         one.name += ": without " + element;
         one.answer = without(one.answer, element);
-        one.infos.clear();
-        one.record.reset();
-        if (const auto complaint = complaints.find(element); complaint != complaints.end()) {
-            one.code = "ERROR_CODE_PROTOCOL_MANGLED_RESPONSE";
-            one.message.clear();
-            one.record.emplace();
-            one.errors = {complaint->second};
+        one.forget("info");
+        const auto complaint = complaints.find(element);
+        one.whole = complaint != complaints.end();
+        if (one.whole) {
+            for (const char *key : {"message", "record", "log"})
+                one.forget(key);
+            one.add("code", "ERROR_CODE_PROTOCOL_MANGLED_RESPONSE");
+            one.add("log", complaint->second);
         }
         all.push_back(one);
     }
 }
 
 } // namespace
+
+std::vector<std::string> MessageCase::all(std::string_view key) const {
+    std::vector<std::string> values;
+    for (const auto &[header, value] : headers) {
+        if (header == key)
+            values.push_back(value);
+    }
+    return values;
+}
+
+std::string MessageCase::last(std::string_view key, const std::string &otherwise) const {
+    const auto values = all(key);
+    return values.empty() ? otherwise : values.back();
+}
+
+void MessageCase::forget(std::string_view key) {
+    std::erase_if(headers, [key](const auto &header) { return header.first == key; });
+}
 
 std::vector<MessageCase> read_cases(const std::string &file) {
     std::ifstream in(file);
@@ -156,7 +151,6 @@ std::vector<MessageCase> read_cases(const std::string &file) {
     for (std::string line; std::getline(in, line);) {
         if (line.starts_with("=== ")) {
             cases.emplace_back().name = line.substr(4);
-            cases.back().record.emplace();
             in_answer = false;
         } else if (in_answer) {
             cases.back().answer += line + '\n';
@@ -164,7 +158,9 @@ std::vector<MessageCase> read_cases(const std::string &file) {
             in_answer = true;
         } else if (!line.empty() && !line.starts_with('#')) {
             const auto [key, value] = split(line, ": ");
-            set_header(cases.back(), key, value);
+            if (!known_headers.contains(key))
+                throw std::runtime_error("unknown header: " + key);
+            cases.back().add(key, replaced(value, "\\n", "\n"));
         }
     }
     return cases;
@@ -172,12 +168,14 @@ std::vector<MessageCase> read_cases(const std::string &file) {
 
 std::vector<MessageCase> expand(const MessageCase &written) {
     std::vector<MessageCase> all;
-    std::istringstream requests(written.request);
-    for (MessageCase one = written; std::getline(requests >> std::ws, one.request, ',');) {
-        if (one.ids.empty())
+    std::istringstream requests(written.last("request"));
+    MessageCase one = written;
+    for (std::string request; std::getline(requests >> std::ws, request, ',');) {
+        one.add("request", request);
+        if (one.all("id").empty())
             all.push_back(one);
         add_with_ids(one, all);
-        if (!one.required.empty())
+        if (!one.all("required").empty())
             add_with_elements_left_out(one, all);
     }
     return all;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -10,7 +10,10 @@ namespace kavro {
 /// An answer of a broker and what must come of it.
 ///
 /// A file of cases reads: "=== name", then headers "key: value" (a key may come again), "---" and
-/// the answer up to the next "===". Nothing else stands in an answer, so that it serves as it is
+/// the answer up to the next "===". The headers are `request`, `oauth`, and what must come of it:
+/// `code`, `message`, `detected by`, `detail`, the `version` that is spoken afterwards, errors in
+/// the `log`, what else is logged (`info`, not compared where there is none) and the lines of the
+/// `record`. Nothing else stands in an answer, so that it serves as it is
 /// wherever answers are wanted. Headers that are left out mean: success, no texts, nothing logged,
 /// an empty record. "\n" in a header is a line feed. Some headers stand for many cases at once:
 ///
@@ -23,23 +26,16 @@ namespace kavro {
 ///   anyway, all other elements of the answer are optional. Each element is left out in turn.
 struct MessageCase {
     std::string name;
-    std::string request; ///< what it is an answer to
-    bool oauth = false;
     std::string answer;
+    std::vector<std::pair<std::string, std::string>> headers;
+    bool whole = true; ///< the record and what is logged besides errors are compared, too
 
-    std::string code = "ERROR_CODE_NONE";
-    std::string message;
-    std::string detected_by;
-    std::string detail;
-    std::string version = "2.1";                    ///< spoken afterwards; "2.1" before
-    std::vector<std::string> errors;                ///< logged as errors
-    std::vector<std::string> infos;                 ///< logged besides; not compared when empty
-    std::optional<std::vector<std::string>> record; ///< not compared when there is none
-
-    std::vector<std::pair<std::string, std::string>> ids;
-    std::string unrecognised;
-    std::string unrecognised_log;
-    std::vector<std::pair<std::string, std::string>> required; ///< handler, elements
+    /// What these headers say, in their order.
+    std::vector<std::string> all(std::string_view key) const;
+    /// What the last of them says.
+    std::string last(std::string_view key, const std::string &otherwise = {}) const;
+    void add(const std::string &key, const std::string &value) { headers.emplace_back(key, value); }
+    void forget(std::string_view key);
 };
 
 std::vector<MessageCase> read_cases(const std::string &file);

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
 // Those of the usual conversation are compared in tests/conversation.
 
 namespace kavro {
@@ -24,18 +26,16 @@ const ClientIdentity identity = {
     .server_host_name = "broker.test",
 };
 
-/// The whole request around these lines.
-std::string request(const std::string &version, std::string_view lines) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\r\n<kavro-client version=\"" +
-                       version + "\">\r\n";
-    for (const char c : lines.substr(1)) // raw strings begin with a line feed
-        text += c == '\n' ? std::string("\r\n") : std::string(1, c);
-    return text + "</kavro-client>\r\n";
+/// A request in one line: a blank stands for each line end.
+std::string in_one_line(const SecureText &text) {
+    return std::regex_replace(std::string(text), std::regex("\r\n"), " ");
 }
 
-void expect_request(const SecureText &text, std::string_view lines,
+void expect_request(const SecureText &text, std::string_view content,
                     const std::string &version = "2.1") {
-    EXPECT_EQ(std::string(text), request(version, lines));
+    EXPECT_EQ(in_one_line(text),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?> <kavro-client version=\"" + version +
+                  "\"> " + std::string(content) + " </kavro-client> ");
 }
 
 SecureText hello(const Dialect &dialect, const Variables &variables = {}) {
@@ -43,43 +43,24 @@ SecureText hello(const Dialect &dialect, const Variables &variables = {}) {
 }
 
 TEST(Requests, Hello) {
-    expect_request(hello({"2.10", true}, {{"b", "<1&>"}, {"a", ""}}), R"(
-<hello>
-<client-info>
-<product-name><Kavro> & 'Client'</product-name>
-<product-version>1.2.0</product-version>
-<platform>Linux</platform>
-<locale>de_DE</locale>
-<hostname>desk</hostname>
-<serial-number>02:00:00:00:00:01</serial-number>
-<device-name>desk</device-name>
-<kavro-unique-id>02:00:00:00:00:01</kavro-unique-id>
-<organization-id>clients.kavrolab.example</organization-id>
-</client-info>
-<caps>
-<cap>CAP_OAUTH_AUTHENTICATION</cap>
-<cap>CAP_DISCLAIMER_AUTHENTICATION</cap>
-<cap>CAP_NO_AUTHENTICATION</cap>
-<cap>CAP_DIALOG_AUTHENTICATION</cap>
-<cap>CAP_ALTERNATE_PROVISIONING</cap>
-</caps>
-<server-address>
-<ip-address>192.0.2.1</ip-address>
-<hostname>broker.test</hostname>
-</server-address>
-<client-to-broker-variables>
-<variable>
-<name>b</name>
-<value><1&></value>
-</variable>
-<variable>
-<name>a</name>
-<value></value>
-</variable>
-</client-to-broker-variables>
-</hello>
-)",
-                   "2.10");
+    expect_request(
+        hello({"2.10", true}, {{"b", "<1&>"}, {"a", ""}}),
+        "<hello> <client-info> <product-name><Kavro> & 'Client'</product-name> "
+        "<product-version>1.2.0</product-version> <platform>Linux</platform> "
+        "<locale>de_DE</locale> <hostname>desk</hostname> "
+        "<serial-number>02:00:00:00:00:01</serial-number> <device-name>desk</device-name> "
+        "<kavro-unique-id>02:00:00:00:00:01</kavro-unique-id> "
+        "<organization-id>clients.kavrolab.example</organization-id> </client-info> "
+        "<caps> <cap>CAP_OAUTH_AUTHENTICATION</cap> <cap>CAP_DISCLAIMER_AUTHENTICATION</cap> "
+        "<cap>CAP_NO_AUTHENTICATION</cap> <cap>CAP_DIALOG_AUTHENTICATION</cap> "
+        "<cap>CAP_ALTERNATE_PROVISIONING</cap> </caps> "
+        "<server-address> <ip-address>192.0.2.1</ip-address> <hostname>broker.test</hostname> "
+        "</server-address> "
+        "<client-to-broker-variables> "
+        "<variable> <name>b</name> <value><1&></value> </variable> "
+        "<variable> <name>a</name> <value></value> </variable> "
+        "</client-to-broker-variables> </hello>",
+        "2.10");
     const std::string old(hello({"2.0", true}));
     EXPECT_EQ(old.find("organization-id"), std::string::npos) << old;
     EXPECT_NE(old.find("CAP_OAUTH"), std::string::npos) << old;
@@ -89,105 +70,58 @@ TEST(Requests, Hello) {
 }
 
 TEST(Requests, Authentication) {
-    expect_request(request_text(password_message, {"2.0"}, "ann", "pass <&word>", "NORTH"), R"(
-<authenticate method="password">
-<username>ann</username>
-<password>pass <&word></password>
-<domain>NORTH</domain>
-</authenticate>
-)",
+    expect_request(request_text(password_message, {"2.0"}, "ann", "pass <&word>", "NORTH"),
+                   "<authenticate method=\"password\"> <username>ann</username> "
+                   "<password>pass <&word></password> <domain>NORTH</domain> </authenticate>",
                    "2.0");
     const DialogAnswer fields[] = {
         {"user", "ann", true}, {"pin", "<&1234>", false}, {"", "", true}};
-    expect_request(request_text(dialog_message, {"2.1"}, fields, "ok"), R"(
-<authenticate method="dialog">
-<fields>
-<field>
-<id>user</id>
-<text>ann</text>
-</field>
-<field>
-<id>pin</id>
-<text do-not-log="true"><&1234></text>
-</field>
-<field>
-<id></id>
-<text></text>
-</field>
-</fields>
-<button-id>ok</button-id>
-</authenticate>
-)");
-    expect_request(request_text(dialog_message, {"2.1"}, {}, "cancel"), R"(
-<authenticate method="dialog">
-<button-id>cancel</button-id>
-</authenticate>
-)");
-    expect_request(request_text(oauth_message, {"2.1"}, "<c0de>&"), R"(
-<authenticate method="oauth">
-<oauth-code><c0de>&</oauth-code>
-</authenticate>
-)");
-    expect_request(request_text(disclaimer_message, {"2.1"}, false), R"(
-<authenticate method="disclaimer">
-<accept>DISCLAIMER_REJECTED</accept>
-</authenticate>
-)");
+    expect_request(request_text(dialog_message, {"2.1"}, fields, "ok"),
+                   "<authenticate method=\"dialog\"> <fields> "
+                   "<field> <id>user</id> <text>ann</text> </field> "
+                   "<field> <id>pin</id> <text do-not-log=\"true\"><&1234></text> </field> "
+                   "<field> <id></id> <text></text> </field> "
+                   "</fields> <button-id>ok</button-id> </authenticate>");
+    expect_request(
+        request_text(dialog_message, {"2.1"}, {}, "cancel"),
+        "<authenticate method=\"dialog\"> <button-id>cancel</button-id> </authenticate>");
+    expect_request(
+        request_text(oauth_message, {"2.1"}, "<c0de>&"),
+        "<authenticate method=\"oauth\"> <oauth-code><c0de>&</oauth-code> </authenticate>");
+    expect_request(request_text(disclaimer_message, {"2.1"}, false),
+                   "<authenticate method=\"disclaimer\"> <accept>DISCLAIMER_REJECTED</accept> "
+                   "</authenticate>");
     expect_request(request_text(password_update_message, {"2.1"}, "<ann>", "<&old>", "<&new>", ""),
-                   R"(
-<update-password>
-<username><ann></username>
-<old-password><&old></old-password>
-<new-password><&new></new-password>
-<domain></domain>
-</update-password>
-)");
+                   "<update-password> <username><ann></username> "
+                   "<old-password><&old></old-password> <new-password><&new></new-password> "
+                   "<domain></domain> </update-password>");
     expect_request(request_text(authentication_method_message, {"2.0"}, "<next-authentication/>"),
-                   R"(
-<get-authentication-method-resp>
-<next-authentication/>
-</get-authentication-method-resp>
-)",
+                   "<get-authentication-method-resp> <next-authentication/> "
+                   "</get-authentication-method-resp>",
                    "2.0");
 }
 
 TEST(Requests, OfOneDesktop) {
     expect_request(
-        request_text(allocate_resource_message, {"2.1"}, identity, "d-1", {{"n", "<v>&"}}), R"(
-<allocate-resource>
-<resource-id>d-1</resource-id>
-<protocol>KAVRO</protocol>
-<client-info>
-<time-zone-windows>W. Europe Standard Time</time-zone-windows>
-<ip-address>10.0.0.5</ip-address>
-<mac-address>02:00:00:00:00:01</mac-address>
-<client-to-agent-variables>
-<variable>
-<name>n</name>
-<value><v>&</value>
-</variable>
-</client-to-agent-variables>
-</client-info>
-</allocate-resource>
-)");
-    expect_request(request_text(allocate_resource_message, {"2.0"}, {}, "", {}), R"(
-<allocate-resource>
-<resource-id></resource-id>
-<protocol>KAVRO</protocol>
-<client-info>
-<ip-address></ip-address>
-<mac-address></mac-address>
-</client-info>
-</allocate-resource>
-)",
+        request_text(allocate_resource_message, {"2.1"}, identity, "d-1", {{"n", "<v>&"}}),
+        "<allocate-resource> <resource-id>d-1</resource-id> <protocol>KAVRO</protocol> "
+        "<client-info> <time-zone-windows>W. Europe Standard Time</time-zone-windows> "
+        "<ip-address>10.0.0.5</ip-address> <mac-address>02:00:00:00:00:01</mac-address> "
+        "<client-to-agent-variables> "
+        "<variable> <name>n</name> <value><v>&</value> </variable> "
+        "</client-to-agent-variables> </client-info> </allocate-resource>");
+    expect_request(request_text(allocate_resource_message, {"2.0"}, {}, "", {}),
+                   "<allocate-resource> <resource-id></resource-id> <protocol>KAVRO</protocol> "
+                   "<client-info> <ip-address></ip-address> <mac-address></mac-address> "
+                   "</client-info> </allocate-resource>",
                    "2.0");
     const char *const commands[] = {"CMD_OS_RESTART", "CMD_PWR_DOWN", "CMD_PWR_UP", "CMD_PWR_SLEEP",
                                     "CMD_PWR_RESUME"};
     for (std::uint32_t command = 0; command < std::size(commands); ++command) {
         expect_request(request_text(power_operation_message, {"2.1"}, "d-1",
                                     eKAVRO_BROKER_DESKTOP_CMD(command)),
-                       "\n<perform-operation>\n<resource-id>d-1</resource-id>\n<operation>" +
-                           std::string(commands[command]) + "</operation>\n</perform-operation>\n");
+                       "<perform-operation> <resource-id>d-1</resource-id> <operation>" +
+                           std::string(commands[command]) + "</operation> </perform-operation>");
     }
 }
 
