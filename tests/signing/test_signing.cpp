@@ -16,7 +16,6 @@
 namespace signing {
 namespace {
 
-using testing::AllOf;
 using testing::Each;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -70,6 +69,7 @@ struct Signer {
 };
 
 using Lengths = std::vector<std::size_t>;
+using Bytes = std::vector<uint8_t>;
 
 /// A handle, and servers that it trusts.
 class Signing : public testing::Test {
@@ -108,56 +108,47 @@ protected:
 };
 
 TEST_F(Signing, the_server_gets_the_certificate_and_a_signature_over_the_bare_digest) {
-    struct Case {
+    constexpr auto refused = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED;
+    const struct {
         const char *signatures;
-        std::size_t digest_length;
+        std::size_t digest_length; ///< 0 where a bare digest is not what the server wants
+        int min_version = 0, max_version = 0;
+        kavro_broker_result result = KAVRO_BROKER_OK;
+    } rows[] = {
+        {"RSA+SHA256", 32},
+        {"RSA+SHA384", 48, 0, TLS1_2_VERSION},
+        {"RSA+SHA512", 64},
+        {"RSA-PSS+SHA512:RSA+SHA384", 48},
+        {"", 32, 0, TLS1_2_VERSION}, // whatever OpenSSL asks of clients by itself
+        {"", 32},
+        {"RSA-PSS+SHA256:RSA-PSS+SHA384", 0, 0, TLS1_2_VERSION, refused},
+        {"RSA-PSS+SHA256", 0, TLS1_3_VERSION, 0, refused},
+        {"RSA+SHA1", 0, 0, TLS1_2_VERSION, refused},
     };
     Signer signer;
     ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
-    const Case cases[] = {{"RSA+SHA256", 32},
-                          {"RSA+SHA384", 48},
-                          {"RSA+SHA512", 64},
-                          {"RSA-PSS+SHA512:RSA+SHA384", 48},
-                          {"", 32}}; // whatever OpenSSL asks of clients by itself
-    for (const Case &row : cases) {
-        for (const int version : {TLS1_2_VERSION, TLS1_3_VERSION}) {
-            SCOPED_TRACE(row.signatures);
-            signer.digest_lengths.clear();
-            PeerRecord seen;
-            EXPECT_EQ(greet(demanding(row.signatures, 0, version), seen), KAVRO_BROKER_OK);
-            EXPECT_EQ(seen.client_certificate, signer.certificate);
-            EXPECT_THAT(signer.digest_lengths, AllOf(Not(IsEmpty()), Each(row.digest_length)));
-        }
-    }
-}
-
-TEST_F(Signing, a_server_that_wants_what_a_bare_digest_cannot_give_ends_the_handshake) {
-    Signer signer;
-    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
-    for (const PeerTls &tls :
-         {demanding("RSA-PSS+SHA256:RSA-PSS+SHA384", 0, TLS1_2_VERSION),
-          demanding("RSA-PSS+SHA256", TLS1_3_VERSION), demanding("RSA+SHA1", 0, TLS1_2_VERSION)}) {
-        SCOPED_TRACE(tls.client_signatures);
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.signatures);
+        signer.digest_lengths.clear();
         PeerRecord seen;
-        EXPECT_EQ(greet(tls, seen), KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
-        EXPECT_FALSE(seen.handshaken);
-        EXPECT_THAT(signer.digest_lengths, IsEmpty());
+        EXPECT_EQ(greet(demanding(row.signatures, row.min_version, row.max_version), seen),
+                  row.result);
+        EXPECT_EQ(seen.handshaken, row.digest_length != 0);
+        EXPECT_EQ(seen.client_certificate, seen.handshaken ? signer.certificate : Bytes{});
+        EXPECT_EQ(signer.digest_lengths.empty(), row.digest_length == 0);
+        EXPECT_THAT(signer.digest_lengths, Each(row.digest_length));
         expect_usable();
     }
 }
 
 TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
-    struct Case {
-        const char *name;
-        Signer::Misdeed misdeed;
-    };
     const auto claims = [](std::size_t claimed) {
         return [claimed](uint8_t *, std::size_t *length) {
             *length = claimed;
             return 1;
         };
     };
-    const Case cases[] = {
+    const std::pair<const char *, Signer::Misdeed> rows[] = {
         {"fails", [](uint8_t *, std::size_t *) { return 0; }},
         {"a result that is none", [](uint8_t *, std::size_t *) { return -1; }},
         {"nothing", claims(0)},
@@ -173,9 +164,9 @@ TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
     };
     Signer signer;
     ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
-    for (const Case &row : cases) {
-        SCOPED_TRACE(row.name);
-        signer.afterwards = row.misdeed;
+    for (const auto &[name, misdeed] : rows) {
+        SCOPED_TRACE(name);
+        signer.afterwards = misdeed;
         signer.digest_lengths.clear();
         PeerRecord seen;
         EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED);
@@ -185,42 +176,27 @@ TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
     }
 }
 
-TEST_F(Signing, what_cannot_be_signed_for_is_refused_and_the_certificate_before_it_stays) {
-    Signer signer;
-    ASSERT_EQ(use(signer), KAVRO_BROKER_OK);
-
-    auto two = signer.certificate;
-    two.insert(two.end(), signer.certificate.begin(), signer.certificate.end());
-    const std::vector<uint8_t> refused[] = {
-        trusted_client(own(EVP_EC_gen("P-256"))),
-        trusted_client(make_pss_key()),
-        {0x30, 0x03, 0x02, 0x01, 0x00},
-        {signer.certificate.begin(), signer.certificate.end() - 1},
-        two};
-    Signer other;
-    for (const auto &certificate : refused) {
-        SCOPED_TRACE(certificate.size());
-        EXPECT_EQ(use(certificate, other), KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    }
-
-    PeerRecord seen;
-    EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_OK);
-    EXPECT_EQ(seen.client_certificate, signer.certificate);
-    EXPECT_THAT(other.digest_lengths, IsEmpty());
-}
-
-TEST_F(Signing, the_last_certificate_and_signer_that_were_set_are_used) {
+TEST_F(Signing, the_last_certificate_and_signer_that_can_be_used_are) {
     Signer first;
     Signer second;
+    Signer none;
+    Bytes two = first.certificate;
+    two.insert(two.end(), first.certificate.begin(), first.certificate.end());
+    const Bytes refused[] = {trusted_client(own(EVP_EC_gen("P-256"))),
+                             trusted_client(make_pss_key()),
+                             {0x30, 0x03, 0x02, 0x01, 0x00},
+                             {first.certificate.begin(), first.certificate.end() - 1},
+                             two};
     for (Signer *signer : {&first, &second, &first}) {
         ASSERT_EQ(use(*signer), KAVRO_BROKER_OK);
+        for (const auto &certificate : refused)
+            EXPECT_EQ(use(certificate, none), KAVRO_BROKER_ERR_INVALID_PARAMETER);
         PeerRecord seen;
         EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_OK);
         EXPECT_EQ(seen.client_certificate, signer->certificate);
-        EXPECT_THAT(signer->digest_lengths, Not(IsEmpty()));
-        signer->digest_lengths.clear();
-        EXPECT_THAT(first.digest_lengths, IsEmpty());
-        EXPECT_THAT(second.digest_lengths, IsEmpty());
+        EXPECT_THAT(std::exchange(signer->digest_lengths, {}), Not(IsEmpty()));
+        for (const Signer *other : {&first, &second, &none})
+            EXPECT_THAT(other->digest_lengths, IsEmpty());
     }
 }
 
