@@ -18,7 +18,6 @@ set(left_out_tests
 
 # Source files of programs that are otherwise the same.
 set(left_out_sources
-  regcode/test_table_cache_posix.cpp       # ptrace, to stop a process at a system call
   transport/io_process_posix.cpp           # fork, signals, descriptors
   trust/test_safe_file_posix.cpp)          # links, pipes and access rights
 

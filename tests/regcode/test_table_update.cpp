@@ -1,5 +1,6 @@
 #include "support/scripted_peer.h"
 #include "table_folder.h"
+#include "utils/src/safe_file.h"
 
 namespace kavro {
 namespace {
@@ -35,8 +36,12 @@ TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
     const std::string bytes = http_ok(new_table, "Server: x\r\n");
     for (const Script &script : {ending_with(bytes), after_request({send_split(bytes, 1)})}) {
         table.write(R"({"ABC": "old"})");
+        const auto old = table.path() + "/old";
+        std::filesystem::create_hard_link(table.file(), old);
         const ScriptedPeer peer({script});
         update(peer.port());
+        EXPECT_EQ(read_plain_file(old, before.size()), before) << "a power cut may come any time";
+        std::filesystem::remove(old);
         EXPECT_EQ(unpacked_table(read_table_cache(table.path())), new_table);
         EXPECT_EQ(convert("ABC"), "new");
         EXPECT_EQ(peer.record(0).received,
@@ -50,44 +55,38 @@ TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
     constexpr const char *in_body = "Read response body failed (";
     constexpr const char *no_object = "The table is no JSON object";
     constexpr const char *in_handshake = "Handshake failed (";
-    const ServerIdentity good = trusted_server({"127.0.0.1"});
+    constexpr const char *too_late = "Timeout while downloading the regcode table.";
     const struct {
         const char *what;
         Script script;
         const char *reason;
-        ServerIdentity identity;
+        ServerIdentity identity = trusted_server({"127.0.0.1"});
     } rows[] = {
-        {"refusal", ending_with("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head, good},
-        {"length over the limit", ending_with(with("Content-Length: 16777217")), in_head, good},
-        {"head without end", ending_with(std::string(70'000, 'x')), in_head, good},
-        {"cut in the body", ending_with(with("Content-Length: 3")), in_body, good},
-        {"no length", ending_with(with("Server: x")), no_object, good},
-        {"reset", after_request({rst()}), in_head, good},
-        {"list", ending_with(http_ok("[]")), no_object, good},
-        {"no JSON", ending_with(http_ok("{ABC}")), "", good},
-        {"no TLS", {send("HTTP/1.1 200 OK\r\n\r\n")}, in_handshake, good},
+        {"refusal", ending_with("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head},
+        {"length over the limit", ending_with(with("Content-Length: 16777217")), in_head},
+        {"head without end", ending_with(std::string(70'000, 'x')), in_head},
+        {"cut in the body", ending_with(with("Content-Length: 3")), in_body},
+        {"no length", ending_with(with("Server: x")), no_object},
+        {"reset", after_request({rst()}), in_head},
+        {"list", ending_with(http_ok("[]")), no_object},
+        {"no JSON", ending_with(http_ok("{ABC}")), ""},
+        {"no TLS", {send("HTTP/1.1 200 OK\r\n\r\n")}, in_handshake},
         {"unknown authority", {handshake()}, in_handshake, untrusted_server({"127.0.0.1"})},
         {"another name", {handshake()}, in_handshake, trusted_server({"other.test"})},
+        {"silent", {stall()}, too_late},
+        {"silent after the handshake", {handshake(), stall()}, too_late},
+        {"slow", after_request({drip(http_ok(std::string(1000, ' ')), 1, 20ms)}), too_late},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         const ScriptedPeer peer({row.script}, {.identity = row.identity});
-        update(peer.port());
+        const auto start = std::chrono::steady_clock::now();
+        update(peer.port(), row.reason == too_late ? 300ms : 10s);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
         expect_old_table(row.reason);
     }
     update("not a port");
     expect_old_table("Connection failed (");
-}
-
-TEST_F(TableUpdate, HasOneDeadlineForEverything) {
-    for (const Script &script : {Script{stall()}, Script{handshake(), stall()},
-                                 after_request({drip(http_ok(std::string(1000, ' ')), 1, 20ms)})}) {
-        const ScriptedPeer peer({script});
-        const auto start = std::chrono::steady_clock::now();
-        update(peer.port(), 300ms);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
-        expect_old_table("Timeout while downloading the regcode table.");
-    }
 }
 
 TEST_F(TableUpdate, NeedsAServiceAndALocation) {

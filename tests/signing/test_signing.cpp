@@ -179,7 +179,7 @@ TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
 TEST_F(Signing, the_last_certificate_and_signer_that_can_be_used_are) {
     Signer first;
     Signer second;
-    Signer none;
+    Signer none{.key = first.key, .certificate = first.certificate};
     Bytes two = first.certificate;
     two.insert(two.end(), first.certificate.begin(), first.certificate.end());
     const Bytes refused[] = {trusted_client(own(EVP_EC_gen("P-256"))),
