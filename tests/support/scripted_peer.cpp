@@ -31,7 +31,6 @@ public:
     awaitable<void> follow(const Script &script);
     awaitable<void> read_more();
     awaitable<void> write(std::string_view bytes);
-    void close();
 
     template <class Change>
     void change_record(Change change) {
@@ -71,14 +70,6 @@ awaitable<void> PeerConnection::read_more() {
                   : co_await socket().async_read_some(asio::buffer(buffer), use_awaitable);
     unread.append(buffer.data(), count);
     change_record([&](PeerRecord &record) { record.received.append(buffer.data(), count); });
-}
-
-void PeerConnection::close() {
-    change_record([this](PeerRecord &record) {
-        boost::system::error_code ignored;
-        socket().close(ignored);
-        record.closed = true;
-    });
 }
 
 Step handshake() {
@@ -157,6 +148,15 @@ Step renegotiate() {
     };
 }
 
+Step send_tickets(int count) {
+    return [=](PeerConnection &connection) -> awaitable<void> {
+        for (int i = 0; i < count; ++i) {
+            SSL_new_session_ticket(connection.stream.native_handle());
+            co_await connection.stream.async_handshake(ssl::stream_base::server, use_awaitable);
+        }
+    };
+}
+
 Step close_notify() {
     return [](PeerConnection &to) -> awaitable<void> {
         co_await to.stream.async_shutdown(use_awaitable);
@@ -172,8 +172,7 @@ Step fin() {
 
 Step rst() {
     return [](PeerConnection &connection) -> awaitable<void> {
-        connection.socket().set_option(asio::socket_base::linger(true, 0));
-        connection.close();
+        broker_sim::reset(connection.socket());
         co_return;
     };
 }
@@ -280,7 +279,6 @@ awaitable<void> ScriptedPeer::serve(Socket socket) {
     while (!end)
         co_await connection.socket().async_read_some(asio::buffer(discarded),
                                                      asio::redirect_error(use_awaitable, end));
-    connection.close();
 }
 
 std::string ScriptedPeer::address() const {

@@ -42,6 +42,8 @@ Step drip(std::string bytes, std::size_t piece, std::chrono::milliseconds pause)
 Step send_plain(std::string bytes);
 /// Asks for a new handshake (TLS 1.2).
 Step renegotiate();
+/// So many session tickets (RFC 8446 section 4.6.1), as they come behind a handshake.
+Step send_tickets(int count);
 /// Ends the sending direction: of TLS, of TCP, or all of TCP with a reset.
 Step close_notify();
 Step fin();
@@ -86,7 +88,6 @@ struct PeerRecord {
     std::vector<std::uint8_t> client_certificate; ///< DER; empty when none was shown
     bool handshaken = false;
     bool resumed = false; ///< the handshake took up an earlier session
-    bool closed = false;
 };
 
 /// A server on a loopback address that follows a script on each connection.

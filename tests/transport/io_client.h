@@ -1,19 +1,20 @@
 #pragma once
 
 #include "captured_log.h"
-#include "minting.h"
 #include "scripted_peer.h"
+#include "support/repeated.h"
 #include "transport/https_xml_client.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <string>
+#include <thread>
 
 namespace kavro {
 
 using namespace test_support;
-using namespace std::chrono_literals;
+using namespace std::literals;
 using std::chrono::milliseconds;
 
 /// How an operation ended that was driven to its end.
@@ -89,6 +90,14 @@ public:
         EXPECT_EQ(seen.received.find("Cookie:"), std::string::npos) << seen.received;
     }
 };
+
+/// Cancels a client from a thread of its own as soon as a condition holds.
+inline std::jthread cancel_after(HttpsXmlClient &client, auto wait_for_it) {
+    return std::jthread([&client, wait_for_it] {
+        wait_for_it();
+        client.cancel();
+    });
+}
 
 /// Every test begins with an empty log and one authority that is trusted.
 class TransportTest : public testing::Test {

@@ -1,15 +1,14 @@
 #pragma once
 
+#include "io_client.h"
 #include "transport/name_resolution.h"
 
-#include <gtest/gtest.h>
-
-#include <chrono>
 #include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 namespace kavro {
@@ -19,100 +18,84 @@ class Names {
 public:
     using Endpoints = NameResolver::Endpoints;
 
-    void set(const std::string &host, Endpoints endpoints) { (*known_)[host] = endpoints; }
+    void set(const std::string &host, Endpoints endpoints) { state_->known[host] = endpoints; }
     /// How often anything was looked up.
-    int lookups() const { return *lookups_; }
+    int lookups() const { return state_->lookups; }
 
     NameResolver::BlockingLookup lookup() const {
-        return [known = known_, count = lookups_](const std::string &host, const std::string &,
-                                                  boost::system::error_code &error) {
-            ++*count;
-            const auto found = known->find(host);
-            if (found == known->end())
+        return [state = state_](const std::string &host, const std::string &,
+                                boost::system::error_code &error) {
+            ++state->lookups;
+            if (!state->known.contains(host))
                 error = boost::asio::error::host_not_found;
-            return error ? Endpoints() : found->second;
+            return error ? Endpoints() : state->known[host];
         };
     }
 
 private:
-    std::shared_ptr<std::map<std::string, Endpoints>> known_ =
-        std::make_shared<std::map<std::string, Endpoints>>();
-    std::shared_ptr<int> lookups_ = std::make_shared<int>();
+    struct State {
+        std::map<std::string, Endpoints> known;
+        int lookups = 0;
+    };
+    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 /// A name server that answers no look-up before it is told to.
 class SilentNames {
 public:
-    explicit SilentNames(NameResolver::Endpoints answer = {})
-        : state_(std::make_shared<State>(std::move(answer))) {}
+    explicit SilentNames(NameResolver::Endpoints answer = {}) {
+        state_->answer = std::move(answer);
+    }
     ~SilentNames() { release(); }
     SilentNames(const SilentNames &) = delete;
     SilentNames &operator=(const SilentNames &) = delete;
 
-    NameResolver::BlockingLookup lookup() const { return LookUp(state_); }
-
-    void wait_for_lookups(int number) const {
-        std::unique_lock lock(state_->mutex);
-        state_->wait(lock, [&] { return state_->threads == number; });
+    NameResolver::BlockingLookup lookup() const {
+        return [state = state_](auto &&...) {
+            state->change([&] { ++state->waiting; });
+            state->wait([&] { return state->released; });
+            state->change([&] { --state->waiting; });
+            return state->answer;
+        };
     }
-
-    /// Answers all look-ups and waits until their threads have ended.
+    void wait_for_lookups(int number) const {
+        state_->wait([&] { return state_->waiting == number; });
+    }
+    /// Answers all look-ups.
     void release() {
-        std::unique_lock lock(state_->mutex);
-        state_->released = true;
-        state_->changed.notify_all();
-        state_->wait(lock, [this] { return state_->threads == 0; });
+        state_->change([this] { state_->released = true; });
+        wait_for_lookups(0);
     }
 
 private:
     struct State {
-        explicit State(NameResolver::Endpoints endpoints) : answer(std::move(endpoints)) {}
-
-        void count(int difference) {
+        void change(const auto &make_it) {
             const std::lock_guard lock(mutex);
-            threads += difference;
+            make_it();
             changed.notify_all();
         }
-
         /// What would be waited for without end fails the test.
-        template <class Condition>
-        void wait(std::unique_lock<std::mutex> &lock, Condition condition) {
-            EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(20), condition));
+        void wait(const auto &condition) {
+            std::unique_lock lock(mutex);
+            EXPECT_TRUE(changed.wait_for(lock, 20s, condition));
         }
 
-        const NameResolver::Endpoints answer;
+        NameResolver::Endpoints answer;
         std::mutex mutex;
         std::condition_variable changed;
-        int threads = 0; ///< in a look-up, or on the way out of one
+        int waiting = 0;
         bool released = false;
     };
-
-    /// Every look-up has a copy of its own, and its thread keeps it to the end.
-    class LookUp {
-    public:
-        explicit LookUp(std::shared_ptr<State> state) : state_(std::move(state)) {}
-        LookUp(const LookUp &other) : state_(other.state_) {}
-        LookUp &operator=(const LookUp &) = delete;
-        ~LookUp() {
-            if (called_)
-                state_->count(-1);
-        }
-
-        NameResolver::Endpoints operator()(const std::string &, const std::string &,
-                                           boost::system::error_code &) {
-            called_ = true;
-            state_->count(1);
-            std::unique_lock lock(state_->mutex);
-            state_->wait(lock, [this] { return state_->released; });
-            return state_->answer;
-        }
-
-    private:
-        std::shared_ptr<State> state_;
-        bool called_ = false;
-    };
-
-    std::shared_ptr<State> state_;
+    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
+
+/// Leaves as many look-ups behind as there may be: each of a connection that is cancelled.
+inline void abandon_lookups(const SilentNames &silent) {
+    for (int i = 1; i <= NameResolver::max_abandoned; ++i) {
+        HttpsXmlClient client(silent.lookup());
+        const auto canceller = cancel_after(client, [&] { silent.wait_for_lookups(i); });
+        EXPECT_EQ(connect(client, "broker.test:443").result.result, ConnectCode::cancelled);
+    }
+}
 
 } // namespace kavro

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 // What a client shares with its process: look-ups left behind, signals, descriptors.
@@ -39,15 +38,7 @@ bool is_closed_on_exec(unsigned short port) {
 
 TEST_F(ProcessTest, LookUpsLeftBehindAreTheParentsAlone) {
     const SilentNames silent;
-    for (int i = 1; i <= NameResolver::max_abandoned; ++i) {
-        HttpsXmlClient client(silent.lookup());
-        std::thread canceller([&] {
-            silent.wait_for_lookups(i);
-            client.cancel();
-        });
-        connect(client, "broker.test:443");
-        canceller.join();
-    }
+    abandon_lookups(silent);
     Names names;
     names.set("broker.test", {peer_.endpoint()});
     const pid_t child = ::fork();

@@ -1,0 +1,126 @@
+#include "io_client.h"
+
+#include <openssl/ssl.h>
+
+// What becomes of a connection and of a request, by what the peer does.
+
+namespace kavro {
+
+namespace {
+
+/// A TLS record with a fatal alert, as a server sends it in place of its first message.
+Step alert(char description) {
+    return send(std::string("\x15\x03\x03\x00\x02\x02", 6) + description);
+}
+
+constexpr char handshake_failure = 40;
+constexpr char unknown_ca = 48;
+const std::string answer = http_ok(hello_answer());
+/// More than what the systems on the way hold for a peer that does not read.
+const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
+const std::string big_body(20 << 20, 'x');
+
+class PeerTest : public TransportTest {};
+
+} // namespace
+
+// Ends, silences and garbage at every moment are in the table of faults of the whole library.
+TEST_F(PeerTest, DecidesHowAConnectionAndARequestEnd) {
+    constexpr auto declined = POST_RESULT_CANCELLED; // there is nothing to post on
+    const struct {
+        const char *name;
+        bool securely;
+        Script script;
+        ePOST_RESULT posted;
+        PeerTls tls = {};
+        std::string_view request = small_xml;
+    } rows[] = {
+        {"alert", true, {expect_bytes(1), alert(handshake_failure)}, declined},
+        {"alert, unverified", false, {expect_bytes(1), alert(handshake_failure)}, declined},
+        {"unknown CA alert", true, {expect_bytes(1), alert(unknown_ca)}, declined},
+        {"unknown CA alert, unverified",
+         false,
+         {expect_bytes(1), alert(unknown_ca)},
+         POST_RESULT_SOCKET_OR_SYS_FAILURE},
+        {"TLS 1.0", true, {handshake()}, declined, {.max_version = TLS1_VERSION}},
+        {"TLS 1.1", true, {handshake()}, declined, {.max_version = TLS1_1_VERSION}},
+        {"client certificate demanded in TLS 1.2",
+         true,
+         {handshake()},
+         declined,
+         {.max_version = TLS1_2_VERSION, .demand_client_certificate = true}},
+        {"client certificate demanded in TLS 1.3, told after the client's handshake is done",
+         true,
+         {handshake()},
+         POST_RESULT_TLS_PROTOCOL_ERROR,
+         {.min_version = TLS1_3_VERSION, .demand_client_certificate = true}},
+        {"renegotiation, asked for twice",
+         true,
+         after_request({renegotiate(), expect_bytes(1)}),
+         POST_RESULT_TLS_PROTOCOL_ERROR,
+         {.max_version = TLS1_2_VERSION}},
+        {"one byte a record", true, after_request({send_split(answer, 1)}), POST_RESULT_SUCCESS},
+        {"dripping body", true,
+         after_request({send(answer.substr(0, 50)), drip(big_body, 1, 20ms)}), POST_RESULT_TIMEOUT},
+        {"status 500 with a big body", true,
+         after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 20971520\r\n\r\n" + big_body)}),
+         POST_RESULT_NOT_HTTP_OK},
+        {"answers and stops reading",
+         true,
+         {handshake(), expect_bytes(100), send(answer), expect_request()},
+         POST_RESULT_SUCCESS,
+         {},
+         big_request},
+        {"stops reading",
+         true,
+         {handshake(), expect_bytes(100), stall()},
+         POST_RESULT_TIMEOUT,
+         {},
+         big_request},
+    };
+    for (const auto &[name, securely, script, result, tls, request] : rows) {
+        SCOPED_TRACE(name);
+        CapturedLog::take();
+        const ScriptedPeer peer({script}, tls);
+        Client client;
+        const auto connected = connect(client, peer.address(), securely).result;
+        ASSERT_EQ(connected.result,
+                  result == declined ? ConnectCode::tls_handshake_failed : ConnectCode::connected)
+            << connected.error_text;
+        EXPECT_EQ(connected.host, "127.0.0.1");
+        EXPECT_EQ(connected.connect_securely, securely);
+        EXPECT_EQ(connected.error_text.empty(), result != declined);
+        if (result == declined)
+            continue;
+        const bool timed_out = result == POST_RESULT_TIMEOUT;
+        const auto posted = post(client, request, timed_out ? short_timeout : ample);
+        EXPECT_EQ(posted.result.result, result) << posted.result.error_text;
+        EXPECT_EQ(posted.result.document != nullptr, result == POST_RESULT_SUCCESS);
+        EXPECT_EQ(CapturedLog::holds("Deadline Timer has expired!"), timed_out);
+        EXPECT_LT(posted.took, timed_out ? short_timeout + margin : margin);
+        EXPECT_GE(posted.took, timed_out ? short_timeout : 0ms);
+    }
+}
+
+// What is left of an answer must not be taken for the answer to the next request.
+TEST_F(PeerTest, IsAskedNothingFurtherOnAConnectionThatFailed) {
+    const ScriptedPeer peer({after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 99\r\n\r\n"),
+                                            send(answer), expect_request(), send(answer)})});
+    Client client;
+    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+    EXPECT_EQ(post(client).result.result, POST_RESULT_NOT_HTTP_OK);
+    EXPECT_EQ(post(client).result.result, POST_RESULT_SOCKET_OR_SYS_FAILURE);
+}
+
+// Both answers come while the first request is being written, so they are read at once; when the
+// second request is sent, there is nothing left to wait for.
+TEST_F(PeerTest, IsHeardWhereItAnsweredAheadOfTheRequest) {
+    const ScriptedPeer peer(
+        {{handshake(), expect_bytes(100), send(answer), send(answer), expect_request(), stall()}});
+    Client client;
+    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+    ASSERT_EQ(post(client, big_request).result.result, POST_RESULT_SUCCESS);
+    EXPECT_EQ(post(client).result.result, POST_RESULT_SUCCESS);
+}
+
+} // namespace kavro
