@@ -35,8 +35,10 @@ TEST(XmlDocument, ReadsWhatIsMeant) {
         {"<a>\r\n\t<b/> x</a>", "<a>\r\n\t<b></b> x</a>"},
         {"<a><![CDATA[<b>&amp;]]></a>", "<a>&lt;b&gt;&amp;amp;</a>"},
         {"<a>1<![CDATA[2]]>3<![CDATA[]]></a>", "<a>123</a>"},
-        {"<a>&lt;&gt;&amp;&quot;&apos;&#65;&#x42;&#xfc;&#x20AC;&#128512;</a>",
-         "<a>&lt;&gt;&amp;&quot;&apos;AB\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80</a>"},
+        {"<a>&lt;&gt;&amp;&quot;&apos;&#65;&#x42;&#xfc;&#x20AC;&#128512;&#x7FF;&#x800;&#x10000;</"
+         "a>",
+         "<a>&lt;&gt;&amp;&quot;&apos;"
+         "AB\xc3\xbc\xe2\x82\xac\xf0\x9f\x98\x80\xdf\xbf\xe0\xa0\x80\xf0\x90\x80\x80</a>"},
         {"<a>&unknown; & &amp</a>", "<a>&amp;unknown; &amp; &amp;amp</a>"},
         {"<a>x<!-- </a> -->y<?pi </a> ?>z</a>", "<a>xyz</a>"},
         {"<!-- c --><?pi?><a/>", "<a></a>"},
@@ -50,6 +52,8 @@ TEST(XmlDocument, ReadsWhatIsMeant) {
         {"<a>\xed\xa0\x80\xc0</a>", "<a>" + repeated("\xef\xbf\xbd", 4) + "</a>"},
         {"<a>" + std::string(300, 'x') + "\xc3\xbc\xfc</a>",
          "<a>" + std::string(300, 'x') + "\xc3\xbc\xef\xbf\xbd</a>"},
+        {"<a>\x80" + std::string(300, 'x') + "</a>",
+         "<a>\xef\xbf\xbd" + std::string(300, 'x') + "</a>"},
         {"<?xml version='1.0' encoding='Iso-8859-1'?><a>\xfc</a>", "<a>\xc3\xbc</a>"},
         {"<?xml version='1.0' encoding='US-ASCII'?><a>u</a>", "<a>u</a>"},
     };

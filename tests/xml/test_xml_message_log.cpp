@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <span>
-
 namespace kavro {
 namespace {
 
@@ -17,23 +15,21 @@ std::string masked(std::string_view text, MessageDirection direction) {
     return masked_message(document ? document->root() : XmlNode(), direction);
 }
 
+constexpr const char *hidden = "Protected Info *****";
+
 struct Row {
     const char *text;
     const char *shown;
 };
 
-void expect_shown(std::span<const Row> rows, std::initializer_list<MessageDirection> directions) {
-    for (const auto &[text, shown] : rows)
-        for (const auto direction : directions)
-            EXPECT_EQ(masked(text, direction), shown);
-}
-
-TEST(MaskedMessage, ShowsTheMessageIndented) {
+TEST(MaskedMessage, ShowsWhatIsNoSecret) {
     const Row rows[] = {
+        // Indented, whatever the message was.
         {"<?xml version='1.0'?>\r\n<kavro-client version='2.1'>\r\n<bye/>\r\n</kavro-client>\r\n",
          "<kavro-client version=\"2.1\">\n  <bye></bye>\n</kavro-client>\n"},
         {"<hello a='&lt;&quot;'>x<cap>C &amp; D</cap> y <cap/></hello>",
          "<hello a=\"&lt;&quot;\">x y \n  <cap>C &amp; D</cap>\n  <cap></cap>\n</hello>\n"},
+        {"<hello><cap/><cap/>y</hello>", "<hello>y\n  <cap></cap>\n  <cap></cap>\n</hello>\n"},
         {"<x><y><bye-resp>  </bye-resp></y></x>",
          "<x>\n  <y>\n    <bye-resp>  </bye-resp>\n  </y>\n</x>\n"},
         // Nobody forges a line or reaches the terminal.
@@ -42,12 +38,7 @@ TEST(MaskedMessage, ShowsTheMessageIndented) {
         {"<hello><x\x7f[2J y\x7f='1'/></hello>",
          "<hello>\n  <x\\x7F[2J y\\x7F=\"1\"></x\\x7F[2J>\n</hello>\n"},
         {"<hello>%s%n\xc3\xbc</hello>", "<hello>%s%n\xc3\xbc</hello>\n"},
-    };
-    expect_shown(rows, {sending, received});
-}
-
-TEST(MaskedMessage, ShowsNothingBesidesASensitiveElement) {
-    const Row rows[] = {
+        // Nothing besides a sensitive element.
         {"<authenticate><username>ann</username><password>p</password><domain>d</domain>"
          "</authenticate>",
          "    <username> *****</username>\n    <password> *****</password>\n"},
@@ -60,12 +51,7 @@ TEST(MaskedMessage, ShowsNothingBesidesASensitiveElement) {
         {"<password><password>p</password></password>", "    <password> *****</password>\n"},
         {"<hello>password<passwords>1</passwords><my-password>2</my-password></hello>",
          "<hello>password\n  <passwords>1</passwords>\n  <my-password>2</my-password>\n</hello>\n"},
-    };
-    expect_shown(rows, {sending, received});
-}
-
-TEST(MaskedMessage, HidesWhatIsMarkedOrCarriesAToken) {
-    const Row rows[] = {
+        // Nothing in an element that is marked or carries a token.
         {"<hello><text do-not-log=\"true\">s</text><text>shown</text></hello>",
          "<hello>\n  <text do-not-log=\"true\">*****</text>\n  <text>shown</text>\n</hello>\n"},
         {"<hello><text a='1' do-not-log='TRUE' b='2'>s&lt;/text><text>s</text></text></hello>",
@@ -85,8 +71,18 @@ TEST(MaskedMessage, HidesWhatIsMarkedOrCarriesAToken) {
          "<hello>\n  <oauth-code>*****</oauth-code>\n  <gateway-ticket>*****</gateway-ticket>\n"
          "  <k:JSessionId>*****</k:JSessionId>\n  <gateway-tickets>shown</gateway-tickets>\n"
          "</hello>\n"},
+        // Nothing of an unknown message.
+        {"<x><y>hello</y></x>", hidden},
+        {"<HELLO/>", hidden},
+        {"<k:hello/>", hidden},
+        {"<x do-not-log='true'><hello/></x>", hidden},
+        {"", hidden},
+        {"<!-- <hello/> -->", hidden},
+        {"<authenticate><password>p<q</password></authenticate>", hidden},
     };
-    expect_shown(rows, {sending, received});
+    for (const auto &[text, shown] : rows)
+        for (const auto direction : {sending, received})
+            EXPECT_EQ(masked(text, direction), shown) << text;
 }
 
 TEST(MaskedMessage, ShowsTheEndOfAReceivedConnectTag) {
@@ -106,18 +102,10 @@ TEST(MaskedMessage, ShowsTheEndOfAReceivedConnectTag) {
         {"<target><connect-tag do-not-log='true'>secret-0123456789ab</connect-tag></target>",
          "<target>\n  <connect-tag do-not-log=\"true\">*****</connect-tag>\n</target>\n"},
     };
-    expect_shown(rows, {received});
+    for (const auto &[text, shown] : rows)
+        EXPECT_EQ(masked(text, received), shown) << text;
     EXPECT_EQ(masked("<target><connect-tag>t</connect-tag></target>", sending),
               "<target>\n  <connect-tag>t</connect-tag>\n</target>\n");
-}
-
-TEST(MaskedMessage, ShowsNothingOfAnUnknownMessage) {
-    for (const char *text :
-         {"<x><y>hello</y></x>", "<HELLO/>", "<k:hello/>", "<x do-not-log='true'><hello/></x>", "",
-          "<!-- <hello/> -->", "<authenticate><password>p<q</password></authenticate>"}) {
-        EXPECT_EQ(masked(text, sending), "Protected Info *****") << text;
-        EXPECT_EQ(masked(text, received), "Protected Info *****") << text;
-    }
 }
 
 TEST(MaskedMessage, IsLoggedInOneCallUnderItsBanner) {
@@ -131,7 +119,7 @@ TEST(MaskedMessage, IsLoggedInOneCallUnderItsBanner) {
     const std::vector<LogLine> expected = {
         {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, shown},
         {0, 2, 0, "Received XML: ------------------------"}, {0, 2, 0, shown},
-        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, "Protected Info *****"},
+        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, hidden},
     };
     EXPECT_EQ(log.lines(), expected);
 }
