@@ -2,15 +2,16 @@
 #include "kavro/src/authenticate.h"
 #include "kavro/src/hello.h"
 #include "kavro/src/power_operation.h"
+#include "support/one_line.h"
 
 #include <gtest/gtest.h>
-
-#include <regex>
 
 // Those of the usual conversation are compared in tests/conversation.
 
 namespace kavro {
 namespace {
+
+using test_support::in_one_line;
 
 /// Values stand in a request as they are.
 const ClientIdentity identity = {
@@ -25,11 +26,6 @@ const ClientIdentity identity = {
     .server_address = "192.0.2.1",
     .server_host_name = "broker.test",
 };
-
-/// A request in one line: a blank stands for each line end.
-std::string in_one_line(const SecureText &text) {
-    return std::regex_replace(std::string(text), std::regex("\r\n"), " ");
-}
 
 void expect_request(const SecureText &text, std::string_view content,
                     const std::string &version = "2.1") {

@@ -124,13 +124,6 @@ TEST_F(CertVerifierWinTest, RememberedIntermediateCompletesAChain) {
     EXPECT_FALSE(other.verify(server(strange_root()).certificate.get()));
 }
 
-TEST_F(CertVerifierWinTest, OpensItsStoreOnce) {
-    CertVerifierWin verifier;
-    EXPECT_TRUE(verifier.createCertificateStore());
-    EXPECT_TRUE(verifier.add(machine_root().certificate.get()));
-    EXPECT_DEATH(verifier.createCertificateStore(), "");
-}
-
 TEST_F(CertVerifierWinTest, EveryBitHasItsLine) {
     const struct {
         std::uint32_t status;
