@@ -279,6 +279,7 @@ awaitable<void> ScriptedPeer::serve(Socket socket) {
     while (!end)
         co_await connection.socket().async_read_some(asio::buffer(discarded),
                                                      asio::redirect_error(use_awaitable, end));
+    connection.change_record([](PeerRecord &record) { record.closed = true; });
 }
 
 std::string ScriptedPeer::address() const {

@@ -88,6 +88,7 @@ struct PeerRecord {
     std::vector<std::uint8_t> client_certificate; ///< DER; empty when none was shown
     bool handshaken = false;
     bool resumed = false; ///< the handshake took up an earlier session
+    bool closed = false;
 };
 
 /// A server on a loopback address that follows a script on each connection.
