@@ -133,7 +133,9 @@ TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
         EXPECT_TRUE(trusts(first, trusted_root()));
         EXPECT_FALSE(trusts(first, strange_root()));
 
+        const auto moment = fs::last_write_time(bundle);
         std::ofstream(bundle, std::ios::binary | std::ios::app) << strange_root().certificate_pem();
+        fs::last_write_time(bundle, moment); // which is too short for the clock
         const X509StoreHandle second = store->current();
         EXPECT_EQ(store->current(), second);
         EXPECT_TRUE(trusts(second, trusted_root()));
@@ -177,6 +179,9 @@ TEST(TrustAnchors, ThoseOfTheSystemCountOnlyOnTheWayToARoot) {
         TrustStore store({copied(row.of_system), copied(row.own)});
         EXPECT_EQ(trusts(store.current(), leaf), row.trusted) << row.what;
     }
+    const test_support::TrustedCa listed(strange_root().certificate_pem());
+    TrustStore with_namesake({copied({broker_sim::mint_authority("Strange root")}), {}});
+    EXPECT_TRUE(trusts(with_namesake.current(), server(strange_root())));
 }
 
 } // namespace trust
