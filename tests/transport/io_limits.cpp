@@ -103,6 +103,25 @@ TEST_F(LimitTest, AbandonedLookUpsAreBounded) {
         ;
 }
 
+TEST_F(LimitTest, LookUpsThatAnswerInSpiteOfACancelAreNotAbandoned) {
+    const auto waiter = std::make_shared<Waiter>();
+    const auto cancelling = std::make_shared<std::atomic<bool>>(true);
+    const NameResolver::BlockingLookup answering = [=](const std::string &, const std::string &,
+                                                       boost::system::error_code &) {
+        if (*cancelling)
+            waiter->cancel();
+        return NameResolver::Endpoints{{boost::asio::ip::make_address("192.0.2.1"), 0}};
+    };
+    HttpsXmlClient client(answering, waiter);
+    for (int i = 0; i < 100 * NameResolver::max_abandoned; ++i)
+        resolve(client, "desktop.test");
+    *cancelling = false;
+    std::string found;
+    for (int i = 0; i < 1000 && found.empty(); ++i) // until the last thread has ended
+        found = resolve(client, "desktop.test").result;
+    EXPECT_EQ(found, "192.0.2.1");
+}
+
 TEST_F(LimitTest, ExceptionOnTheThreadIsAFailedLookUp) {
     const NameResolver::BlockingLookup failing =
         [](const std::string &, const std::string &,
@@ -144,6 +163,21 @@ TEST_F(LimitTest, ACancelEndsTheWritingDownOfALongAnswer) {
     cancelled_while_logging = &client;
     set_log_function(cancel_at_answer);
     EXPECT_EQ(post(client).result.result, POST_RESULT_CANCELLED);
+}
+
+TEST_F(LimitTest, ACancelEndsTheReadingOfALongAnswer) {
+    const ScriptedPeer peer({good_script()});
+    Client client;
+    ASSERT_EQ(connect(client, peer.address(), true).result.result, ConnectCode::connected);
+    std::vector<ePOST_RESULT> told;
+    const auto reader = [&told](const PostResult &result) {
+        told.push_back(result.result);
+        if (result.result == POST_RESULT_SUCCESS)
+            throw Interrupted();
+    };
+    client.http_post_with_xml_path("/", small_xml, reader, ample);
+    client.run_io(true);
+    EXPECT_EQ(told, (std::vector{POST_RESULT_SUCCESS, POST_RESULT_CANCELLED}));
 }
 
 TEST_F(LimitTest, ACancelBetweenTwoOperationsEndsTheSecondOfOneConnection) {
