@@ -4,13 +4,21 @@
 #include "captured_log.h"
 #include "kavro_broker_extras.h"
 #include "support/minting.h"
+#include "support/requests.h"
 #include "support/text_of.h"
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 namespace conversation {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+/// Slow machines and sanitizers stretch everything but the deadline itself.
+constexpr auto margin = 2s;
 
 using test_support::read_text;
 using test_support::text_of;
@@ -20,13 +28,20 @@ struct Log : kavro::CapturedLog {
     Log() : CapturedLog(kavro_broker_set_log_function) {}
 };
 
+/// Asks for no log-in.
+inline broker_sim::Scenario open_door() {
+    auto scenario = broker_sim::Scenario::demo();
+    scenario.authentication.clear();
+    return scenario;
+}
+
 /// A simulated broker whose authority is trusted, and a handle that is set up to talk to it.
 struct Conversation {
     explicit Conversation(broker_sim::Scenario scenario = broker_sim::Scenario::demo(),
-                          kavro_broker_handle own_handle = nullptr)
-        : broker(std::move(scenario)), trust(broker.ca_pem()), handle(own_handle) {
-        if (handle == nullptr)
-            kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle);
+                          std::chrono::milliseconds deadline = {})
+        : broker(std::move(scenario)),
+          trust(broker.ca_pem()),
+          owned(test_support::new_handle(deadline)) {
         kavro_broker_set_broker_address(handle, broker.address().c_str(),
                                         std::to_string(broker.port()).c_str());
         kavro_broker_set_client_info(handle, "test client", "01.002.0", "Linux");
@@ -34,7 +49,6 @@ struct Conversation {
     ~Conversation() {
         kavro_broker_free_desktop_list(desktops);
         kavro_broker_free_desktop_connection_info(target);
-        kavro_broker_free(handle);
     }
     Conversation(const Conversation &) = delete;
     Conversation &operator=(const Conversation &) = delete;
@@ -70,7 +84,8 @@ struct Conversation {
     Log log;
     broker_sim::Simulator broker;
     test_support::TrustedCa trust;
-    kavro_broker_handle handle;
+    test_support::OwnedHandle owned;
+    kavro_broker_handle handle = owned.get();
     kavro_broker_desktop_list desktops = nullptr;
     kavro_broker_desktop_connection_info target = nullptr;
 };

@@ -1,4 +1,4 @@
-#include "conversation/short_deadlines.h"
+#include "conversation/conversation.h"
 #include "support/unreachable.h"
 
 #include <functional>
@@ -128,7 +128,7 @@ TEST(LogLineByLine, OfWhatFails) {
          sent + cleared + lost + disconnected},
     };
     for (const auto &[what, fault, lines] : rows) {
-        Conversation talk(without_authentication(), handle_with_deadline(400ms));
+        Conversation talk(open_door(), 400ms);
         if (fault.ending == Ending::none)
             kavro_broker_set_broker_address(talk.handle, "127.0.0.1", nobody.port().c_str());
         talk.broker.inject(fault);

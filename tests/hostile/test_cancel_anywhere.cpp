@@ -1,4 +1,4 @@
-#include "conversation/short_deadlines.h"
+#include "conversation/conversation.h"
 #include "hostile/rounds.h"
 
 #include <atomic>
@@ -11,7 +11,7 @@ namespace {
 
 TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
     constexpr int slices = 256;
-    Conversation talk(without_authentication());
+    Conversation talk(open_door());
     std::mt19937 random(20261121);
     const int rounds = hostile::rounds(400);
     auto usual = 0us; // a whole request with its greeting, as long as the last good one
@@ -53,7 +53,7 @@ TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
 
 TEST(CancelAnywhere, FromInsideTheLogFunctionDoesNotDeadlock) {
     static kavro_broker_handle talking;
-    Conversation talk(without_authentication());
+    Conversation talk(open_door());
     talking = talk.handle;
     kavro_broker_set_log_function([](int32_t, int32_t, int32_t, const char *format, va_list) {
         char text[16];

@@ -1,4 +1,4 @@
-#include "conversation/short_deadlines.h"
+#include "conversation/conversation.h"
 #include "hostile/failing_allocation.h"
 #include "hostile/rounds.h"
 #include "regcode/table_folder.h"
@@ -76,7 +76,7 @@ kavro_broker_result allocate(Conversation &talk) {
 
 TEST(FailingAllocations, OfRequests) {
     for (const auto request : {list, allocate}) {
-        Conversation talk(without_authentication());
+        Conversation talk(open_door());
         ASSERT_EQ(request(talk), KAVRO_BROKER_OK);
         const auto act = [&] { return request(talk); };
         Results results = sweep(act, act);
@@ -85,7 +85,7 @@ TEST(FailingAllocations, OfRequests) {
 }
 
 TEST(FailingAllocations, OfANewHandle) {
-    Conversation talk(without_authentication());
+    Conversation talk(open_door());
     sweep(
         [&talk] {
             kavro_broker_handle handle = nullptr;
@@ -99,7 +99,7 @@ TEST(FailingAllocations, OfANewHandle) {
 
 /// Whatever fails on the way, a broker that cannot prove who it is, is never believed.
 TEST(FailingAllocations, NeverMakeAStrangerTrusted) {
-    auto scenario = without_authentication();
+    auto scenario = open_door();
     scenario.tls.issuer = broker_sim::Issuer::stranger;
     Conversation talk(scenario);
     const auto act = [&talk] { return list(talk); };
@@ -115,7 +115,7 @@ TEST(FailingAllocations, NeverMakeAStrangerTrusted) {
 }
 
 TEST(FailingAllocations, OfALookUpInTheTable) {
-    Conversation talk(without_authentication());
+    Conversation talk(open_door());
     const kavro::TableFolder table(R"({"CODE": ")" + talk.broker.address() + R"("})");
     kavro_broker_set_broker_variant(talk.handle, KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
     kavro_broker_set_broker_address(talk.handle, "CODE",

@@ -1,4 +1,6 @@
+#include "broker_client_impl.h"
 #include "captured_log.h"
+#include "kavro/src/kavro_broker_client.h"
 #include "records.h"
 #include "support/one_line.h"
 #include "support/requests.h"

@@ -1,4 +1,4 @@
-#include "conversation/short_deadlines.h"
+#include "conversation/conversation.h"
 #include "json_writer.h"
 #include "table_folder.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 TEST(RegistrationCode, StandsForTheAddressInTheTable) {
     constexpr auto invalid = KAVRO_BROKER_ERR_INVALID_PARAMETER;
-    Conversation talk(without_authentication());
+    Conversation talk(open_door());
     const auto port = std::to_string(talk.broker.port());
     const struct {
         std::string code, address;

@@ -1,4 +1,4 @@
-#include "conversation/short_deadlines.h"
+#include "conversation/conversation.h"
 #include "handle/fake_client.h"
 #include "json_writer.h"
 #include "support/scripted_peer.h"
@@ -195,7 +195,7 @@ TEST_F(RequestReport, HoldsNothingOfTheUserOrOfTheBrokersOwnWords) {
     for (const auto &[result_id, told] : rows) {
         auto scenario = broker_sim::Scenario::demo();
         scenario.session_cookie = canary;
-        Conversation talk(std::move(scenario), handle_with_deadline(5s));
+        Conversation talk(std::move(scenario), 5s);
         ASSERT_EQ(kavro_broker_send_accept_disclaimer(talk.handle, 1), KAVRO_BROKER_OK);
         broker_sim::Override echo;
         echo.match.request = "authenticate";

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "broker_client_impl.h"
 #include "canaries.h"
-#include "kavro/src/kavro_broker_client.h"
+#include "captured_log.h"
 #include "kavro_broker_extras.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -17,20 +17,28 @@
 namespace test_support {
 
 using Handle = kavro_broker_handle;
-using OwnedHandle = std::unique_ptr<broker_client_impl, decltype(&kavro_broker_free)>;
+using OwnedHandle = std::unique_ptr<std::remove_pointer_t<Handle>, decltype(&kavro_broker_free)>;
 
 inline void set_port(const OwnedHandle &handle, const std::string &port) {
     kavro_broker_set_broker_address(handle.get(), "127.0.0.1", port.c_str());
 }
 
-/// A handle whose requests have this long instead of half a minute.
+/// A handle whose requests have this long, if anything, instead of half a minute.
 inline OwnedHandle new_handle(std::chrono::milliseconds deadline, const std::string &port = {}) {
-    OwnedHandle handle(new broker_client_impl, kavro_broker_free);
-    handle->create(KAVRO_BROKER_TYPE_KAVRO,
-                   kavro::BrokerClientHandle(new kavro::cKAVRO_BROKER_CLIENT));
-    handle->limits = {deadline, deadline, deadline};
-    handle->connect_to_desktop_timeout = std::chrono::ceil<std::chrono::seconds>(deadline);
-    kavro_broker_set_client_info(handle.get(), "test client", "1.0", "Linux");
+    Handle made = nullptr;
+    if (kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &made) == KAVRO_BROKER_ERR_NO_LOG_FUNCTION) {
+        const kavro::CapturedLog log(kavro_broker_set_log_function);
+        kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &made);
+    }
+    OwnedHandle handle(made, kavro_broker_free);
+    if (deadline != deadline.zero()) {
+        for (const auto limit : {KAVRO_BROKER_LIMIT_CONNECT, KAVRO_BROKER_LIMIT_REQUEST,
+                                 KAVRO_BROKER_LIMIT_AUTHENTICATION})
+            kavro_broker_set_time_limit(made, limit, static_cast<uint32_t>(deadline.count()));
+        kavro_broker_set_connect_to_desktop_timeout(
+            made, static_cast<uint16_t>(std::chrono::ceil<std::chrono::seconds>(deadline).count()));
+    }
+    kavro_broker_set_client_info(made, "test client", "1.0", "Linux");
     set_port(handle, port);
     return handle;
 }
@@ -92,5 +100,10 @@ inline const NamedRequest all_requests[] = {
     {"allocate", allocate},
     {"operate", [](Handle h) { return kavro_broker_perform_desktop_operation(h, "d", 2); }},
 };
+
+/// How that one of them is sent.
+inline auto request_named(std::string_view name) {
+    return std::ranges::find(all_requests, name, &NamedRequest::name)->send;
+}
 
 } // namespace test_support
