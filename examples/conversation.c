@@ -4,6 +4,7 @@
  *   conversation ADDRESS PORT USER DOMAIN < file with the password
  */
 #include "kavro_broker.h"
+#include "kavro_broker_extras.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -108,6 +109,7 @@ int main(int argc, char **argv) {
         return EXIT_FAILURE;
     kavro_broker_set_broker_address(broker, argv[1], argv[2]);
     kavro_broker_set_client_info(broker, "conversation", "1.0", "C99");
+    kavro_broker_keep_connection(broker, 60);
 
     result = log_in(broker, argv[3], argv[4], password);
     memset(password, 0, sizeof password);

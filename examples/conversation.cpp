@@ -4,6 +4,7 @@
 //   conversation_cpp ADDRESS PORT USER DOMAIN < file with the password
 #include "kavro_broker.hpp"
 
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 
@@ -50,6 +51,7 @@ int main(int count, char **arguments) {
         kavro_broker::broker broker;
         broker.set_broker_address(arguments[1], arguments[2]);
         broker.set_client_info("conversation", "1.0", "C++17");
+        broker.keep_connection(std::chrono::minutes(1));
 
         log_in(broker, arguments[3], arguments[4], password);
         const auto desktops = broker.request_desktop_list();

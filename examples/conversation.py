@@ -41,6 +41,7 @@ def converse(address, port, user, domain, password):
     with kavro_broker.Broker() as broker:
         broker.set_broker_address(address, port)
         broker.set_client_info("conversation", "1.0", "Python")
+        broker.keep_connection(60)
 
         log_in(broker, user, domain, password)
         desktops = broker.request_desktop_list()

@@ -46,10 +46,13 @@ class Broker(Owned):
             raise ValueError(seconds)
         check(library.kavro_broker_set_connect_to_desktop_timeout(self.handle, seconds))
 
+    def keep_connection(self, idle_seconds):
+        check(library.kavro_broker_keep_connection(self.handle, min(idle_seconds, 0xFFFFFFFF)))
+
     def set_time_limit(self, limit, seconds):
         milliseconds = round(seconds * 1000)
         check(library.kavro_broker_set_time_limit(self.handle, limit,
-                                                  min(max(milliseconds, 0), 0xFFFFFFFF)))
+                                                  min(milliseconds, 0xFFFFFFFF)))
 
     def fail_if_unverified(self, fail):
         check(library.kavro_broker_fail_if_unverified(self.handle, fail))

@@ -244,6 +244,7 @@ FUNCTIONS = {
     "kavro_broker_get_type": (c_uint32, [c_void_p, POINTER(c_uint32)]),
     "kavro_broker_get_variable": (c_uint32, [c_void_p, c_uint32, c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t)]),
     "kavro_broker_get_version": (c_char_p, []),
+    "kavro_broker_keep_connection": (c_uint32, [c_void_p, c_uint32]),
     "kavro_broker_perform_desktop_operation": (c_uint32, [c_void_p, c_char_p, c_uint32]),
     "kavro_broker_request_desktop_list": (c_uint32, [c_void_p, POINTER(c_void_p)]),
     "kavro_broker_result_name": (c_char_p, [c_uint32]),

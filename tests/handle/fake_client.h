@@ -39,6 +39,7 @@ public:
         calls.push_back("close");
         return 0;
     }
+    void release_connection() override { calls.push_back("release"); }
     void do_hello(const Variables &, HelloHandler handler) override {
         queue("hello", [handler](const BrokerResult &result) { handler(result, {}, {}); });
     }

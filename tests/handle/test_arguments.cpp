@@ -122,6 +122,7 @@ TEST_F(Arguments, ValuesOutOfRange) {
         {"confirmation 2", kavro_broker_send_certificate_confirmation(h, 2, text, text)},
         {"certificate of no length",
          kavro_broker_set_client_certificate(h, (const uint8_t *)text, 0, sign, text)},
+        {"idle for 301 s", kavro_broker_keep_connection(h, 301)},
         {"limit 4", kavro_broker_set_time_limit(h, 4, 1000)},
         {"no time", kavro_broker_set_time_limit(h, KAVRO_BROKER_LIMIT_CONNECT, 99)},
         {"over an hour", kavro_broker_set_time_limit(h, KAVRO_BROKER_LIMIT_CONNECT, 3600001)},

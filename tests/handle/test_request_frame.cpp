@@ -159,11 +159,12 @@ TEST(RequestFrame, CancelIsSticky) {
         {"hello", ERROR_CODE_HTTP_NOT_OK, {"connect", "hello", "cancel", "close"}},
         {"list",
          ERROR_CODE_NONE,
-         {"connect", "hello", "close", "connect", "list", "cancel", "close"}},
+         {"connect", "hello", "release", "connect", "list", "cancel", "close"}},
     };
     for (const auto &[during, step_result, calls] : rows) {
         SCOPED_TRACE(testing::Message() << during << ' ' << step_result);
         FakeHandle handle;
+        kavro_broker_keep_connection(handle, 60);
         kavro_broker_set_broker_address(handle, "broker.test", nullptr);
         handle.client->results[during] = {BrokerResult{step_result}};
         handle.client->hooks[during] = [&handle] { kavro_broker_cancel(handle); };

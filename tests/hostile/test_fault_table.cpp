@@ -1,3 +1,4 @@
+#include "broker_client_impl.h"
 #include "captured_log.h"
 #include "hostile/fault_case.h"
 #include "scripted_peer.h"
@@ -33,6 +34,34 @@ TEST(FaultTable, EveryRequestByEveryFaultAtEveryMoment) {
     for (auto &worker : workers)
         worker.join();
     std::cout << cases.size() << " cases\n";
+}
+
+/// All others may have been acted upon, and only their caller knows whether to ask again.
+TEST(FaultTable, WhatOnlyAsksIsAskedAgainWhenAKeptConnectionIsDead) {
+    using namespace test_support;
+    const TrustedCa trust;
+    const kavro::CapturedLog log;
+    for (const Request &request : requests()) {
+        if (request.answer.empty())
+            continue;
+        SCOPED_TRACE(request.name);
+        const std::string_view name = request.name;
+        const bool again = name == "hello" || name == "list" || name == "bye";
+        const ScriptedPeer broker({{handshake(), expect_request(), send(http_ok(hello_answer())),
+                                    expect_request(), fin()},
+                                   {handshake(), expect_request(), send(http_ok(request.answer)),
+                                    expect_request(), send(http_ok(good_request().answer))}});
+        const auto handle = new_handle(deadline, broker.port());
+        kavro_broker_keep_connection(handle.get(), 60);
+        EXPECT_EQ(ask_method(handle.get()), KAVRO_BROKER_OK);
+        EXPECT_EQ(request.send(handle.get()),
+                  again ? KAVRO_BROKER_OK : KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE);
+        EXPECT_EQ(broker.record(0).requests.size(), 2u) << "the dead one took the request";
+        const auto &connections = handle->report.connections;
+        EXPECT_TRUE(connections.front()->reused);
+        EXPECT_EQ(connections.size() > 1 && !connections[1]->reused, again);
+        EXPECT_EQ(broker.connection_count(), again ? 2u : 1u);
+    }
 }
 
 } // namespace

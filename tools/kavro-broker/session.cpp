@@ -51,6 +51,7 @@ Session::Session(const Options &options, const Surroundings &surroundings)
     if (options.timezone)
         broker_.set_timezone(escape_text(*options.timezone));
     broker_.set_hello_client_variables(escape_text(options.hello_variables));
+    broker_.keep_connection(std::chrono::minutes(1));
     for (uint32_t limit = 0; limit < options.time_limits.size(); ++limit)
         if (const auto &milliseconds = options.time_limits[limit])
             broker_.set_time_limit(limit, std::chrono::milliseconds(*milliseconds));

@@ -30,6 +30,12 @@ void broker_client_impl::set_address(const char *broker_address, const char *bro
     port_fallback = no_port;
 }
 
+void broker_client_impl::keep_connection(std::chrono::seconds idle) {
+    most_idle = idle;
+    if (!keeps_connection() && stage_ == Stage::idle)
+        protocol->clear_session();
+}
+
 void broker_client_impl::add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate) {
     trust_anchors.append_der(std::move(certificate));
     hand_over_trust_anchors();

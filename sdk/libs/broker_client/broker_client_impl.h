@@ -25,6 +25,10 @@ struct broker_client_impl {
     /// greeted; the session with the one before is left as it is.
     void set_address(const char *broker_address, const char *broker_port);
 
+    /// From the next request on: for how long its connection may wait for the one after it.
+    void keep_connection(std::chrono::seconds idle);
+    bool keeps_connection() const { return most_idle.count() != 0; }
+
     void add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate);
 
     /// False, and nothing changes, when a request is running already. A cancel counts from here
@@ -55,6 +59,7 @@ struct broker_client_impl {
     kavro::Security::cX509_CERT_CHAIN trust_anchors;
     std::chrono::seconds connect_to_desktop_timeout{180};
     kavro::TimeLimits limits;
+    std::chrono::steady_clock::duration most_idle{0}; ///< of a kept connection
 
     bool hello_completed = false;
     bool hello_still_valid = false;

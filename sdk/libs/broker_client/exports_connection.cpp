@@ -17,6 +17,17 @@ constexpr std::chrono::milliseconds TimeLimits::*time_limits[] = {
 
 } // namespace
 
+kavro_broker_result kavro_broker_keep_connection(kavro_broker_handle handle,
+                                                 uint32_t idle_seconds) {
+    constexpr uint32_t longest = 300;
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        if (idle_seconds > longest)
+            return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+        client.keep_connection(std::chrono::seconds(idle_seconds));
+        return KAVRO_BROKER_OK;
+    });
+}
+
 kavro_broker_result kavro_broker_set_time_limit(kavro_broker_handle handle, uint32_t limit,
                                                 uint32_t milliseconds) {
     constexpr uint32_t shortest = 100, longest = 3600000;

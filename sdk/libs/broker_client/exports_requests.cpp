@@ -144,7 +144,7 @@ kavro_broker_result kavro_broker_request_desktop_list(kavro_broker_handle handle
                                                       kavro_broker_desktop_list *list) {
     return in_request(handle, {list}, [list](broker_client_impl &client) {
         DesktopListHandle desktops;
-        BrokerResult outcome = ask(
+        BrokerResult outcome = ask<Repeatable::yes>(
             client, [](iBROKER_CLIENT &protocol, auto done) { protocol.get_resource_list(done); },
             desktops);
         if (outcome.code == ERROR_CODE_NONE)

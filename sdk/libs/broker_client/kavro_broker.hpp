@@ -185,8 +185,12 @@ public:
     void set_connect_to_desktop_timeout(std::uint16_t seconds) {
         detail::check(kavro_broker_set_connect_to_desktop_timeout(get(), seconds));
     }
+    void keep_connection(std::chrono::seconds idle) {
+        const auto count = std::min<std::chrono::seconds::rep>(idle.count(), UINT32_MAX);
+        detail::check(kavro_broker_keep_connection(get(), static_cast<std::uint32_t>(count)));
+    }
     void set_time_limit(std::uint32_t limit, std::chrono::milliseconds time) {
-        const auto count = std::clamp<std::chrono::milliseconds::rep>(time.count(), 0, UINT32_MAX);
+        const auto count = std::min<std::chrono::milliseconds::rep>(time.count(), UINT32_MAX);
         detail::check(kavro_broker_set_time_limit(get(), limit, static_cast<std::uint32_t>(count)));
     }
     void fail_if_unverified(bool fail) {

@@ -1,7 +1,8 @@
 /**
  * @file kavro_broker_extras.h
- * @brief More of broker_client: time limits, trust, signing with keys that live elsewhere, OAuth,
- * alternate targets, texts that users typed, results in words, the report on a request.
+ * @brief More of broker_client: kept connections, time limits, trust, signing with keys that live
+ * elsewhere, OAuth, alternate targets, texts that users typed, results in words, the report on a
+ * request.
  *
  * The conventions are those of kavro_broker.h.
  */
@@ -13,6 +14,28 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/**
+ * Keeps the connection of a request open for the next one, from the next request on: a whole log-in
+ * then costs the time of one TLS handshake. At first no connection is kept.
+ *
+ * The next request of this handle uses it when it is for the same host and port, finds it open, and
+ * when nothing has changed meanwhile that decides about trust or identity. Otherwise it is closed
+ * without a word and a new one made. Its certificate was judged when it was made. A failure, a
+ * cancel, a time-out, an answer with "Connection: close", kavro_broker_clear_session() and
+ * kavro_broker_free() close it. Nothing watches it between requests: one that has been idle for too
+ * long is closed when the next request begins.
+ *
+ * A kept connection may turn out to be dead when a request has been sent and before the first byte
+ * of its answer. A hello, a list and a good-bye are then sent once more, on a new connection. With
+ * anything else the broker may have acted: #KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE.
+ *
+ * @param idle_seconds for how long it may be idle, from 1 to 300; 0 keeps none, and closes one that
+ * is kept.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for more than 300.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_keep_connection(kavro_broker_handle handle,
+                                                                  uint32_t idle_seconds);
 
 /** What a time limit bounds. */
 enum {
@@ -135,7 +158,8 @@ KAVRO_BROKER_API void kavro_broker_set_log_level(int32_t highest_severity);
  * - `hellos` the number of times that the client introduced itself; `second_port` whether the
  *   request gave up the default port for the second one.
  * - `connections` to the broker, in order, each with
- *   - `host` and `port`; `tried` the addresses in order; `address` the one that accepted;
+ *   - `host` and `port`; `reused` whether it was kept by a request before, which then has looked
+ *     nothing up; `tried` the addresses in order; `address` the one that accepted;
  *   - `reached` its last phase: "prepare" (no usable address), "resolve", "connect", "handshake",
  *     "ready" (nothing sent yet), "send", "wait" (from the request's last byte to the answer's
  *     first), "receive" (up to its last), "parse", or "answered", after which only the broker's

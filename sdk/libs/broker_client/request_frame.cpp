@@ -26,6 +26,7 @@ ConnectionRequest connection_request(const broker_client_impl &handle) {
     request.time_zone = handle.time_zone;
     request.fail_if_unverified = handle.fail_if_unverified;
     request.limits = handle.limits;
+    request.most_idle = handle.most_idle;
     return request;
 }
 
@@ -47,10 +48,12 @@ BrokerResult say_good_bye(broker_client_impl &handle) {
     BrokerResult outcome = send_hello_if_necessary(handle);
     if (outcome.code != ERROR_CODE_NONE)
         return outcome;
-    broker_connection_opens(handle);
-    outcome = perform(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE,
-                      [](iBROKER_CLIENT &protocol, auto done) { protocol.do_logout(done); });
-    broker_connection_closes(handle);
+    do {
+        broker_connection_opens(handle);
+        outcome = perform(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE,
+                          [](iBROKER_CLIENT &protocol, auto done) { protocol.do_logout(done); });
+        broker_connection_closes(handle);
+    } while (kept_connection_was_dead(handle));
     if (outcome.code == ERROR_CODE_NONE)
         handle.hello_completed = false;
     return outcome;
@@ -86,7 +89,14 @@ BrokerResult broker_connection_opens(broker_client_impl &handle) {
 }
 
 void broker_connection_closes(broker_client_impl &handle) {
-    handle.protocol->clear_session(); // which ends the connection, not the broker's session
+    if (handle.keeps_connection() && !handle.cancelled())
+        handle.protocol->release_connection();
+    else
+        handle.protocol->clear_session(); // which ends the connection, not the broker's session
+}
+
+bool kept_connection_was_dead(const broker_client_impl &handle) {
+    return handle.report.connections.back()->was_dead();
 }
 
 BrokerResult send_hello_if_necessary(broker_client_impl &handle) {
@@ -105,7 +115,8 @@ BrokerResult send_hello_if_necessary(broker_client_impl &handle) {
             },
             handle.hello, handle.auth);
         broker_connection_closes(handle);
-    } while (outcome.code != ERROR_CODE_NONE && fall_back_to_second_port(handle));
+    } while (outcome.code != ERROR_CODE_NONE &&
+             (kept_connection_was_dead(handle) || fall_back_to_second_port(handle)));
     if (outcome.code == ERROR_CODE_NONE)
         handle.hello_completed = handle.hello_still_valid = true;
     return outcome;
@@ -115,6 +126,8 @@ BrokerResult end_session(broker_client_impl &handle) {
     BrokerResult outcome;
     if (handle.hello_completed)
         outcome = say_good_bye(handle);
+    if (handle.keeps_connection())
+        handle.protocol->clear_session();
     handle.hello_still_valid = false;
     return outcome;
 }

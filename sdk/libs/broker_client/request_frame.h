@@ -53,22 +53,33 @@ BrokerResult perform(broker_client_impl &handle, eERROR_CODE without_answer, Sta
 /// Opens the connection; on a refused default port once more on the second one.
 BrokerResult broker_connection_opens(broker_client_impl &handle);
 
-/// Closes it without a word to the broker.
+/// Closes it without a word to the broker, or keeps it for the next request.
 void broker_connection_closes(broker_client_impl &handle);
+
+/// Whether the connection that was closed last had been kept, and was found dead before the first
+/// byte of an answer came. What may be sent twice is then sent once more, on a new one.
+bool kept_connection_was_dead(const broker_client_impl &handle);
 
 /// Introduces the client unless the broker knows it already.
 BrokerResult send_hello_if_necessary(broker_client_impl &handle);
 
+/// Whether the broker may be asked for the same twice, because it does nothing but answer. Where it
+/// may have acted, nobody but the caller can tell (RFC 9110 section 9.2.2).
+enum class Repeatable : bool { no, yes };
+
 /// Asks the broker for one thing, from the introduction to the closed connection; see perform().
-template <class Start, class... Brought>
+template <Repeatable repeatable = Repeatable::no, class Start, class... Brought>
 BrokerResult ask(broker_client_impl &handle, Start start, Brought &...brought) {
     BrokerResult outcome = send_hello_if_necessary(handle);
-    if (outcome.code == ERROR_CODE_NONE)
-        outcome = broker_connection_opens(handle);
     if (outcome.code != ERROR_CODE_NONE)
         return outcome;
-    outcome = perform(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, start, brought...);
-    broker_connection_closes(handle);
+    do {
+        outcome = broker_connection_opens(handle);
+        if (outcome.code != ERROR_CODE_NONE)
+            return outcome;
+        outcome = perform(handle, ERROR_CODE_SOCKET_OR_SYS_FAILURE, start, brought...);
+        broker_connection_closes(handle);
+    } while (repeatable == Repeatable::yes && kept_connection_was_dead(handle));
     return outcome;
 }
 

@@ -74,6 +74,7 @@ void write_tls(JsonWriter &json, const ConnectionReport &connection) {
 void write_connection(JsonWriter &json, const ConnectionReport &connection) {
     json.name("host").text_or_null(connection.host);
     json.name("port").text_or_null(connection.port);
+    json.name("reused").boolean(connection.reused);
     json.name("tried").array(connection.tried,
                              [&](const std::string &address) { json.text(address); });
     json.name("address").text_or_null(connection.address);

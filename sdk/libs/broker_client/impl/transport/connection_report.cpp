@@ -47,6 +47,17 @@ void ConnectionReport::stop() {
     leave_phase(Clock::now());
 }
 
+void ConnectionReport::continue_on(const ConnectionReport &made) {
+    reused = true;
+    host = made.host;
+    port = made.port;
+    address = made.address;
+    tls_version = made.tls_version;
+    cipher = made.cipher;
+    verification = made.verification;
+    certificate_errors = made.certificate_errors;
+}
+
 void ConnectionReport::leave_phase(Clock::time_point now) {
     if (const auto since = std::exchange(since_, std::nullopt))
         times[static_cast<std::size_t>(phase)] = now - *since;

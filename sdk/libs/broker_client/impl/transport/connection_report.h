@@ -53,9 +53,14 @@ struct ConnectionReport {
     /// The connection ends in the phase that it is in.
     void stop();
     bool reached(ConnectionPhase wanted) const { return phase >= wanted; }
+    /// The connection was made for a request before, and is ready for this one.
+    void continue_on(const ConnectionReport &made);
+    /// It was kept, and had gone when the request was sent: no byte of an answer has come.
+    bool was_dead() const { return reused && !error.empty() && !reached(ConnectionPhase::receive); }
 
     std::string host;
     std::string port;
+    bool reused = false;            ///< was kept by a request before
     std::vector<std::string> tried; ///< addresses with ports, in order
     std::string address;            ///< the one of them that answered
     ConnectionPhase phase = ConnectionPhase::prepare;

@@ -57,6 +57,17 @@ std::optional<std::uint16_t> status_code(std::string_view status_line) {
     return to_number<std::uint16_t>(code, 10);
 }
 
+/// RFC 9110 section 5.6.1: whether a list of tokens, in any letter case, has this one.
+bool lists(std::string_view list, std::string_view token) {
+    while (!list.empty()) {
+        const auto end = std::min(list.find(','), list.size());
+        if (equal_ignoring_case(trimmed(list.substr(0, end)), token))
+            return true;
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+    return false;
+}
+
 bool has_control_characters(std::string_view text) {
     return std::ranges::any_of(text, ascii::is_control);
 }
@@ -197,6 +208,7 @@ HttpResponseParser::State HttpResponseParser::read_header_lines(std::string_view
 const char *HttpResponseParser::read_header_line(std::string_view line) {
     constexpr std::string_view length_name = "Content-Length:";
     constexpr std::string_view coding_name = "transfer-encoding:";
+    constexpr std::string_view connection_name = "connection:";
     if (starts_ignoring_case(line, "set-cookie: "))
         return store_cookie(line);
     if (rules_.length_in_any_case ? starts_ignoring_case(line, length_name)
@@ -205,6 +217,8 @@ const char *HttpResponseParser::read_header_line(std::string_view line) {
     if (starts_ignoring_case(line, coding_name))
         chunked_ =
             chunked_ || equal_ignoring_case(trimmed(line.substr(coding_name.size())), "chunked");
+    if (starts_ignoring_case(line, connection_name))
+        closes_ = closes_ || lists(line.substr(connection_name.size()), "close");
     return nullptr;
 }
 
@@ -289,10 +303,18 @@ HttpResponseParser::State HttpResponseParser::read_chunk_size() {
         return mangled(body_over_limit);
     consumed_ += end + crlf.size();
     if (*size == 0)
-        return State::complete; // trailers and the last line end are not looked at
+        return end_chunks();
     expected_ = *size;
     step_ = Step::chunk_data;
     return State::need_more;
+}
+
+/// Trailers are not looked at, and not waited for: behind them no answer would be found.
+HttpResponseParser::State HttpResponseParser::end_chunks() {
+    ended_ = unread().starts_with(crlf);
+    if (ended_)
+        consumed_ += crlf.size();
+    return State::complete;
 }
 
 HttpResponseParser::State HttpResponseParser::read_chunk_data() {

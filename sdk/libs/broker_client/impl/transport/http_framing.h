@@ -75,6 +75,10 @@ public:
     std::string_view reason() const { return reason_; }
     /// Of the head, once it has been read; 0 for none.
     int status() const { return status_; }
+    /// Of a complete response: whether the server waits for another request on the connection.
+    bool keeps_connection() const { return !closes_ && ended_ && !overrun(); }
+    /// Whether bytes came behind a complete response.
+    bool overrun() const { return ended_ && !unread().empty(); }
     /// The body of a complete response; afterwards the parser holds none.
     SecureText take_body() { return std::move(body_); }
 
@@ -91,6 +95,7 @@ private:
     State begin_body(Step step, std::size_t most);
     void take_body_bytes();
     State read_chunk_size();
+    State end_chunks();
     State read_chunk_data();
     State read_chunk_end();
     std::string_view unread() const { return {input_.data() + consumed_, filled_ - consumed_}; }
@@ -104,6 +109,8 @@ private:
     int status_ = 0;
     std::optional<std::size_t> length_;
     bool chunked_ = false;
+    bool closes_ = false; ///< the server says so
+    bool ended_ = true;   ///< nothing of the response is missing; the end of chunks may be
     const char *reason_ = "";
     /// What came in and is not yet understood: input_[consumed_ .. filled_).
     SecureText input_;

@@ -21,10 +21,22 @@ namespace kavro {
 
 namespace asio = boost::asio;
 namespace ssl = boost::asio::ssl;
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr std::size_t shown_parse_error = 20;
+
+/// Where an address leads, if it can be used.
+std::optional<Peer> peer_of(const std::string &address, const std::string &port) {
+    Peer peer;
+    std::string protocol;
+    if (!parse_uri(address, peer.host, peer.port, protocol) || !is_usable_host(peer.host))
+        return std::nullopt;
+    if (peer.port.empty())
+        peer.port = port;
+    return peer;
+}
 
 bool is_unknown_ca_alert(const boost::system::error_code &error) {
     const auto packed = static_cast<unsigned long>(error.value());
@@ -52,6 +64,11 @@ void log_outgoing(std::string_view xml) {
     std::string unreadable;
     const auto document = XmlDocument::parse(SecureText(xml), unreadable);
     log_message(document ? document->root() : XmlNode(), MessageDirection::sending);
+}
+
+void warn_of_unasked_bytes() {
+    broker_log(LogCategory::general, LogSeverity::info, generic_error,
+               "cHTTPS_XML_CLIENT::http_post_with_xml_path() WARNING - buffers are not empty!");
 }
 
 PostResult failed(ePOST_RESULT result, std::string error_text = {}) {
@@ -89,18 +106,19 @@ void HttpsXmlClient::set_cipher_list(const char *ciphers) {
 }
 
 void HttpsXmlClient::setCertificateExtractor(const CertificateExtractor &extractor) {
+    ++trust_changes_;
     own_trust_ = std::make_unique<TrustStore>(extract_certificates(extractor));
 }
 
 HttpsXmlClient::PeerMemory &HttpsXmlClient::memory() {
-    auto &memory = memories_[peer_];
+    auto &memory = memories_[way_.peer];
     if (!memory)
         memory = std::make_unique<PeerMemory>();
     return *memory;
 }
 
 std::string_view HttpsXmlClient::first_cookie() const {
-    const auto known = memories_.find(peer_);
+    const auto known = memories_.find(way_.peer);
     if (known == memories_.end() || known->second->cookies.empty())
         return {};
     return known->second->cookies.begin()->second;
@@ -127,9 +145,16 @@ void HttpsXmlClient::cancel() noexcept {
     waiter_->cancel();
 }
 
+void HttpsXmlClient::release() {
+    if (!connection_ || !answered_whole_)
+        return disconnect();
+    idle_since_ = Waiter::Clock::now();
+}
+
 void HttpsXmlClient::disconnect() {
     job_ = nullptr;
     connection_.reset();
+    idle_since_.reset();
     waiter_->drop_deadline();
     wipe(request_); // also of an operation that an exception left half done
     trace_exit("HttpsXmlClient::disconnect");
@@ -146,39 +171,50 @@ void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
     log_debug("Connecting to %s (port %s) with timeout of %ld milliseconds",
               printable(address).c_str(), printable(port).c_str(),
               static_cast<long>(timeout.count()));
-    connect_securely_ = connect_securely;
-    connection_.reset();
-    verification_.begin({}, connect_securely);
-    if (set_peer(address, port)) {
-        prepare_connection(use_view_verifier);
-        waiter_->set_deadline(timeout);
+    const auto peer = peer_of(address, port);
+    const Way way{peer.value_or(way_.peer), connect_securely, use_view_verifier, trust_changes_};
+    const bool kept = peer && is_kept_for(way);
+    if (kept) {
+        connection_->begin_anew(report_);
+    } else {
+        connection_.reset();
+        verification_.begin({}, connect_securely);
+        way_ = way;
+        if (peer) {
+            prepare_connection();
+            waiter_->set_deadline(timeout);
+        }
     }
+    idle_since_.reset();
+    answered_whole_ = true;
     // The handler may start the next operation.
-    job_ = [this, on_connected = std::move(on_connected)] { on_connected(establish()); };
+    job_ = [this, kept, on_connected = std::move(on_connected)] {
+        on_connected(kept ? finish_connect(ConnectCode::connected) : establish());
+    };
     trace_exit("HttpsXmlClient::connect");
 }
 
-bool HttpsXmlClient::set_peer(const std::string &address, const std::string &port) {
-    Peer peer;
-    std::string protocol;
-    if (!parse_uri(address, peer.host, peer.port, protocol) || !is_usable_host(peer.host))
+/// Whether the connection is one that is kept for such a request, and its peer still there.
+bool HttpsXmlClient::is_kept_for(const Way &way) {
+    if (!connection_ || !idle_since_ || way != way_ ||
+        Waiter::Clock::now() - *idle_since_ >= most_idle_)
         return false;
-    if (peer.port.empty())
-        peer.port = port;
-    peer_ = std::move(peer);
-    return true;
+    const error_code found = connection_->look();
+    if (!found)
+        warn_of_unasked_bytes();
+    return found == asio::error::would_block;
 }
 
-void HttpsXmlClient::prepare_connection(bool use_view_verifier) {
-    connection_ = std::make_unique<TlsConnection>(tls_.get(), peer_, *waiter_, report_);
-    verification_.begin(without_zone(peer_.host), connect_securely_);
+void HttpsXmlClient::prepare_connection() {
+    connection_ = std::make_unique<TlsConnection>(tls_.get(), way_.peer, *waiter_, report_);
+    verification_.begin(without_zone(way_.peer.host), way_.connect_securely);
     signing_.install(connection_->native_handle());
-    if (!connect_securely_)
+    if (!way_.connect_securely)
         return;
     TrustStore &trust = own_trust_ ? *own_trust_ : TrustStore::of_process();
     SSL_CTX_set1_cert_store(tls_.get(), trust.current().get());
-    const auto verify = use_view_verifier ? &ServerVerification::verify_server_view
-                                          : &ServerVerification::verify_server_pbp;
+    const auto verify = way_.use_view_verifier ? &ServerVerification::verify_server_view
+                                               : &ServerVerification::verify_server_pbp;
     connection_->set_verify_callback([this, verify](bool preverified, X509_STORE_CTX *store) {
         return (verification_.*verify)(preverified, store);
     });
@@ -229,7 +265,7 @@ ConnectResult HttpsXmlClient::handshake_failed(const error_code &error) {
     if (error.category() == asio::error::get_ssl_category()) {
         // Some brokers reject a client that they do not know in this way; without verification the
         // connection counts as made.
-        if (!connect_securely_ && is_unknown_ca_alert(error))
+        if (!way_.connect_securely && is_unknown_ca_alert(error))
             return finish_connect(ConnectCode::connected);
         return finish_connect(ConnectCode::tls_handshake_failed, text_of(error, *connection_));
     }
@@ -297,8 +333,8 @@ ConnectResult HttpsXmlClient::finish_connect(ConnectCode code, std::string error
         result.certificates = verification_.chain();
         result.certificate_errors = verification_.error_codes();
     }
-    result.host = peer_.host;
-    result.connect_securely = connect_securely_;
+    result.host = way_.peer.host;
+    result.connect_securely = way_.connect_securely;
     if (connection_)
         report_->traffic = connection_->traffic();
     if (code == ConnectCode::connected) {
@@ -318,8 +354,8 @@ ConnectResult HttpsXmlClient::finish_connect(ConnectCode code, std::string error
 void HttpsXmlClient::http_post_with_xml_path(std::string_view path, std::string_view xml,
                                              PostHandler on_posted,
                                              std::chrono::milliseconds timeout) {
-    request_ =
-        http_post_request(path, without_zone(peer_.host), client_log_id_, memory().cookies, xml);
+    request_ = http_post_request(path, without_zone(way_.peer.host), client_log_id_,
+                                 memory().cookies, xml);
     log_outgoing(xml);
     waiter_->set_deadline(timeout);
     job_ = [this, on_posted = std::move(on_posted)] {
@@ -360,6 +396,9 @@ PostResult HttpsXmlClient::exchange() {
         return post_failed(error);
     switch (state) {
     case HttpResponseParser::State::complete:
+        answered_whole_ = answer.keeps_connection();
+        if (most_idle_ > 0s && answer.overrun())
+            warn_of_unasked_bytes();
         return finish_post(read_answer(answer.take_body(), *report_));
     case HttpResponseParser::State::not_ok:
         return finish_post(failed(POST_RESULT_NOT_HTTP_OK));

@@ -15,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -54,7 +55,8 @@ struct ConnectResult {
 };
 
 /// One HTTPS connection at a time to a broker, and what is remembered from one to the next: cookies
-/// and the address last used, each kept for the host and port that it came from.
+/// and the address last used, each kept for the host and port that it came from. A connection may
+/// be kept for a while; the next connect() then goes on with it, if it would make the same.
 ///
 /// Every operation returns at once, is carried out by run_io() on its caller's thread and completes
 /// exactly once there. Each is bounded by a deadline. One operation at a time; only cancel() may be
@@ -73,7 +75,8 @@ public:
     HttpsXmlClient(const HttpsXmlClient &) = delete;
     HttpsXmlClient &operator=(const HttpsXmlClient &) = delete;
 
-    /// Connects and completes the TLS handshake, all within the time-out.
+    /// Connects and completes the TLS handshake, all within the time-out; or goes on with the
+    /// connection that was kept.
     ///
     /// @param address anything parse_uri() takes. @param port used when the address has none.
     /// @param connect_securely whether the server must prove who it is.
@@ -99,6 +102,10 @@ public:
     /// Calls a handler from run_io().
     void post(std::function<void()> handler) { job_ = std::move(handler); }
 
+    /// A connection that is kept may be idle for less than this; 0 keeps none.
+    void set_most_idle(std::chrono::steady_clock::duration most) { most_idle_ = most; }
+    /// Keeps the connection for the next connect(), if its last answer lets it; else closes it.
+    void release();
     /// Closes the connection at once and forgets an operation that has not been carried out.
     void disconnect();
     /// Ends the operation under way, or else the next one, as cancelled. From any thread and in a
@@ -113,6 +120,7 @@ public:
     /// Trusts these certificates besides the system's own anchors. They are read at once.
     void setCertificateExtractor(const CertificateExtractor &extractor);
     void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier) {
+        ++trust_changes_;
         verification_.set_platform_verifier(std::move(verifier));
     }
     /// Where the next connection is recorded, up to its end or to the next one.
@@ -122,8 +130,11 @@ public:
     Checkpoint checkpoint() const;
     /// For what else is done while an operation is carried out: its cancel ends that as well.
     Waiter &waiter() { return *waiter_; }
-    /// What the client shows and signs with when a server asks who it is.
-    ClientSigning &client_signing() { return signing_; }
+    /// What the client shows and signs with when a server asks who it is; to change it.
+    ClientSigning &client_signing() {
+        ++trust_changes_;
+        return signing_;
+    }
     void set_client_log_id(std::string id) { client_log_id_ = std::move(id); }
     const std::string &client_log_id() const { return client_log_id_; }
 
@@ -133,7 +144,7 @@ public:
     std::string_view first_cookie() const;
 
     /// Of the connection that was made last.
-    const std::string &host() const { return peer_.host; }
+    const std::string &host() const { return way_.peer.host; }
     const std::string &local_address() const { return local_address_; }
     const std::string &local_host_name() const { return local_host_name_; }
     const std::string &remote_address() const { return remote_address_; }
@@ -144,8 +155,18 @@ private:
     /// What one peer left behind never reaches another.
     struct PeerMemory;
 
-    bool set_peer(const std::string &address, const std::string &port);
-    void prepare_connection(bool use_view_verifier);
+    /// All that decides who a connection is with, and who vouches for that: one that is kept serves
+    /// a request for the same only.
+    struct Way {
+        Peer peer;
+        bool connect_securely = true;
+        bool use_view_verifier = false;
+        unsigned trust_changes = 0;
+        bool operator==(const Way &) const = default;
+    };
+
+    bool is_kept_for(const Way &way);
+    void prepare_connection();
     ConnectResult establish();
     ConnectResult unreached(const error_code &error);
     ConnectResult handshake_failed(const error_code &error);
@@ -170,9 +191,12 @@ private:
     std::unique_ptr<TlsConnection> connection_;
     std::function<void()> job_; ///< the operation that is to be carried out
 
-    Peer peer_;
+    Way way_; ///< of the connection that was asked for last
+    unsigned trust_changes_ = 0;
+    std::chrono::steady_clock::duration most_idle_{0};
+    std::optional<std::chrono::steady_clock::time_point> idle_since_; ///< while it is kept
+    bool answered_whole_ = true; ///< and so the connection may be kept
     std::map<Peer, std::unique_ptr<PeerMemory>> memories_;
-    bool connect_securely_ = true;
     ServerVerification verification_;
     std::unique_ptr<TrustStore> own_trust_; ///< when there are anchors besides the system's
     std::shared_ptr<ConnectionReport> report_ = std::make_shared<ConnectionReport>();

@@ -115,6 +115,20 @@ error_code TlsConnection::read(HttpResponseParser &answer, HttpResponseParser::S
     return {};
 }
 
+void TlsConnection::begin_anew(std::shared_ptr<ConnectionReport> report) {
+    report->continue_on(*report_);
+    report_ = std::move(report);
+    wire_.begin_anew();
+}
+
+error_code TlsConnection::look() {
+    wire_.begin_anew();
+    char unasked = 0;
+    error_code error;
+    tls_.read(&unasked, sizeof unasked, error);
+    return wire_.is_read_empty() ? error : error_code();
+}
+
 Traffic TlsConnection::traffic() const {
     Traffic traffic = wire_.traffic();
     traffic.peer_speech = tls_.peer_speech();

@@ -43,6 +43,12 @@ public:
     /// others.
     [[nodiscard]] error_code read(HttpResponseParser &answer, HttpResponseParser::State &state);
 
+    /// What follows is another request's.
+    void begin_anew(std::shared_ptr<ConnectionReport> report);
+    /// Looks without waiting: `would_block` while the peer rests, no error when it has sent what
+    /// nobody asked for. Tickets and alerts of TLS are read.
+    [[nodiscard]] error_code look();
+
     SSL *native_handle() { return tls_.native_handle(); }
     Traffic traffic() const;
     ConnectionReport &report() { return *report_; }

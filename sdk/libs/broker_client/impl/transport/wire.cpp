@@ -5,16 +5,16 @@ namespace kavro {
 namespace asio = boost::asio;
 using boost::system::error_code;
 
-namespace {
-
-constexpr std::size_t most_bytes_in_a_step = 256 * 1024;
-
-} // namespace
-
 void Wire::use(TcpSocket socket) {
     socket_ = std::move(socket);
     socket_.send_without_delay();
     to_write_ = drained_ = false;
+}
+
+void Wire::begin_anew() {
+    traffic_ = {};
+    drained_ = false;
+    taken_in_step_ = 0;
 }
 
 /// A read that does not fill its room has emptied the socket, and what was just sent is not

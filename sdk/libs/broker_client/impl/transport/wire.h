@@ -21,6 +21,7 @@ namespace kavro {
 class Wire final : public ByteStream {
 public:
     static constexpr std::uint64_t no_limit = std::numeric_limits<std::uint64_t>::max();
+    static constexpr std::size_t most_bytes_in_a_step = 256 * 1024;
 
     explicit Wire(Waiter &waiter) : waiter_(waiter) {}
 
@@ -28,6 +29,11 @@ public:
     void use(TcpSocket socket);
     const TcpSocket &socket() const { return socket_; }
     const Traffic &traffic() const { return traffic_; }
+    /// A step has taken no more than it may at once, so that nothing is left in the socket.
+    bool is_read_empty() const { return taken_in_step_ < most_bytes_in_a_step; }
+
+    /// What comes from now on is another request's: the next read asks the socket.
+    void begin_anew();
 
     std::size_t read(char *data, std::size_t size, error_code &error) override;
     std::size_t write(const char *data, std::size_t size, error_code &error) override;

@@ -40,6 +40,8 @@ struct ConnectionRequest {
     bool fail_if_unverified = true;
     bool is_registration_code = false;
     TimeLimits limits; ///< of the connection, and of what is done on it
+    /// A connection that release_connection() kept serves when it was idle for less than this.
+    std::chrono::steady_clock::duration most_idle{0};
     /// What becomes of the connection, as far as the client tells.
     std::shared_ptr<ConnectionReport> report = std::make_shared<ConnectionReport>();
 };
@@ -81,6 +83,8 @@ public:
     virtual bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) = 0;
     /// Drops the connection without a word to the broker.
     virtual std::uint32_t clear_session() = 0;
+    /// The same, unless the connection can be kept for the next connect_to_broker().
+    virtual void release_connection() { clear_session(); }
     virtual void do_hello(const Variables &client_variables, HelloHandler handler) = 0;
     virtual void get_authentication_method(AuthHandler handler) = 0;
     virtual void authenticate_password(std::string_view user_name, std::string_view password,

@@ -100,6 +100,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
     identity_.locale = request.locale;
     identity_.time_zone = request.time_zone;
     limits_ = request.limits;
+    transport_.set_most_idle(request.most_idle);
     try {
         transport_.connect(
             resolved_address_, request.fail_if_unverified,
@@ -119,7 +120,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
 
 void cKAVRO_BROKER_CLIENT::handle_connect_to_broker(const ConnectResult &result,
                                                     const ConnectionHandler &handler) {
-    if (result.result == ConnectCode::connected)
+    if (result.result == ConnectCode::connected && !transport_.report().reused)
         learn_identity();
     if (transport_.client_log_id() == nil_uuid && result.result == ConnectCode::connected) {
         transport_.set_client_log_id(get_version1_uuid(identity_.mac_address));

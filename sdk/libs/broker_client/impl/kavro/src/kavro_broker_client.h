@@ -19,6 +19,7 @@ public:
     std::uint32_t get_variant() const override { return variant; }
     bool connect_to_broker(const ConnectionRequest &request, ConnectionHandler handler) override;
     std::uint32_t clear_session() override;
+    void release_connection() override { transport_.release(); }
     void do_hello(const Variables &client_variables, HelloHandler handler) override;
     void get_authentication_method(AuthHandler handler) override;
     void authenticate_password(std::string_view user_name, std::string_view password,

@@ -1,0 +1,153 @@
+#include "broker_client_impl.h"
+#include "conversation/conversation.h"
+#include "support/scripted_peer.h"
+
+#include <memory>
+
+using namespace conversation;
+using namespace test_support;
+
+namespace {
+
+/// On a new connection TCP takes one round trip and TLS 1.3 another, and every post takes one.
+TEST(KeptConnection, TakesAWholeLogInSixRoundTrips) {
+    auto scenario = broker_sim::Scenario::demo();
+    std::erase_if(scenario.authentication, [](const auto &step) {
+        return step.methods != std::vector<std::string>{"password"};
+    });
+    Conversation talk(scenario);
+    EXPECT_EQ(kavro_broker_keep_connection(talk.handle, 60), KAVRO_BROKER_OK);
+    EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_PASSWORD));
+    EXPECT_EQ(kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", "wonderland"),
+              KAVRO_BROKER_OK);
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+    EXPECT_EQ(talk.allocate("desktop-office"), KAVRO_BROKER_OK);
+    EXPECT_EQ(2 * talk.broker.connections() + talk.broker.requests().size(), 6u);
+    const std::string report = text_of(kavro_broker_get_request_report, talk.handle);
+    EXPECT_NE(report.find("TLSv1.3"), std::string::npos) << report;
+    EXPECT_NE(report.find("\"reused\":true"), std::string::npos) << report;
+    uint32_t count = 0;
+    EXPECT_EQ(kavro_broker_get_num_certificates(talk.handle, &count), KAVRO_BROKER_OK);
+    EXPECT_EQ(count, 2u) << "of the connection, whichever request made it";
+}
+
+const std::string listed =
+    broker_answer("get-resource-list", "LIST_SUCCESSFUL",
+                  "<resource><resource-name>Desk</resource-name><resource-id>d</resource-id>"
+                  "<resource-type>DESKTOP</resource-type><resource-state>s</resource-state>"
+                  "<protocols><protocol>KAVRO</protocol></protocols></resource>");
+const std::string list_answer = http_ok(listed);
+
+/// A broker that greets a client and answers its first list, as told.
+Script greeting_and(Script answer) {
+    Script script = {handshake(), expect_request(), send(http_ok(hello_answer())),
+                     expect_request()};
+    script.insert(script.end(), answer.begin(), answer.end());
+    return script;
+}
+
+void nothing(Handle) {}
+
+void expect_list(Handle handle, kavro_broker_result result) {
+    kavro_broker_set_time_limit(handle, KAVRO_BROKER_LIMIT_REQUEST, 100);
+    EXPECT_EQ(list(handle), result);
+    kavro_broker_set_time_limit(handle, KAVRO_BROKER_LIMIT_REQUEST, 10000);
+}
+
+TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
+    const Script another = {send(list_answer), expect_request(), send(list_answer)};
+    const Script good = greeting_and(another);
+    const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    static const std::string chunks = chunked + "1\r\n<\r\n" +
+                                      (std::stringstream() << std::hex << listed.size() - 1).str() +
+                                      "\r\n" + listed.substr(1) + "\r\n0\r\n";
+    const auto ended = [](std::string_view lines) { return Script{send(http_ok(listed, lines))}; };
+    const struct {
+        const char *what;
+        bool kept;
+        Script first;
+        void (*meanwhile)(Handle) = nothing;
+        Script second = {handshake(), expect_request(), send(list_answer)};
+    } rows[] = {
+        {"nothing", true, good},
+        {"the same again", true, good,
+         [](Handle h) {
+             kavro_broker_fail_if_unverified(h, true);
+             kavro_broker_set_timezone(h, "UTC");
+             kavro_broker_keep_connection(h, 300);
+         }},
+        {"chunks", true,
+         greeting_and({send(chunks + "\r\n"), expect_request(), send(list_answer)})},
+        {"another name", false, good,
+         [](Handle h) { kavro_broker_set_broker_address(h, "localhost", h->port.c_str()); },
+         greeting_and({send(list_answer)})},
+        {"verification", false, good, [](Handle h) { kavro_broker_fail_if_unverified(h, false); }},
+        {"an anchor", false, good,
+         [](Handle h) {
+             const auto der = h->certificates.certificates.entries().back();
+             EXPECT_EQ(kavro_broker_add_trust_anchor(h, der.data(), der.size()), KAVRO_BROKER_OK);
+         }},
+        {"a client certificate", false, good,
+         [](Handle h) {
+             const auto der = h->certificates.certificates.entries().front();
+             const auto sign = [](void *, const uint8_t *, size_t, uint8_t *, size_t *) {
+                 return 0;
+             };
+             EXPECT_EQ(kavro_broker_use_signing_certificate(h, der.data(), der.size(), sign, h),
+                       KAVRO_BROKER_OK);
+         }},
+        {"idle for too long", false, good, [](Handle h) { h->most_idle = 1ns; }},
+        {"switched off meanwhile", false, good,
+         [](Handle h) {
+             kavro_broker_keep_connection(h, 0);
+             kavro_broker_keep_connection(h, 60);
+         }},
+        {"good-bye", false,
+         greeting_and(
+             {send(list_answer), expect_request(), send(http_ok(broker_message("<bye-resp/>")))}),
+         [](Handle h) { EXPECT_EQ(kavro_broker_clear_session(h), KAVRO_BROKER_OK); },
+         greeting_and({send(list_answer)})},
+        {"time-out", false, greeting_and({send(list_answer), expect_request(), stall()}),
+         [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_TIMEOUT); }},
+        {"failure", false,
+         greeting_and({send(list_answer), expect_request(),
+                       send("HTTP/1.1 500 Oh\r\nContent-Length: 0\r\n\r\n")}),
+         [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_HTTP_NOT_OK); }},
+        {"broken XML", false,
+         greeting_and({send(list_answer), expect_request(), send(http_ok("<"))}),
+         [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_MANGLED_RESPONSE); }},
+        {"connection: close", false, greeting_and(ended("connection:CLOSE\r\n"))},
+        {"one option of several", false, greeting_and(ended("Connection: x, Close ,y\r\n"))},
+        {"bytes behind the answer", false, greeting_and({send(list_answer + "H")})},
+        {"bytes later", false, greeting_and({send(list_answer), send("HTTP/1.1 200 OK\r\n")})},
+        {"chunks without an end", false, greeting_and({send(chunks)})},
+        {"trailers", false, greeting_and({send(chunks + "X: y\r\n\r\n")})},
+        {"end of TLS", false, greeting_and({send(list_answer), close_notify()})},
+        {"end of TCP", false, greeting_and({send(list_answer), fin()})},
+        {"reset", false, greeting_and({send(list_answer), rst()})},
+    };
+    const Log log;
+    const TrustedCa trust;
+    for (const auto &[what, kept, first, meanwhile, second] : rows) {
+        SCOPED_TRACE(what);
+        Log::take();
+        const ScriptedPeer peer({first, second},
+                                {.identity = trusted_server({"127.0.0.1", "localhost"})});
+        const OwnedHandle handle = new_handle(10s, peer.port());
+        kavro_broker_keep_connection(handle.get(), 60);
+        ASSERT_EQ(list(handle.get()), KAVRO_BROKER_OK);
+        meanwhile(handle.get());
+        // What the peer does of itself is seen when it has come; no post is made of this question.
+        const auto begin = Clock::now();
+        do
+            EXPECT_EQ(ask_method(handle.get()), KAVRO_BROKER_OK);
+        while (!kept && peer.connection_count() == 1 && Clock::now() - begin < 10s);
+        kavro_broker_keep_connection(handle.get(), 60);
+        EXPECT_EQ(list(handle.get()), KAVRO_BROKER_OK);
+        EXPECT_EQ(peer.connection_count(), kept ? 1u : 2u);
+        EXPECT_EQ(Log::text().find("WARNING - buffers are not empty!") != std::string::npos,
+                  std::string_view(what).starts_with("bytes"));
+    }
+}
+
+} // namespace
