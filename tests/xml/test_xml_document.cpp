@@ -92,7 +92,7 @@ TEST(XmlDocument, RefusesWhatIsMalformed) {
         {"excluded character",
          {"<a>\x1b</a>", "<a><![CDATA[\x01]]></a>", "<a><!--\x01--></a>", "<a>\xef\xbf\xbf</a>"}},
         {"unknown encoding", {"<?xml version='1.0' encoding='windows-1252'?><a/>"}},
-        {"invalid closing tag", {"<a></b>", "<a><b></a></b>", "</a>", "<a></a></a>"}},
+        {"invalid closing tag", {"<a></b>", "<a></ab>", "<a><b></a></b>", "</a>", "<a></a></a>"}},
         {"unexpected end of data", {"<a>", "<a><!-- </a>", "<a><![CDATA[ </a>", "<a><? </a>"}},
         {"document type", {"<!DOCTYPE a [<!ENTITY x \"y\">]><a>&x;</a>", "<a><![CDATA [x]]></a>"}},
     };
