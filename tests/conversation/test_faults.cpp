@@ -50,6 +50,17 @@ TEST(Faults, BrokerReportedErrors) {
     talk.broker.set_override({.match = {.request = "get-resource-list"}, .status = 407});
     EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_HTTP_NOT_OK);
     EXPECT_EQ(talk.message(), "HTTP status 407: a proxy wants a log-in");
+    talk.broker.set_override(
+        {.match = {.request = "authenticate"},
+         .raw = http_ok(broker_message(
+             "<authenticate-resp><to-client-variables><variable><name>hint</name>"
+             "<value>blue</value></variable></to-client-variables><result><result-id>"
+             "AUTH_FAILED_ACCESS_DENIED</result-id><result-str/></result></authenticate-resp>"))});
+    EXPECT_EQ(kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", "wonderland"),
+              KAVRO_BROKER_ERR_AUTH_ACCESS_DENIED);
+    uint32_t hints = 0;
+    kavro_broker_get_num_auth_to_client_variables(talk.handle, &hints);
+    EXPECT_EQ(hints, 1u) << "though nothing new is asked for";
 }
 
 /// All other steps have half a minute and more.

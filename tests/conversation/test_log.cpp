@@ -134,6 +134,11 @@ TEST(LogLineByLine, OfWhatFails) {
         talk.broker.inject(fault);
         EXPECT_EQ(logged([&] { talk.list(); }), lines) << what;
     }
+    Conversation talk(open_door());
+    const std::string unknown = std::string(64, 'x') + ".test"; // too long a label to ask for
+    kavro_broker_set_broker_address(talk.handle, unknown.c_str(), "443");
+    const std::string lines = logged([&] { talk.list(); });
+    EXPECT_TRUE(lines.ends_with("EXIT: HttpsXmlClient::connect\n" + cleared + log_id)) << lines;
 }
 
 } // namespace
