@@ -40,9 +40,13 @@ protected:
              "SSL_CERT_DIR=" + (folder / "no-other-trust").string(), variable});
     }
 
+    static void expect_then_type(TerminalProgram &program, const std::string &shown,
+                                 const std::string &typed) {
+        ASSERT_TRUE(program.wait_for(shown)) << program.screen();
+        ASSERT_TRUE(program.type(typed));
+    }
     static void log_in(TerminalProgram &program) {
-        ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
-        program.type(std::string(password) + "\n");
+        expect_then_type(program, "Password for alice: ", std::string(password) + "\n");
     }
 
     std::filesystem::path folder = [] {
@@ -56,7 +60,7 @@ TEST_F(TerminalTest, a_password_is_not_shown) {
     auto program = start();
     ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
     EXPECT_FALSE(program.echoes());
-    program.type(std::string(password) + "\n");
+    log_in(program);
     EXPECT_EQ(program.wait_for_exit(20s), 0) << program.screen();
     EXPECT_NE(program.screen().find("Build server"), std::string::npos) << program.screen();
     EXPECT_EQ(program.screen().find(password), std::string::npos) << program.screen();
@@ -78,25 +82,19 @@ TEST_F(TerminalTest, ctrl_c_in_a_shell_ends_the_running_command_or_line_only) {
         {.match = {.request = "get-resource-list"}, .ending = broker_sim::Ending::stall});
     auto program = start("shell");
     log_in(program);
-    ASSERT_TRUE(program.wait_for("kavro-broker> ")) << program.screen();
-    program.type("half a comm");
-    ASSERT_TRUE(program.wait_for("> half a comm")) << program.screen();
-    program.type("\x03");
-    ASSERT_TRUE(program.wait_for("^C\r\nkavro-broker> ")) << program.screen();
-    program.type("list\n");
-    ASSERT_TRUE(program.wait_for("Listing the desktops")) << program.screen();
-    program.type("\x03");
-    ASSERT_TRUE(program.wait_for("Cancelled.")) << program.screen();
-    program.type("help\n");
-    ASSERT_TRUE(program.wait_for("COMMAND --help")) << program.screen();
-    program.type("\x04");
+    const std::pair<const char *, const char *> dialog[] = {
+        {"kavro-broker> ", "half a comm"},  {"> half a comm", "\x03"},
+        {"^C\r\nkavro-broker> ", "list\n"}, {"Listing the desktops", "\x03"},
+        {"Cancelled.", "help\n"},           {"COMMAND --help", "\x04"},
+    };
+    for (const auto &[shown, typed] : dialog)
+        expect_then_type(program, shown, typed);
     EXPECT_EQ(program.wait_for_exit(20s), 130) << program.screen();
 }
 
 TEST_F(TerminalTest, ctrl_c_ends_a_prompt_and_restores_the_terminal) {
     auto program = start();
-    ASSERT_TRUE(program.wait_for("Password for alice: ")) << program.screen();
-    program.type("half a passw\x03");
+    expect_then_type(program, "Password for alice: ", "half a passw\x03");
     EXPECT_EQ(program.wait_for_exit(2s), 130) << program.screen();
     EXPECT_TRUE(program.echoes());
 }
