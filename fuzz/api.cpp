@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     constexpr std::chrono::seconds patience{3};
     broker_client_impl handle;
     handle.create(KAVRO_BROKER_TYPE_KAVRO,
-                  kavro::BrokerClientHandle(new kavro::cKAVRO_BROKER_CLIENT({patience, patience})));
+                  kavro::BrokerClientHandle(new kavro::cKAVRO_BROKER_CLIENT));
+    handle.limits = {patience, patience, patience};
     kavro_broker_set_broker_address(&handle, "127.0.0.1", broker.port().c_str());
     kavro_broker_set_client_info(&handle, "fuzzer", "1.0", "Linux");
     fuzz::Arguments arguments(input, &handle, texts);
