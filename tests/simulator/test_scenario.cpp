@@ -22,6 +22,8 @@ TEST(Scenario, ErrorsNameTheKey) {
          "authentication[0]: oauth names the unknown user y"},
         {R"({"desktops": [{"name": "n", "id": "i", "operations": ["CMD_FLY"]}]})",
          "desktops[0].operations[0]: is no power operation"},
+        {R"({"proxy": {"log_in": ["kerberos"]}})",
+         "proxy.log_in[0]: must be basic, digest, digest-md5, negotiate or ntlm"},
         {R"({"faults": [{"request": "helo"}]})",
          "faults[0].request: is no request of the protocol"},
         {R"({"desktops": [{"name": "n", "id": "i", "allocation": {"provisioned": true}}]})",

@@ -64,6 +64,10 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
     EXPECT_GE(status["requests"][2]["duration_ms"], 30);
     EXPECT_EQ(status["desktops"],
               (json{{{"name", "Office"}, {"id", "office"}, {"state", "POWERED_ON"}}}));
+    const json &second = status["connections"][1];
+    EXPECT_EQ(second["open"], false);
+    EXPECT_EQ(second["requests"], 0) << "it ended before";
+    EXPECT_EQ(status["connections"][2]["requests"], 1);
     ASSERT_EQ(status["sessions"].size(), 1u);
     EXPECT_EQ(status["sessions"][0]["user"], "alice");
     EXPECT_EQ(status["sessions"][0]["state"], "authenticated");

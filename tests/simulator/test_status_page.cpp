@@ -46,7 +46,7 @@ TEST(StatusPage, DrawsWhatHappensWhileItIsOpenAsText) {
     for (const char *const drawn :
          {"<title>Broker Simulator 1.0.0: status</title>", ">live</p>",
           "&lt;img src=x onerror=\"document.title='taken'\"&gt;</span>", ">&lt;b</td>", ">bye</td>",
-          ">OFF<span class=\"fault\">fault: record_size 16</span></td>"})
+          ">bye</span></li>", ">OFF<span class=\"fault\">fault: record_size 16</span></td>"})
         EXPECT_NE(document.find(drawn), document.npos) << drawn << '\n' << document;
     for (const char *const taken : {"<img", "<b>"})
         EXPECT_EQ(document.find(taken), document.npos) << document;

@@ -146,6 +146,66 @@ TEST(Wire, EndingsCutTheAnswerOrTheHandshake) {
     EXPECT_EQ(simulator.connections(), std::size(rows) - 1) << "the last was never accepted";
 }
 
+/// What the proxy, and the server behind it, send to these bytes of plain TCP.
+std::string say_to_proxy(const Simulator &simulator, std::string_view bytes) {
+    asio::ip::tcp::iostream stream;
+    stream.expires_after(limit);
+    stream.connect(simulator.address(), std::to_string(simulator.port(server_name::proxy)));
+    stream << bytes << std::flush;
+    stream.socket().shutdown(asio::socket_base::shutdown_send);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST(Wire, TheProxyTellsWhoMayPass) {
+    using namespace std::string_literals;
+    const std::string connect = "CONNECT broker.test:443 HTTP/1.1\r\nConnection: close\r\n",
+                      offer = "Proxy-Authenticate: Basic realm=\"simulator\", charset=\"UTF-8\"",
+                      ann = "\x01\x03"
+                            "ann\x06secret"s,
+                      eve = "\x01\x03"
+                            "eve\x06secret"s,
+                      by_name = "\x05\x01\x00\x03\x0b"
+                                "broker.test\x01\xbb"s;
+    const struct {
+        std::string said, heard; ///< the beginning
+        Override scripted = {.match = {.request = "nothing"}};
+    } rows[] = {
+        {connect + "\r\n", "HTTP/1.1 407 "},
+        {connect + "Proxy-Authorization: basic YW5uOnNlY3JldA==\r\n\r\n", "HTTP/1.1 200 "},
+        {connect + "Proxy-Authorization: Basic ZXZlOnNlY3JldA==\r\n\r\n", "HTTP/1.1 407 "},
+        {connect + "Proxy-Authorization: NTLM YW5uOnNlY3JldA==\r\n\r\n", "HTTP/1.1 407 "},
+        {"GET / HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 405 "},
+        {connect + "\r\n", "HTTP/1.1 502 ", {.status = 502, .body = "none"}},
+        {"\x05\x01\x00"s, "\x05\xff"s},
+        {"\x05\x02\x00\x02"s + ann + by_name, "\x05\x02\x01\x00\x05\x00"s},
+        {"\x05\x01\x02"s + eve, "\x05\x02\x01\x01"s},
+        {"\x05\x01\x02"s + ann + by_name, "\x05\x02\x01\x00\x05\x04"s, {.status = 4}},
+        {"\x05\x01\x02"s + ann + by_name, "\x05\x02\x01\x00\x05\x02"s, {.status = 403}},
+    };
+    Simulator simulator(
+        {.proxy = Proxy{.log_in = {"ntlm", "basic"}, .users = {{"ann", "secret"}}}});
+    for (const auto &[said, heard, scripted] : rows) {
+        simulator.clear_faults();
+        simulator.set_override(scripted);
+        const std::string answer = say_to_proxy(simulator, said);
+        EXPECT_EQ(answer.substr(0, heard.size()), heard) << said;
+        EXPECT_EQ(answer.find(offer) != answer.npos, heard == "HTTP/1.1 407 ") << answer;
+    }
+    EXPECT_EQ(simulator.connections(), 2u) << "those that may pass";
+}
+
+TEST(Wire, AConnectionEndsWhenItHasBeenIdleOrHadItsAnswers) {
+    const std::string kept = "POST / HTTP/1.1\r\nContent-Length: 0\r\n\r\n";
+    for (const Patience patience : {Patience{.most_requests = 2}, Patience{.idle = 50ms}}) {
+        Simulator simulator({.patience = patience});
+        const auto received = converse(simulator, kept + kept);
+        EXPECT_EQ(received.end, asio::error::eof);
+        EXPECT_EQ(received.pieces.size(), 2u);
+        EXPECT_EQ(received.pieces[1].find("Connection: close") != std::string::npos,
+                  patience.most_requests == 2);
+    }
+}
+
 TEST(Wire, AnswersComeInThePiecesAskedFor) {
     Simulator simulator{Scenario{}};
     const std::string whole = body_of(converse(simulator, hello).text);

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace broker_sim {
 
@@ -36,6 +37,18 @@ struct Provisioner {
     std::string certificate; ///< as PEM
 };
 
+/// What the proxy remembers of its clients.
+struct ProxyState {
+    struct Count {
+        unsigned asked = 0;
+        unsigned let_through = 0;
+    };
+
+    std::string nonce; ///< of Digest
+    unsigned nonce_used = 0;
+    std::map<std::pair<std::string, std::string>, Count> counts; ///< by user and target
+};
+
 /// All that the message handlers share.
 struct BrokerState {
     explicit BrokerState(Scenario played);
@@ -48,6 +61,7 @@ struct BrokerState {
     Variables client_to_broker;
     Variables client_to_agent;
     Provisioner provisioner;
+    ProxyState proxy;
 
     /// Null when there is no such desktop.
     DesktopState *find_desktop(std::string_view id);

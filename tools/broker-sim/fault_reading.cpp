@@ -21,8 +21,8 @@ std::string_view word_for(const T &value, const Word<T> (&words)[count]) {
 
 bool is_server(std::string_view name) {
     using namespace server_name;
-    static constexpr std::string_view all[] = {broker, view_broker, direct_host, registration,
-                                               provisioning};
+    static constexpr std::string_view all[] = {broker,       view_broker,  direct_host,
+                                               registration, provisioning, proxy};
     return std::ranges::find(all, name) != std::end(all);
 }
 

@@ -16,6 +16,7 @@ inline constexpr std::string_view view_broker = "view_broker";
 inline constexpr std::string_view direct_host = "direct_host";
 inline constexpr std::string_view registration = "registration";
 inline constexpr std::string_view provisioning = "provisioning";
+inline constexpr std::string_view proxy = "proxy";
 } // namespace server_name
 
 /// Which requests a fault or an override applies to. Empty and 0 stand for "any".

@@ -33,16 +33,22 @@ std::size_t stated_length(std::string_view head) {
     return length;
 }
 
+bool may_be_repeated(http::field field) {
+    return field == http::field::set_cookie || field == http::field::proxy_authenticate;
+}
+
 std::string response_head(const HttpAnswer &answer, std::size_t body_size, const Fault &fault) {
     http::response<http::empty_body> response(static_cast<http::status>(answer.status), 11);
     response.set(http::field::server, "broker-sim");
-    response.set(http::field::content_type, "text/xml; charset=UTF-8");
-    if (fault.chunks.empty())
-        response.content_length(body_size);
-    else
-        response.chunked(true);
+    if (!answer.consents()) { // RFC 9110 section 9.3.6: a consent has neither length nor coding
+        response.set(http::field::content_type, "text/xml; charset=UTF-8");
+        if (fault.chunks.empty())
+            response.content_length(body_size);
+        else
+            response.chunked(true);
+    }
     for (const auto &[name, value] : answer.headers)
-        if (http::string_to_field(name) == http::field::set_cookie)
+        if (may_be_repeated(http::string_to_field(name)))
             response.insert(name, value);
         else
             response.set(name, value);
@@ -78,9 +84,17 @@ HttpRequest read_request_head(std::string head) {
     request.method = std::string(fields.method_string());
     request.target = std::string(fields.target());
     request.cookies = std::string(fields[http::field::cookie]);
+    request.proxy_authorization = std::string(fields[http::field::proxy_authorization]);
     request.content_length = parser.content_length().value_or(stated_length(request.head));
     request.keep_alive = fields.keep_alive();
     return request;
+}
+
+bool HttpAnswer::says_close() const {
+    return std::ranges::any_of(headers, [](const auto &header) {
+        return http::string_to_field(header.first) == http::field::connection &&
+               http::token_list(header.second).exists("close");
+    });
 }
 
 std::string response_bytes(const HttpAnswer &answer, const Fault &fault) {

@@ -18,6 +18,8 @@ struct HttpRequest {
     std::string method{};
     std::string target{};
     std::string cookies{};
+    std::string proxy_authorization{};
+    std::string proxy_user{}; ///< who has logged in already, as SOCKS does before it asks
     std::size_t content_length = 0;
     bool keep_alive = false;
 
@@ -31,6 +33,12 @@ struct HttpAnswer {
     std::vector<std::pair<std::string, std::string>> headers{};
     std::string body{};
     std::optional<std::string> raw{}; ///< the whole response, instead of all of the above
+
+    bool tunnel = false; ///< a proxy's consent, which has no body, as long as its status is one
+
+    bool consents() const { return tunnel && status / 100 == 2; }
+    /// Whether it tells the client that the connection ends.
+    bool says_close() const;
 };
 
 /// The response as it goes over the wire, spoilt by what the fault says of its bytes.

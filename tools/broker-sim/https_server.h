@@ -1,11 +1,12 @@
 #pragma once
 #include "connection_server.h"
 #include "http_message.h"
+#include "scenario.h"
 
 #include <boost/asio/ssl/context.hpp>
-#include <boost/asio/ssl/stream.hpp>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace broker_sim {
@@ -22,24 +23,26 @@ public:
     struct Reply {
         HttpAnswer answer{};
         Fault fault{};
-        std::uint64_t number = 0; ///< what sent() is told of it
+        std::uint64_t number = 0;                               ///< what sent() is told of it
+        std::optional<boost::asio::ip::tcp::endpoint> tunnel{}; ///< where the connection then leads
     };
 
     virtual bool refuses_to_accept() = 0; ///< asked before each TCP accept
     virtual Connection accept() = 0;
     virtual Reply answer(unsigned connection, const HttpRequest &request) = 0;
     virtual void sent(std::uint64_t number) = 0; ///< all of the reply of that number
+    virtual void ended(unsigned connection) = 0;
 
 protected:
     ~Service() = default;
 };
 
-/// HTTP/1.1 over TLS.
+/// HTTP/1.1 over TLS; as a proxy, whatever a client begins with.
 class HttpsServer {
 public:
-    /// Listens, but serves nobody before start().
-    HttpsServer(const std::string &address, std::uint16_t port, boost::asio::ssl::context tls,
-                Service &service);
+    /// Listens, but serves nobody before start(). @param proxy null for every other server.
+    HttpsServer(const std::string &address, const Listener &listener, boost::asio::ssl::context tls,
+                const Proxy *proxy, Service &service);
 
     void start();
 
@@ -49,12 +52,14 @@ public:
     void reconsider_accepting() { connections_.reconsider_refusing(); }
 
 private:
-    using Stream = boost::asio::ssl::stream<Socket>;
-
     boost::asio::awaitable<void> serve(Socket socket);
-    boost::asio::awaitable<void> converse(Stream &stream, unsigned connection);
+    boost::asio::awaitable<void> speak(Socket socket, unsigned connection);
+    template <class Stream, class Client>
+    boost::asio::awaitable<void> converse(Stream &stream, Client &client, unsigned connection);
 
     boost::asio::ssl::context tls_;
+    const Patience patience_;
+    const Proxy *const proxy_;
     Service &service_;
     ConnectionServer connections_; ///< the last, because its thread uses all of the above
 };

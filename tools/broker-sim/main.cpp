@@ -25,7 +25,7 @@ constexpr const char *scenario_help = R"(A scenario is one JSON file; every sect
   password_change  what an expired password may become
   allocation       target, gateway ticket, alternates, variables, failures, pending
   desktops         a list of desktops, or {"generate": {"count": N, ...}}
-  view_broker, direct_host, registration, provisioning
+  view_broker, direct_host, registration, provisioning, proxy
                    further servers, each on a port of its own
   overrides        other answers than the broker's own
   faults           stalls, resets, odd pieces, wrong status, bad XML

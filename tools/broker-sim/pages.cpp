@@ -1,6 +1,8 @@
 // What every server has at which path.
 #include "pages.h"
 
+#include "proxy_log_in.h"
+
 #include <algorithm>
 
 namespace broker_sim {
@@ -45,8 +47,12 @@ HttpAnswer answer_table(Broker &broker, const Visit &) {
             .body = broker.scenario().registration.value().table};
 }
 
+HttpAnswer answer_connect(Broker &broker, const Visit &visit) {
+    return admit(broker.scenario().proxy.value(), broker.state().proxy, visit.http);
+}
+
 struct Page {
-    std::string_view server, method, path;
+    std::string_view server, method, path; ///< no path stands for any
     HttpAnswer (*answer)(Broker &, const Visit &);
     std::string_view kind{}; ///< where requests are no messages, which name their own
 };
@@ -56,11 +62,13 @@ constexpr Page pages[] = {
     {server_name::provisioning, "POST", "/kavro-broker/xml", answer_provisioning},
     {server_name::view_broker, "POST", "/broker/xml", answer_view, "view"},
     {server_name::registration, "GET", "/cm-lookup.cfg", answer_table, "registration-table"},
+    {server_name::proxy, "CONNECT", "", answer_connect, "connect"},
 };
 
 const Page *find_page(std::string_view server, const HttpRequest &request) {
     const auto page = std::ranges::find_if(pages, [&](const Page &candidate) {
-        return candidate.server == server && candidate.path == request.target;
+        return candidate.server == server &&
+               (candidate.path.empty() || candidate.path == request.target);
     });
     return page == std::end(pages) ? nullptr : page;
 }

@@ -55,10 +55,17 @@ struct Tls {
     bool demand_client_certificate = false; ///< any will do
 };
 
+/// How long a server lets clients keep a connection; 0: for ever.
+struct Patience {
+    unsigned most_requests = 0;        ///< the answer to the last one says that it is
+    std::chrono::milliseconds idle{0}; ///< from an answer to the next request
+};
+
 /// A server beside the broker, on the same address.
 struct Listener {
     std::uint16_t port = 0; ///< 0: a free one
     Tls tls{};
+    Patience patience{};
 };
 
 /// The service that publishes which broker a registration code stands for.
@@ -75,6 +82,21 @@ struct Provisioning {
     std::optional<std::string> leaf_certificate{};         ///< announced instead of its own
     std::string result_id{"SESSION_PROVISION_SUCCESSFUL"}; ///< any other one sends no target
     std::string result_str{};
+};
+
+/// Who may use the proxy.
+struct ProxyUser {
+    std::string username{};
+    std::string password{};
+};
+
+/// A proxy, of HTTP with and without TLS and of SOCKS 5 at once, that leads to the simulator's own
+/// servers, by whatever name a client asks for them.
+struct Proxy {
+    Listener listener{};
+    std::vector<std::string> log_in{}; ///< what it offers, in this order; none: anybody may pass
+    std::vector<ProxyUser> users{};
+    unsigned nonce_uses = 0; ///< after so many log-ins by Digest a nonce is stale; 0: never
 };
 
 struct User {
@@ -190,6 +212,7 @@ std::vector<Desktop> generate_desktops(const Desktop &model, std::size_t count);
 struct Scenario {
     std::string address{"127.0.0.1"};
     std::uint16_t port = 0; ///< 0: a free one
+    Patience patience{};
     BrokerInfo broker{};
     Tls tls{};
     std::string session_cookie{"JSESSIONID"};
@@ -201,10 +224,11 @@ struct Scenario {
     std::vector<Desktop> desktops{};
     std::vector<Override> overrides{};
     std::vector<Fault> faults{};
-    std::optional<Listener> view_broker{}; ///< these four servers run when they are given
+    std::optional<Listener> view_broker{}; ///< these five servers run when they are given
     std::optional<Listener> direct_host{};
     std::optional<Registration> registration{};
     std::optional<Provisioning> provisioning{};
+    std::optional<Proxy> proxy{};
 
     /// Both throw ScenarioError.
     static Scenario parse(std::string_view json);

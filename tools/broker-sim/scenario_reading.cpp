@@ -3,6 +3,7 @@
 #include "demo_scenario.h"
 #include "fault_reading.h"
 #include "json_node.h"
+#include "proxy_log_in.h"
 
 #include <algorithm>
 #include <fstream>
@@ -77,6 +78,11 @@ void read(const JsonNode &node, User &out) {
         {"blocked", into(out.blocked)},
         {"entitled", into(out.entitled)},
     });
+}
+
+void read(const JsonNode &node, ProxyUser &out) {
+    node.read_object(
+        {{"username", into(out.username), true}, {"password", into(out.password), true}});
 }
 
 void read(const JsonNode &node, DialogField &out) {
@@ -226,7 +232,10 @@ void read_desktops(const JsonNode &node, const Allocation &shared, std::vector<D
 /// The keys of every server beside the broker. Its TLS states only what differs from the broker's.
 std::vector<JsonNode::Member> listener_members(Listener &out, const Scenario &scenario) {
     out.tls = scenario.tls;
-    return {{"port", into(out.port)}, {"tls", into(out.tls)}};
+    return {{"port", into(out.port)},
+            {"tls", into(out.tls)},
+            {"most_requests", into(out.patience.most_requests)},
+            {"idle_ms", into(out.patience.idle)}};
 }
 
 void read_registration(const JsonNode &node, const Scenario &scenario, Registration &out) {
@@ -242,6 +251,15 @@ void read_provisioning(const JsonNode &node, const Scenario &scenario, Provision
                      listener_members(out.listener, scenario));
 }
 
+void read_proxy(const JsonNode &node, const Scenario &scenario, Proxy &out) {
+    node.read_object(
+        {{"log_in", checked(is_proxy_log_in, "must be basic, digest, digest-md5, negotiate or ntlm",
+                            out.log_in)},
+         {"users", into(out.users)},
+         {"nonce_uses", into(out.nonce_uses)}},
+        listener_members(out.listener, scenario));
+}
+
 void check_provisioning(const JsonNode &node, const Scenario &scenario) {
     const auto is_provisioned = [](const Desktop &desktop) {
         return desktop.allocation && desktop.allocation->provisioned;
@@ -255,7 +273,10 @@ void check_provisioning(const JsonNode &node, const Scenario &scenario) {
 
 void read(const JsonNode &node, Scenario &out) {
     const auto listen = [&](const JsonNode &child) {
-        child.read_object({{"address", into(out.address)}, {"port", into(out.port)}});
+        child.read_object({{"address", into(out.address)},
+                           {"port", into(out.port)},
+                           {"most_requests", into(out.patience.most_requests)},
+                           {"idle_ms", into(out.patience.idle)}});
     };
     const auto authentication = [&](const JsonNode &child) {
         child.read_array([&](const JsonNode &element) {
@@ -281,6 +302,7 @@ void read(const JsonNode &node, Scenario &out) {
     const auto provisioning = [&](const JsonNode &child) {
         read_provisioning(child, out, out.provisioning.emplace());
     };
+    const auto proxy = [&](const JsonNode &child) { read_proxy(child, out, out.proxy.emplace()); };
     node.read_object({
         {"listen", listen},
         {"broker", into(out.broker)},
@@ -298,6 +320,7 @@ void read(const JsonNode &node, Scenario &out) {
         {server_name::direct_host, server(out.direct_host)},
         {server_name::registration, registration},
         {server_name::provisioning, provisioning},
+        {server_name::proxy, proxy},
     });
     check_provisioning(node, out);
 }

@@ -1,11 +1,13 @@
 #include "broker_sim.h"
 #include "https_server.h"
 #include "pages.h"
+#include "proxy_log_in.h"
 #include "rule_list.h"
 #include "server_tls.h"
 #include "status_board.h"
 #include "table_cache.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <fstream>
 #include <mutex>
@@ -71,8 +73,8 @@ public:
             : impl(shared),
               name(server_name),
               identity(server_identity(listener.tls, impl.broker.scenario().address)),
-              server(impl.broker.scenario().address, listener.port,
-                     server_tls(listener.tls, identity), *this) {}
+              server(impl.broker.scenario().address, listener, server_tls(listener.tls, identity),
+                     impl.proxy_of(name), *this) {}
 
         bool refuses_to_accept() override {
             const std::lock_guard lock(impl.mutex);
@@ -84,6 +86,8 @@ public:
             ++connections;
             impl.changed.notify_all();
             const Event event{name, connections};
+            if (impl.board)
+                impl.board->connected(event);
             const Fault fault = impl.fault_at(Stage::handshake, event);
             if (impl.board && fault.stage == Stage::handshake)
                 impl.board->add(event, "", fault);
@@ -101,6 +105,8 @@ public:
                 name == server_name::direct_host
                     ? Reply{.fault = {.ending = Ending::stall}}
                     : Reply{impl.answer_to(visit, event), impl.fault_at(Stage::response, event)};
+            if (name == server_name::proxy)
+                impl.let_through(request, reply);
             if (impl.board)
                 reply.number =
                     impl.board->add(event, result_of(reply.answer, reply.fault), reply.fault);
@@ -111,6 +117,12 @@ public:
             const std::lock_guard lock(impl.mutex);
             if (impl.board)
                 impl.board->sent(number);
+        }
+
+        void ended(unsigned connection) override {
+            const std::lock_guard lock(impl.mutex);
+            if (impl.board)
+                impl.board->ended({name, connection});
         }
 
         Impl &impl;
@@ -135,7 +147,7 @@ private:
         const auto open = [&](std::string_view name, const Listener &listener) {
             desks.try_emplace(name, *this, name, listener);
         };
-        open(server_name::broker, {scenario.port, scenario.tls});
+        open(server_name::broker, {scenario.port, scenario.tls, scenario.patience});
         if (scenario.view_broker)
             open(server_name::view_broker, *scenario.view_broker);
         if (scenario.direct_host)
@@ -144,6 +156,34 @@ private:
             open(server_name::registration, scenario.registration->listener);
         if (scenario.provisioning)
             open(server_name::provisioning, scenario.provisioning->listener);
+        if (scenario.proxy)
+            open(server_name::proxy, scenario.proxy->listener);
+    }
+
+    const Proxy *proxy_of(std::string_view name) const {
+        const auto &proxy = broker.scenario().proxy;
+        return proxy && name == server_name::proxy ? &*proxy : nullptr;
+    }
+
+    /// Counts who asked the proxy for what, and says where the tunnel leads, if there is one.
+    void let_through(const HttpRequest &request, Service::Reply &reply) {
+        auto &[asked, let_through] =
+            broker.state().proxy.counts[{proxy_user_of(request), request.target}];
+        ++asked;
+        if (!reply.answer.consents() || request.target.empty())
+            return;
+        ++let_through;
+        reply.tunnel = endpoint_for(request.target);
+    }
+
+    /// The server whose port a target has, whatever its name is; else the broker.
+    boost::asio::ip::tcp::endpoint endpoint_for(std::string_view target) const {
+        const std::string_view port = target.substr(target.rfind(':') + 1);
+        const auto meant = std::ranges::find_if(desks, [port](const auto &desk) {
+            return port == std::to_string(desk.second.server.endpoint().port());
+        });
+        const auto &desk = meant == desks.end() ? desks.at(server_name::broker) : meant->second;
+        return desk.server.endpoint();
     }
 
     /// Some answers name other servers, whose ports are known only now.

@@ -65,7 +65,39 @@ json desktops_of(const BrokerState &state) {
     return rows;
 }
 
+json proxied_of(const BrokerState &state) {
+    json rows = json::array();
+    for (const auto &[who, count] : state.proxy.counts) {
+        if (rows.size() == most_rows)
+            break;
+        rows.push_back({{"user", who.first},
+                        {"target", who.second},
+                        {"asked", count.asked},
+                        {"let_through", count.let_through}});
+    }
+    return rows;
+}
+
 } // namespace
+
+void StatusBoard::connected(const Event &event) {
+    if (connections_.size() == most_rows)
+        connections_.pop_front();
+    connections_.push_back({event.server, event.connection, std::chrono::system_clock::now()});
+    ++connected_;
+}
+
+void StatusBoard::ended(const Event &event) {
+    if (Connection *const connection = find(event))
+        connection->open = false;
+}
+
+StatusBoard::Connection *StatusBoard::find(const Event &event) {
+    const auto found = std::ranges::find_if(connections_, [&](const Connection &connection) {
+        return connection.server == event.server && connection.number == event.connection;
+    });
+    return found == connections_.end() ? nullptr : &*found;
+}
 
 std::uint64_t StatusBoard::add(const Event &event, std::string result, const Fault &fault) {
     if (entries_.size() == most_rows)
@@ -78,6 +110,9 @@ std::uint64_t StatusBoard::add(const Event &event, std::string result, const Fau
                         .request = std::string(event.request.substr(0, most_name_bytes)),
                         .result = std::move(result),
                         .fault = fault});
+    Connection *const connection = find(event);
+    if (connection && fault.stage == Stage::response)
+        ++connection->requests;
     return ++added_;
 }
 
@@ -100,14 +135,24 @@ std::string StatusBoard::json(const BrokerState &state, const std::vector<Server
         {"servers", json::array()},
         {"sessions", sessions_of(state)},
         {"desktops", desktops_of(state)},
+        {"proxied", proxied_of(state)},
+        {"connections", json::array()},
         {"requests", json::array()},
         {"totals",
          {{"sessions", state.sessions.size()},
           {"desktops", state.desktops.size()},
+          {"proxied", state.proxy.counts.size()},
+          {"connections", connected_},
           {"requests", added_}}},
     };
     for (const auto &[name, port, connections] : servers)
         status["servers"].push_back({{"name", name}, {"port", port}, {"connections", connections}});
+    for (const Connection &connection : connections_)
+        status["connections"].push_back({{"server", connection.server},
+                                         {"connection", connection.number},
+                                         {"since", milliseconds(connection.since)},
+                                         {"requests", connection.requests},
+                                         {"open", connection.open}});
     std::uint64_t number = added_ - entries_.size();
     for (const Entry &entry : entries_) {
         nlohmann::json row = {{"number", ++number},       {"time", milliseconds(entry.time)},

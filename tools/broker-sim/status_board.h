@@ -25,6 +25,9 @@ public:
 
     explicit StatusBoard(std::string scenario_name) : scenario_name_(std::move(scenario_name)) {}
 
+    void connected(const Event &event);
+    void ended(const Event &event);
+
     /// Returns the number of the entry. The event's request is empty when a fault strikes before
     /// there is one.
     std::uint64_t add(const Event &event, std::string result, const Fault &fault);
@@ -34,6 +37,16 @@ public:
     std::string json(const BrokerState &state, const std::vector<Server> &servers) const;
 
 private:
+    struct Connection {
+        std::string_view server;
+        unsigned number;
+        std::chrono::system_clock::time_point since;
+        unsigned requests = 0;
+        bool open = true;
+    };
+
+    Connection *find(const Event &event);
+
     struct Entry {
         std::chrono::system_clock::time_point time; ///< of the day, for people
         std::chrono::steady_clock::time_point begun;
@@ -46,8 +59,10 @@ private:
     };
 
     std::string scenario_name_;
-    std::deque<Entry> entries_; ///< the latest, oldest first
-    std::uint64_t added_ = 0;   ///< the number of the last one
+    std::deque<Connection> connections_; ///< the latest, oldest first
+    std::uint64_t connected_ = 0;        ///< in all
+    std::deque<Entry> entries_;          ///< the latest, oldest first
+    std::uint64_t added_ = 0;            ///< the number of the last one
 };
 
 /// What a client reads as the result; empty when nothing of the answer is sent.

@@ -57,6 +57,14 @@ const drawDesktop = ({name, id, state}) =>
 const drawSession = ({id, user, state, age}) =>
   tile(user || "nobody yet", `state ${sessionTones[state] ?? ""}`, state, `${id}…`, age);
 
+const drawConnection = ({server, connection, open, requests, posts}) =>
+  tile(`${server} ${connection}`, open ? "state good" : "state", open ? "open" : "ended",
+    posts || "nothing yet", plural(requests, "request"));
+
+const drawProxied = ({user, target, asked, let_through}) =>
+  tile(target || "nothing", `state ${let_through ? "good" : "bad"}`,
+    `${let_through} of ${asked} let through`, user || "nobody");
+
 function drawRequest({time, server, connection, request, result, duration_ms, fault}) {
   const parts = Object.entries(fault).map(([key, value]) => `${key} ${value}`).join(", ");
   const row = make("tr", "",
@@ -85,19 +93,29 @@ function countOf(total, shown, which) {
   return total > shown ? `${total}, the ${which} ${shown} shown` : String(total);
 }
 
+/// What came over a connection, as far as it is remembered.
+const postsOf = ({server, connection}, requests) => requests
+  .filter((request) => request.server === server && request.connection === connection)
+  .map(({request}) => request || "no message").join(", ");
+
 function draw(status) {
-  const {totals, sessions, desktops, requests} = status;
+  const {totals, sessions, desktops, connections, proxied, requests} = status;
   document.title = `${status.product}: status`;
   element("product").textContent = status.product;
   element("scenario").textContent = status.scenario;
   element("address").textContent = `on ${status.address}`;
   element("sessions-total").textContent = countOf(totals.sessions, sessions.length, "newest");
   element("desktops-total").textContent = countOf(totals.desktops, desktops.length, "first");
+  element("connections-total").textContent = countOf(totals.connections, connections.length, "latest");
+  element("proxied-total").textContent = countOf(totals.proxied, proxied.length, "first");
   element("requests-total").textContent = countOf(totals.requests, requests.length, "latest");
   fill("servers", status.servers, drawServer);
   fill("desktops", desktops, drawDesktop);
   const aged = sessions.map(({since, ...session}) => ({...session, age: age(status.now - since)}));
   fill("sessions", aged, drawSession);
+  fill("connections", connections.reverse().map((row) => ({...row, posts: postsOf(row, requests)})), drawConnection);
+  element("proxy").hidden = !status.servers.some(({name}) => name === "proxy");
+  fill("proxied", proxied, drawProxied);
   fill("requests", requests.reverse(), drawRequest);
 }
 
