@@ -1,6 +1,6 @@
 #include "io_client.h"
 #include "io_names.h"
-#include "probe/probe_test.h"
+#include "probe/search.h"
 
 #include <csignal>
 #include <fcntl.h>
