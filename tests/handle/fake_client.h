@@ -21,7 +21,7 @@ public:
     /// Runs inside run_io() before the handler of that operation.
     std::map<std::string, std::function<void()>> hooks;
     ConnectionRequest last_connection;
-    std::string last_answers; ///< of a dialog, as "name=Alice;pin=1234, hidden;"
+    std::string last_answers; ///< of a dialog as "name=Alice;pin=1234, hidden;", else as "a b "
     std::chrono::milliseconds last_timeout{};
     std::string log_id;
     cAUTH_RESULT auth;
@@ -57,15 +57,16 @@ public:
     void authenticate_oauth(std::string_view, AuthHandler handler) override {
         answer("oauth", handler);
     }
-    void authenticate_securid(std::string_view, std::string_view, AuthHandler handler) override {
-        answer("securid", handler);
+    void authenticate_securid(std::string_view user, std::string_view passcode,
+                              AuthHandler handler) override {
+        answer("securid", handler, {user, passcode});
     }
-    void authenticate_securid_token(std::string_view, AuthHandler handler) override {
-        answer("securid token", handler);
+    void authenticate_securid_token(std::string_view token, AuthHandler handler) override {
+        answer("securid token", handler, {token});
     }
-    void change_securid_pin(std::string_view, std::string_view, std::string_view,
+    void change_securid_pin(std::string_view token, std::string_view pin, std::string_view again,
                             AuthHandler handler) override {
-        answer("securid pin", handler);
+        answer("securid pin", handler, {token, pin, again});
     }
     void wait_for_securid(AuthHandler handler) override { answer("securid wait", handler); }
     void accept_disclaimer(bool accept, AuthHandler handler) override {
@@ -109,12 +110,13 @@ public:
     std::string get_resolved_address() const override { return last_connection.address; }
     void enable_oauth(bool) override {}
 
-protected:
-    void answer(const std::string &name, const AuthHandler &handler) {
+private:
+    void answer(const std::string &name, const AuthHandler &handler,
+                std::initializer_list<std::string_view> arguments = {}) {
+        for (const auto argument : arguments)
+            (last_answers += argument) += ' ';
         queue(name, [this, handler](const BrokerResult &result) { handler(result, auth); });
     }
-
-private:
     void queue(const std::string &name, std::function<void(const BrokerResult &)> complete) {
         calls.push_back(name);
         queued_.push_back([this, name, complete] {

@@ -258,6 +258,32 @@ TEST(RequestFrame, AllocationTimeouts) {
     }
 }
 
+TEST(RequestFrame, SecurIdLeadsFromStepToStep) {
+    const struct {
+        kavro_broker_result (*send)(Handle);
+        const char *arguments;
+        AuthMethod next;
+        uint32_t method;
+    } rows[] = {
+        {[](Handle h) { return kavro_broker_send_securid_auth(h, "alice", "1234"); }, "alice 1234 ",
+         AuthMethod::securid_next_token, KAVRO_BROKER_AUTH_METHOD_SECURID_NEXT_TOKEN},
+        {[](Handle h) { return kavro_broker_send_securid_token(h, "5678"); }, "5678 ",
+         AuthMethod::securid_new_pin, KAVRO_BROKER_AUTH_METHOD_SECURID_NEW_PIN},
+        {[](Handle h) { return kavro_broker_send_securid_pinchange(h, "5678", "42", "43"); },
+         "5678 42 43 ", AuthMethod::securid_wait, KAVRO_BROKER_AUTH_METHOD_SECURID_WAIT},
+        {kavro_broker_send_securid_wait, "", AuthMethod::securid, KAVRO_BROKER_AUTH_METHOD_SECURID},
+    };
+    for (const auto &[send, arguments, next, expected] : rows) {
+        FakeHandle handle;
+        handle.client->auth.method = next;
+        EXPECT_EQ(send(handle), KAVRO_BROKER_OK);
+        EXPECT_EQ(handle.client->last_answers, arguments);
+        uint32_t method = 0;
+        EXPECT_EQ(kavro_broker_get_auth_method(handle, &method), KAVRO_BROKER_OK);
+        EXPECT_EQ(method, expected) << arguments;
+    }
+}
+
 TEST(RequestFrame, DialogAnswersAreMatchedByName) {
     FakeHandle handle;
     handle.client->auth.dialog_fields = handle.handle->auth.dialog_fields = {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 /// What the tests and the plug-in that they load tell each other.
 struct ViewPluginState {
@@ -9,7 +8,6 @@ struct ViewPluginState {
 
     Next next = Next::good; ///< what becomes of the next client that is asked for
     std::uint32_t kind = 0; ///< what the clients say they are
-    std::string request{};  ///< the last SecurID request, as "name argument ..."
     int made = 0;
     int destroyed = 0;
 };
