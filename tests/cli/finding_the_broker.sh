@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Probes, registration codes, provisioning and OAuth: finding_the_broker.sh SIMULATOR CLIENT
+# Probes, registration codes, provisioning: finding_the_broker.sh SIMULATOR CLIENT
 set -euo pipefail
 . "$(dirname "$0")/../../tools/simulator.sh"
 . "$(dirname "$0")/expect.sh"
@@ -22,10 +22,4 @@ expect 0 "stands for https://127.0.0.1:$port" list --registration-code DEMO "${l
 expect 0 'Alternate +127.0.0.2, port 4172' connect Design --registration-code DEMO "${log_in[@]}" --log-level info
 grep -q 'not shown: it holds a ticket' <<<"$output"
 if grep 'demo-gateway-ticket' <<<"$output"; then exit 1; fi
-kill "$simulator"
-
-start_simulator "$1" --scenario "$(dirname "$0")/../../tools/broker-sim/scenarios/oauth.json"
-log_in=(--broker "127.0.0.1:$port" --oauth-code-fd 0 --non-interactive)
-secret=4711-0815 expect 0 Office list "${log_in[@]}"
-secret=wrong expect 4 KAVRO_BROKER_ERR_AUTH_OAUTH_CODE_INVALID list "${log_in[@]}"
 echo "finding the broker: all as expected"

