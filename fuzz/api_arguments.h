@@ -127,6 +127,10 @@ private:
     kavro_broker_log_function make(std::type_identity<kavro_broker_log_function>) {
         return or_null(&SilentLog::take);
     }
+    kavro_broker_message_function make(std::type_identity<kavro_broker_message_function>) {
+        return or_null<kavro_broker_message_function>(
+            [](void *, std::int32_t, std::int32_t, std::int32_t, const char *) {});
+    }
     kavro_broker_session_log_id_function
     make(std::type_identity<kavro_broker_session_log_id_function>) {
         return or_null<kavro_broker_session_log_id_function>([](const char *) {});

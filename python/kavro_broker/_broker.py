@@ -3,10 +3,11 @@
 from ctypes import byref, c_uint32, c_void_p, create_string_buffer, memmove, string_at
 from typing import NamedTuple
 
-from ._exports import (AuthMethod, BrokerType, Operation, Result, kavro_broker_name_value,
-                       kavro_broker_sign_function)
+from ._exports import (AuthMethod, BrokerType, Operation, Result, kavro_broker_message_function,
+                       kavro_broker_name_value, kavro_broker_sign_function)
 from ._library import (Error, Owned, check, encode, library, make, read_each, read_text, read_texts,
                        read_value)
+from ._process import LogMessage
 from ._records import (BrokerInfo, Dialog, VariableList, read_certificate, read_connection, read_desktops,
                        read_dialog_button, read_dialog_field, read_variables)
 
@@ -17,7 +18,7 @@ class Broker(Owned):
 
     def __init__(self, type_code=BrokerType.KAVRO):
         super().__init__(make(library.kavro_broker_create, type_code), library.kavro_broker_free)
-        self._signers = []  # until the end: which one the library still holds is its own affair
+        self._callbacks = []  # until the end: which one the library still holds is its own affair
 
     # Settings
 
@@ -45,6 +46,15 @@ class Broker(Owned):
         if not 0 <= seconds <= 0xFFFF:
             raise ValueError(seconds)
         check(library.kavro_broker_set_connect_to_desktop_timeout(self.handle, seconds))
+
+    def set_message_function(self, function):
+        """`function` gets every LogMessage of this conversation; with None the process's gets them."""
+        def deliver(_, category, severity, error, text):
+            function(LogMessage(category, severity, error, text.decode()))
+
+        self._callbacks.append(kavro_broker_message_function(deliver) if function
+                               else kavro_broker_message_function())
+        check(library.kavro_broker_set_message_function(self.handle, self._callbacks[-1], None))
 
     def keep_connection(self, idle_seconds):
         check(library.kavro_broker_keep_connection(self.handle, min(idle_seconds, 0xFFFFFFFF)))
@@ -209,8 +219,8 @@ class Broker(Owned):
             signature_length[0] = len(made)
             return 1
 
-        self._signers.append(kavro_broker_sign_function(deliver))
-        check(use(self.handle, der, len(der), self._signers[-1], None))
+        self._callbacks.append(kavro_broker_sign_function(deliver))
+        check(use(self.handle, der, len(der), self._callbacks[-1], None))
 
 
 class FoundType(NamedTuple):

@@ -185,6 +185,7 @@ class kavro_broker_name_value(Structure):
 kavro_broker_log_function = CFUNCTYPE(None, c_int32, c_int32, c_int32, c_char_p, c_void_p)
 kavro_broker_session_log_id_function = CFUNCTYPE(None, c_char_p)
 kavro_broker_sign_function = CFUNCTYPE(c_int, c_void_p, POINTER(c_uint8), c_size_t, POINTER(c_uint8), POINTER(c_size_t))
+kavro_broker_message_function = CFUNCTYPE(None, c_void_p, c_int32, c_int32, c_int32, c_char_p)
 
 # Result and parameters by name.
 FUNCTIONS = {
@@ -269,6 +270,7 @@ FUNCTIONS = {
     "kavro_broker_set_locale": (c_uint32, [c_void_p, c_char_p]),
     "kavro_broker_set_log_function": (None, [kavro_broker_log_function]),
     "kavro_broker_set_log_level": (None, [c_int32]),
+    "kavro_broker_set_message_function": (c_uint32, [c_void_p, kavro_broker_message_function, c_void_p]),
     "kavro_broker_set_session_log_id_function": (None, [kavro_broker_session_log_id_function]),
     "kavro_broker_set_time_limit": (c_uint32, [c_void_p, c_uint32, c_uint32]),
     "kavro_broker_set_timezone": (c_uint32, [c_void_p, c_char_p]),

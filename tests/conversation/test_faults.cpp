@@ -103,4 +103,50 @@ TEST(Faults, RequestsFromCallbacksAreRefusedAtEveryLine) {
     const Log log; // in the place of the function above
 }
 
+struct Heard {
+    kavro_broker_handle handle;
+    std::vector<std::string> lines{};
+    std::set<kavro_broker_result> answers{};
+
+    static void hear(void *context, int32_t, int32_t, int32_t, const char *text) {
+        auto &heard = *static_cast<Heard *>(context);
+        heard.lines.push_back(text);
+        for (const auto ask : {list, ask_method, kavro_broker_clear_session})
+            heard.answers.insert(ask(heard.handle));
+    }
+};
+
+TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
+    Conversation own(open_door()), other(open_door());
+    Heard heard{own.handle};
+    const auto lines_of = [](Conversation &talk) {
+        Log::lines().clear();
+        EXPECT_EQ(talk.list(), KAVRO_BROKER_OK) << talk.message();
+        return Log::lines().size();
+    };
+    EXPECT_EQ(own.list(), KAVRO_BROKER_OK);
+    const std::size_t usual = lines_of(own);
+    kavro_broker_set_message_function(own.handle, Heard::hear, &heard);
+    EXPECT_EQ(lines_of(own), 0u);
+    EXPECT_EQ(heard.lines.size(), usual);
+    EXPECT_GT(lines_of(other), usual) << "which greets as well";
+    EXPECT_EQ(heard.lines.size(), usual);
+
+    std::vector<uint8_t> der(4096);
+    std::size_t size = der.size();
+    kavro_broker_get_broker_certificate(own.handle, 0, der.data(), &size);
+    EXPECT_EQ(kavro_broker_add_trust_anchor(own.handle, der.data(), size), KAVRO_BROKER_OK);
+    EXPECT_GT(heard.lines.size(), usual) << "of a call that is no request";
+    EXPECT_EQ(heard.answers, std::set<kavro_broker_result>{KAVRO_BROKER_ERR_INVALID_STATE});
+
+    kavro_broker_set_broker_address(own.handle, "\xFF.test", "1");
+    heard.lines.clear();
+    EXPECT_NE(ask_method(own.handle), KAVRO_BROKER_OK);
+    EXPECT_NE(heard.lines.at(1).find("\xEF\xBF\xBD.test"), std::string::npos) << heard.lines.at(1);
+    kavro_broker_set_message_function(own.handle, nullptr, nullptr);
+    Log::lines().clear();
+    EXPECT_NE(ask_method(own.handle), KAVRO_BROKER_OK);
+    EXPECT_EQ(Log::lines().size(), heard.lines.size());
+}
+
 } // namespace

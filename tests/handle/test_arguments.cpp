@@ -18,10 +18,15 @@ using namespace std::string_literals;
 
 /// Pointers that need not be there, besides the buffers for texts, which never need to.
 const std::set<std::pair<std::string_view, std::size_t>> optional = {
-    {"kavro_broker_set_broker_address", 2}, {"kavro_broker_set_hello_client_variables", 1},
-    {"kavro_broker_connect_to_desktop", 2}, {"kavro_broker_get_auth_dialog_field", 11},
-    {"kavro_broker_find_type", 2},          {"kavro_broker_find_type_extended", 2},
+    {"kavro_broker_set_broker_address", 2},
+    {"kavro_broker_set_hello_client_variables", 1},
+    {"kavro_broker_connect_to_desktop", 2},
+    {"kavro_broker_get_auth_dialog_field", 11},
+    {"kavro_broker_find_type", 2},
+    {"kavro_broker_find_type_extended", 2},
     {"kavro_broker_send_auth_dialog", 2},
+    {"kavro_broker_set_message_function", 1},
+    {"kavro_broker_set_message_function", 2},
 };
 
 /// Calls an export with each of its pointers null in turn, the other arguments being good.
@@ -57,6 +62,7 @@ template <class... Parameters>
 void try_nulls(std::string_view, const char *(*)(Parameters...), const auto &) {}
 
 struct Arguments : testing::Test {
+    static void hear(void *, int32_t, int32_t, int32_t, const char *) {}
     static int sign(void *, const uint8_t *, size_t, uint8_t *, size_t *) { return 1; }
 
     Arguments() {
@@ -104,7 +110,7 @@ TEST_F(Arguments, NullIsRefusedWhereSomethingIsNeededElseIgnored) {
         kavro_broker_variable_list(&variables), kavro_broker_type_finder(&finder), &made,
         &made_list, &made_info, &made_variables, &made_finder, &field, words,
         (const uint8_t *)words, (const void *)words, (void *)text, &text[0], &length, &number,
-        &flag, &sign, uint32_t(0), uint16_t(1), uint8_t(1), size_t(4), true);
+        &flag, &sign, &hear, uint32_t(0), uint16_t(1), uint8_t(1), size_t(4), true);
 #define EXPORT(function) try_nulls(#function, function, good);
 #include "exports.inc"
 #undef EXPORT

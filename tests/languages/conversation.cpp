@@ -63,6 +63,7 @@ struct Conversation {
     std::string address, port;
     kavro_broker::bytes certificate;
     std::vector<std::size_t> digest_lengths;
+    std::vector<std::string> own_lines;
     kavro_broker::broker broker;
 };
 
@@ -92,8 +93,8 @@ json variable_list(const json &words) {
     return read;
 }
 
-bool logged(const std::string &text) {
-    return std::any_of(log_lines.begin(), log_lines.end(), [&](const std::string &line) {
+bool has(const std::vector<std::string> &lines, const std::string &text) {
+    return std::any_of(lines.begin(), lines.end(), [&](const std::string &line) {
         return line.find(text) != std::string::npos;
     });
 }
@@ -156,7 +157,23 @@ const std::map<std::string, Call> calls{
     {"find_type", [](auto &c, Words) { return find_type(c); }},
     {"variable_list", [](auto &, Words w) { return variable_list(w); }},
     {"set_log_level", [](auto &, Words w) { return kavro_broker::set_log_level(w.at(1)), json(); }},
-    {"logged", [](auto &, Words w) { return logged(w.at(1)); }},
+    {"logged", [](auto &, Words w) { return has(log_lines, w.at(1)); }},
+    {"heard", [](auto &c, Words w) { return has(c.own_lines, w.at(1)); }},
+    {"listen",
+     [](auto &c, Words) {
+         c.broker.set_message_function(
+             [&c](const auto &message) { c.own_lines.push_back(message.text); });
+         return json();
+     }},
+    {"do_not_listen", [](auto &c, Words) { return c.broker.set_message_function({}), json(); }},
+    {"keep_connection",
+     [](auto &c, Words w) {
+         return c.broker.keep_connection(std::chrono::seconds(w.at(1).get<int>())), json();
+     }},
+    {"set_time_limit",
+     [](auto &c, Words w) {
+         return c.broker.set_time_limit(w.at(1), std::chrono::seconds(w.at(2).get<int>())), json();
+     }},
     {"session_ids_told", [](auto &, Words) { return session_ids_told; }},
     {"cancelled", [](auto &c, Words w) { return cancelled(c, w); }},
     {"escape_text",

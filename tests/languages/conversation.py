@@ -15,7 +15,7 @@ class Conversation:
     def __init__(self, address, port, certificate):
         self.address, self.port = address, port
         self.certificate = pathlib.Path(certificate).read_bytes()
-        self.log, self.session_ids, self.digests = [], [], []
+        self.log, self.own_log, self.session_ids, self.digests = [], [], [], []
         kavro_broker.set_log_function(self.log.append)
         kavro_broker.set_session_log_id_function(self.session_ids.append)
         self.broker = kavro_broker.Broker()
@@ -57,6 +57,15 @@ class Conversation:
 
     def logged(self, text):
         return any(text in message.text for message in self.log)
+
+    def listen(self):
+        self.broker.set_message_function(self.own_log.append)
+
+    def do_not_listen(self):
+        self.broker.set_message_function(None)
+
+    def heard(self, text):
+        return any(text in message.text for message in self.own_log)
 
     def session_ids_told(self):
         return len(self.session_ids)

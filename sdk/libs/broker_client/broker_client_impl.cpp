@@ -57,7 +57,7 @@ void broker_client_impl::hand_over_trust_anchors() {
 
 bool broker_client_impl::begin_request() {
     Stage expected = Stage::idle;
-    if (!stage_.compare_exchange_strong(expected, Stage::running))
+    if (listener.hearing || !stage_.compare_exchange_strong(expected, Stage::running))
         return false;
     last_error_message.clear();
     report.begin();

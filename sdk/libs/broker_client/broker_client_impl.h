@@ -4,6 +4,7 @@
 #include "kavro/src/results.h"
 #include "kavro_broker.h"
 #include "request_report.h"
+#include "utils/src/broker_log.h"
 
 #include <atomic>
 #include <chrono>
@@ -31,7 +32,8 @@ struct broker_client_impl {
 
     void add_trust_anchor(kavro::Security::cX509_CERT_CHAIN::Der certificate);
 
-    /// False, and nothing changes, when a request is running already. A cancel counts from here
+    /// False, and nothing changes, when a request is running already, and while the listener is
+    /// being told something. A cancel counts from here
     /// to the request's end, wherever in it it lands.
     bool begin_request();
     void end_request(kavro_broker_result code) noexcept;
@@ -41,6 +43,7 @@ struct broker_client_impl {
     void cancel() noexcept;
     bool cancelled() const { return cancelled_; }
 
+    kavro::Listener listener; ///< hears what is logged on behalf of the handle
     kavro::BrokerClientHandle protocol;
     std::uint32_t type_code = 0;
 

@@ -62,6 +62,15 @@ std::string *message_of(Record &) {
     return nullptr;
 }
 
+/// By whom the lines are heard that are logged on behalf of a handle.
+inline LogScope log_scope(broker_client_impl &handle) {
+    return LogScope(&handle.listener);
+}
+template <class Record>
+std::nullptr_t log_scope(Record &) {
+    return nullptr;
+}
+
 /// Runs `body` on what a handle of any kind stands for, once it and all required arguments are
 /// there.
 template <class Record, class Body>
@@ -69,6 +78,7 @@ kavro_broker_result with_handle(Record *record, std::initializer_list<const void
                                 Body body, const char *function = __builtin_FUNCTION()) noexcept {
     if (record == nullptr || !all_given(required))
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    [[maybe_unused]] const auto &heard = log_scope(*record);
     return guard([&] { return body(*record); }, function, message_of(*record));
 }
 

@@ -81,6 +81,16 @@ void kavro_broker_set_log_level(int32_t highest_severity) {
     set_log_level(highest_severity);
 }
 
+kavro_broker_result kavro_broker_set_message_function(kavro_broker_handle handle,
+                                                      kavro_broker_message_function function,
+                                                      void *context) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        client.listener.function = function;
+        client.listener.context = context;
+        return KAVRO_BROKER_OK;
+    });
+}
+
 void kavro_broker_set_session_log_id_function(kavro_broker_session_log_id_function function) {
     set_session_log_id_function(function);
 }

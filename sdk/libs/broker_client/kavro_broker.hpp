@@ -76,6 +76,11 @@ deliver_log(std::int32_t category, std::int32_t severity, std::int32_t error, co
     process_hook<log_function>()({category, severity, error, std::move(text)});
 }
 
+inline void deliver_message(void *context, std::int32_t category, std::int32_t severity,
+                            std::int32_t error, const char *text) {
+    (*static_cast<log_function *>(context))({category, severity, error, text});
+}
+
 inline void deliver_session_log_id(const char *session_id) {
     process_hook<session_log_id_function>()(session_id);
 }
@@ -184,6 +189,13 @@ public:
     }
     void set_connect_to_desktop_timeout(std::uint16_t seconds) {
         detail::check(kavro_broker_set_connect_to_desktop_timeout(get(), seconds));
+    }
+    /// Gets the lines of this conversation; an empty function leaves them to the process's again.
+    void set_message_function(log_function function) {
+        const bool given = static_cast<bool>(function);
+        listeners_.push_back(std::make_unique<log_function>(std::move(function)));
+        detail::check(kavro_broker_set_message_function(
+            get(), given ? detail::deliver_message : nullptr, listeners_.back().get()));
     }
     void keep_connection(std::chrono::seconds idle) {
         const auto count = std::min<std::chrono::seconds::rep>(idle.count(), UINT32_MAX);
@@ -343,7 +355,9 @@ private:
             use(get(), der.data(), der.size(), detail::deliver_digest, signers_.back().get()));
     }
 
-    std::vector<std::unique_ptr<sign_function>> signers_; // outlive the handle
+    // These outlive the handle.
+    std::vector<std::unique_ptr<sign_function>> signers_;
+    std::vector<std::unique_ptr<log_function>> listeners_;
     detail::owned<kavro_broker_handle> handle_;
 };
 

@@ -149,6 +149,37 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_escape_text(const char *text, 
 KAVRO_BROKER_API void kavro_broker_set_log_level(int32_t highest_severity);
 
 /**
+ * Gets one line of the log of the handle that it was set for.
+ *
+ * Requests on that handle from inside, kavro_broker_clear_session() among them, return
+ * #KAVRO_BROKER_ERR_INVALID_STATE. The handle must not be freed from inside. What the function
+ * throws ends in the library.
+ *
+ * @param context as it was given to kavro_broker_set_message_function().
+ * @param category one of the `KAVRO_BROKER_LOG_CATEGORY_...` values.
+ * @param severity one of the `KAVRO_BROKER_LOG_...` values.
+ * @param error as for #kavro_broker_log_function.
+ * @param text the line in UTF-8, valid during the call.
+ */
+typedef void (*kavro_broker_message_function)(void *context, int32_t category, int32_t severity,
+                                              int32_t error, const char *text);
+
+/**
+ * Tells the log of a handle to a function of its own, so that two conversations can be told apart.
+ *
+ * What is logged on behalf of this handle goes there, from now on, and no longer to the log
+ * function of the process; lines of work that is done once a process may go to either. The log
+ * level holds for both.
+ *
+ * @param function called on the thread that is inside the library; null for the log function of
+ * the process again.
+ * @param context handed to `function` as it is; may be null.
+ * @return #KAVRO_BROKER_OK.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_set_message_function(
+    kavro_broker_handle handle, kavro_broker_message_function function, void *context);
+
+/**
  * The report on the last request of this handle, as one JSON object that is fit for a bug report:
  * it holds no text of the user, no header, no body, and of the broker's words only those that the
  * protocol itself has. A null value was not needed, or not reached.

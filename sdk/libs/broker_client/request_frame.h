@@ -22,6 +22,7 @@ kavro_broker_result in_request(broker_client_impl *handle,
         return KAVRO_BROKER_ERR_INVALID_PARAMETER;
     if (!handle->begin_request())
         return KAVRO_BROKER_ERR_INVALID_STATE;
+    const LogScope heard = log_scope(*handle);
     const kavro_broker_result code = guard([&] { return conclude(*handle, steps(*handle)); },
                                            function, &handle->last_error_message);
     handle->end_request(code);

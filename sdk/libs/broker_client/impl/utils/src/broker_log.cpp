@@ -1,10 +1,16 @@
 #include "utils/src/broker_log.h"
 
+#include "utils/src/secure_text.h"
+#include "utils/src/utf8.h"
+
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdarg>
+#include <cstdio>
 #include <iterator>
+#include <utility>
 
 namespace kavro {
 namespace {
@@ -12,6 +18,34 @@ namespace {
 std::atomic<kavro_broker_log_function> log_function{nullptr};
 std::atomic<kavro_broker_session_log_id_function> session_log_id_function{nullptr};
 std::atomic<int32_t> highest_wanted{static_cast<int32_t>(LogSeverity::verbose)};
+
+thread_local Listener *current_listener = nullptr;
+
+/// The line that a format and its arguments stand for, in UTF-8 whatever a peer or a caller said.
+BROKER_PRINTF_FORMAT(1, 0)
+SecureText line_of(const char *format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    const int size = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    SecureText line(static_cast<std::size_t>(std::max(size, 0)), '\0'); // may hold a ticket
+    std::vsnprintf(line.data(), line.size() + 1, format, arguments);
+    return utf8::repaired(line);
+}
+
+/// What is logged meanwhile is not of the conversation but of what is made of it, and goes to the
+/// log function.
+void hear(Listener &listener, const LogChannel &channel, const char *format,
+          va_list arguments) noexcept {
+    listener.hearing = true;
+    try {
+        listener.function(listener.context, static_cast<int32_t>(channel.category),
+                          static_cast<int32_t>(channel.severity), channel.error,
+                          line_of(format, arguments).c_str());
+    } catch (...) { // there is no place to report it
+    }
+    listener.hearing = false;
+}
 
 /// Calls a hook of the caller's program, if it is set; what the hook throws does not come back.
 template <class Hook, class... Arguments>
@@ -27,7 +61,12 @@ void call(const std::atomic<Hook> &hook, Arguments... arguments) noexcept {
 }
 
 void deliver(const LogChannel &channel, const char *format, va_list arguments) noexcept {
-    if (is_logged(channel.severity))
+    if (!is_logged(channel.severity))
+        return;
+    Listener *const listener = current_listener;
+    if (listener != nullptr && listener->function != nullptr && !listener->hearing)
+        hear(*listener, channel, format, arguments);
+    else
         call(log_function, static_cast<int32_t>(channel.category),
              static_cast<int32_t>(channel.severity), channel.error, format, arguments);
 }
@@ -47,6 +86,13 @@ void LogChannel::operator()(const char *format, ...) const noexcept {
     va_start(arguments, format);
     deliver(*this, format, arguments);
     va_end(arguments);
+}
+
+LogScope::LogScope(Listener *listener) noexcept
+    : before_(std::exchange(current_listener, listener)) {}
+
+LogScope::~LogScope() {
+    current_listener = before_;
 }
 
 void trace_entry(const char *function) noexcept {

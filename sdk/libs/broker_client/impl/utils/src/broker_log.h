@@ -1,7 +1,8 @@
 #pragma once
 
-#include "kavro_broker.h"
+#include "kavro_broker_extras.h"
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -77,6 +78,25 @@ void set_log_level(int32_t highest_severity) noexcept;
 /// Whether a message of this severity is seen: lets callers skip building a text that would be
 /// dropped.
 bool is_logged(LogSeverity severity) noexcept;
+
+/// Who hears the lines of one conversation, in the place of the log function.
+struct Listener {
+    kavro_broker_message_function function = nullptr; ///< null for the log function
+    void *context = nullptr;
+    std::atomic<bool> hearing = false; ///< the function is being called
+};
+
+/// What this thread logs while it lives is heard by one listener; by the log function, for null.
+class LogScope {
+public:
+    explicit LogScope(Listener *listener) noexcept;
+    ~LogScope();
+    LogScope(const LogScope &) = delete;
+    LogScope &operator=(const LogScope &) = delete;
+
+private:
+    Listener *const before_;
+};
 
 /// Replaces the session log id function. Null is ignored.
 void set_session_log_id_function(kavro_broker_session_log_id_function function) noexcept;

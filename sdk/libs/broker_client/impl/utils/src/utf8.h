@@ -31,6 +31,23 @@ constexpr std::size_t character_size(std::string_view text) {
     return at(1) >= lowest && at(1) <= highest && continued ? size : 0;
 }
 
+/// The text with something else for every byte that is no part of a character.
+template <class Text>
+Text repaired(const Text &text) {
+    const std::string_view bytes = text;
+    Text whole;
+    std::size_t kept = 0; // from here on, the text still has to be copied
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t size = character_size(bytes.substr(at));
+        if (size == 0) {
+            whole.append(bytes.substr(kept, at - kept)).append(replacement);
+            kept = at + 1;
+        }
+        at += std::max<std::size_t>(size, 1);
+    }
+    return whole.append(bytes.substr(kept));
+}
+
 /// Section 3.
 template <class Text>
 void append(Text &out, std::uint32_t character) {
