@@ -2,7 +2,10 @@
 #include "conversation/conversation.h"
 #include "support/scripted_peer.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
+#include <sstream>
 
 using namespace conversation;
 using namespace test_support;
@@ -86,6 +89,11 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
          [](Handle h) {
              const auto der = h->certificates.certificates.entries().back();
              EXPECT_EQ(kavro_broker_add_trust_anchor(h, der.data(), der.size()), KAVRO_BROKER_OK);
+         }},
+        {"the system's anchors", false, good,
+         [](Handle) {
+             const std::filesystem::path file = std::getenv("SSL_CERT_FILE");
+             last_write_time(file, last_write_time(file) + 1h);
          }},
         {"a client certificate", false, good,
          [](Handle h) {

@@ -106,7 +106,6 @@ void HttpsXmlClient::set_cipher_list(const char *ciphers) {
 }
 
 void HttpsXmlClient::setCertificateExtractor(const CertificateExtractor &extractor) {
-    ++trust_changes_;
     own_trust_ = std::make_unique<TrustStore>(extract_certificates(extractor));
 }
 
@@ -199,10 +198,17 @@ bool HttpsXmlClient::is_kept_for(const Way &way) {
     if (!connection_ || !idle_since_ || way != way_ ||
         Waiter::Clock::now() - *idle_since_ >= most_idle_)
         return false;
+    if (way.connect_securely && anchors().get() != SSL_CTX_get_cert_store(tls_.get()))
+        return false; // those that it was judged by are no longer the ones
     const error_code found = connection_->look();
     if (!found)
         warn_of_unasked_bytes();
     return found == asio::error::would_block;
+}
+
+/// As of now: the system's files are looked at.
+X509StoreHandle HttpsXmlClient::anchors() {
+    return (own_trust_ ? *own_trust_ : TrustStore::of_process()).current();
 }
 
 void HttpsXmlClient::prepare_connection() {
@@ -211,8 +217,7 @@ void HttpsXmlClient::prepare_connection() {
     signing_.install(connection_->native_handle());
     if (!way_.connect_securely)
         return;
-    TrustStore &trust = own_trust_ ? *own_trust_ : TrustStore::of_process();
-    SSL_CTX_set1_cert_store(tls_.get(), trust.current().get());
+    SSL_CTX_set1_cert_store(tls_.get(), anchors().get());
     const auto verify = way_.use_view_verifier ? &ServerVerification::verify_server_view
                                                : &ServerVerification::verify_server_pbp;
     connection_->set_verify_callback([this, verify](bool preverified, X509_STORE_CTX *store) {
