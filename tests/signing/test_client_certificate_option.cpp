@@ -50,7 +50,7 @@ protected:
 };
 
 TEST_F(ClientCertificateOption, asks_for_the_pin_without_showing_it) {
-    const ScriptedPeer peer({welcome()}, demanding("RSA+SHA256"));
+    const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding("RSA+SHA256"));
     const auto variable = [](const char *name) {
         return std::string(name) + "=" + std::getenv(name);
     };
@@ -114,7 +114,7 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
         auto options = row.options;
         if (!row.uri.empty())
             options.insert(options.end(), {"--client-certificate", row.uri});
-        const ScriptedPeer peer({welcome()}, demanding(row.signatures));
+        const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding(row.signatures));
         const auto outcome = run(peer, options, row.pin);
         EXPECT_EQ(outcome.status, row.status) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr(row.told));
