@@ -181,16 +181,19 @@ TEST_F(Provisioning, AnswersAndTheirResults) {
 TEST_F(Provisioning, ServersThatCannotBeReached) {
     const RefusingPort refusing;
     const struct {
-        std::string address, port;
+        std::string address, port, reason = {};
     } rows[] = {
-        {"127.0.0.1", refusing.port()},     {"", "443"},
+        {"127.0.0.1", refusing.port()},
+        {"", "443"},
         {std::string(64, 'x'), "443"}, // too long a label: no name server is asked
-        {"127.0.0.1&#13;&#10;X: 1", "443"}, {"127.0.0.1", "abc"},
+        {"127.0.0.1&#13;&#10;X: 1", "443", "The host name cannot be used"},
+        {"127.0.0.1", "abc"},
     };
     for (const auto &row : rows) {
         Allocation allocation(description(row.address, row.port));
         EXPECT_EQ(allocation.run(), failed) << row.address << ' ' << row.port;
-        EXPECT_TRUE(allocation.message().starts_with("Connecting to provision server failed : "))
+        EXPECT_TRUE(allocation.message().starts_with("Connecting to provision server failed : " +
+                                                     row.reason))
             << allocation.message();
     }
 }

@@ -127,6 +127,9 @@ TEST_F(AddressTest, RefusedBySixteenIsRefusedAndForgotten) {
         EXPECT_EQ(names_.lookups(), attempt);
     }
     EXPECT_EQ(peer.connection_count(), 0u);
+    const auto at_once = connect(client_, "255.255.255.255:443").result; // fails without a wait
+    EXPECT_EQ(at_once.result, ConnectCode::connect_failed);
+    EXPECT_FALSE(at_once.error_text.starts_with("Host not found")) << at_once.error_text;
 }
 
 TEST_F(AddressTest, RememberedIsThatOfHostAndPortUntilItIsGone) {

@@ -18,7 +18,7 @@ constexpr char unknown_ca = 48;
 const std::string answer = http_ok(hello_answer());
 /// More than what the systems on the way hold for a peer that does not read.
 const std::string big_request = "<a>" + std::string(10 << 20, 'x') + "</a>";
-const std::string big_body(20 << 20, 'x');
+const std::string big_body(8 << 20, 'x');
 
 class PeerTest : public TransportTest {};
 
@@ -63,7 +63,7 @@ TEST_F(PeerTest, DecidesHowAConnectionAndARequestEnd) {
         {"dripping body", true,
          after_request({send(answer.substr(0, 50)), drip(big_body, 1, 20ms)}), POST_RESULT_TIMEOUT},
         {"status 500 with a big body", true,
-         after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 20971520\r\n\r\n" + big_body)}),
+         after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 8388608\r\n\r\n" + big_body)}),
          POST_RESULT_NOT_HTTP_OK},
         {"answers and stops reading",
          true,
