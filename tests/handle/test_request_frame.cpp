@@ -32,46 +32,38 @@ TEST(RequestFrame, EveryRequestGreetsOnceAndConnectsForItself) {
     }
 }
 
-TEST(RequestFrame, NeitherAddressNorPortMayBeMissing) {
-    for (auto missing : {&broker_client_impl::address, &broker_client_impl::port}) {
-        FakeHandle handle;
-        (*handle.handle.*missing).clear();
-        handle.handle->last_error_message = "of the request before";
-        EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_INVALID_STATE);
-        EXPECT_EQ(handle.handle->last_error_message, "The broker's address is not set.");
-        EXPECT_TRUE(handle.client->calls.empty());
-    }
-}
-
-TEST(RequestFrame, PlainHttpIsRefused) {
-    FakeHandle handle;
-    kavro_broker_set_broker_address(handle, "http://broker.test", nullptr);
-    EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    EXPECT_EQ(handle.handle->last_error_message, plain_http_refused);
-    EXPECT_TRUE(handle.client->calls.empty());
-}
-
-TEST(RequestFrame, BuildsTheUrl) {
+TEST(RequestFrame, BuildsTheUrlOfAnAddressThatIsWholeAndNotPlain) {
+    const char *const not_set = "The broker's address is not set.";
     const struct {
         const char *address;
-        uint32_t variant;
-        const char *url;
-    } rows[] = {{"broker.test", 0, "https://broker.test:8443"},
-                {"::1", 0, "https://[::1]:8443"},
-                {"fe80::1%lo", 0, "https://[fe80::1%lo]:8443"},
-                {"broker.test:9443", 0, "https://broker.test:9443"},
-                {"https://broker.test/", 0, "https://broker.test:8443"},
-                {"HTTPS://[::1]:9443/", 0, "https://[::1]:9443"},
-                {"[::1]", 0, "https://[::1]:8443"},
-                {"[broker]:9443", 0, "https://[broker]:9443:8443"},
-                {"ABC+123", 1, "ABC+123"}};
-    for (const auto &[address, variant, url] : rows) {
+        const char *url; ///< or empty
+        uint32_t variant = 0;
+        kavro_broker_result result = KAVRO_BROKER_OK;
+        const char *message = "";
+        const char *port = "8443";
+    } rows[] = {
+        {"broker.test", "https://broker.test:8443"},
+        {"::1", "https://[::1]:8443"},
+        {"fe80::1%lo", "https://[fe80::1%lo]:8443"},
+        {"broker.test:9443", "https://broker.test:9443"},
+        {"https://broker.test/", "https://broker.test:8443"},
+        {"HTTPS://[::1]:9443/", "https://[::1]:9443"},
+        {"[::1]", "https://[::1]:8443"},
+        {"[broker]:9443", "https://[broker]:9443:8443"},
+        {"ABC+123", "ABC+123", 1},
+        {"http://broker.test", "", 0, KAVRO_BROKER_ERR_INVALID_PARAMETER, plain_http_refused},
+        {"", "", 0, KAVRO_BROKER_ERR_INVALID_STATE, not_set},
+        {"broker.test", "", 0, KAVRO_BROKER_ERR_INVALID_STATE, not_set, ""}};
+    for (const auto &[address, url, variant, result, message, port] : rows) {
         FakeHandle handle;
-        kavro_broker_set_broker_address(handle, address, "8443");
+        handle.handle->address = address;
+        handle.handle->port = port;
+        handle.handle->last_error_message = "of the request before";
         kavro_broker_set_broker_variant(handle, variant);
-        EXPECT_EQ(ask_method(handle), KAVRO_BROKER_OK);
+        EXPECT_EQ(ask_method(handle), result);
         EXPECT_EQ(handle.client->last_connection.address, url);
         EXPECT_EQ(handle.client->last_connection.is_registration_code, variant == 1);
+        EXPECT_EQ(handle.handle->last_error_message, message);
     }
 }
 

@@ -148,11 +148,14 @@ TEST_F(LimitTest, ACancelEndsTheLookUpTheConnectAndTheWriting) {
 
     const ScriptedPeer peer({{handshake(), expect_bytes(1), stall()}, good_script()});
     Client writing;
+    const auto report = std::make_shared<ConnectionReport>();
+    writing.report_to(report);
     ASSERT_EQ(connect(writing, peer.address(), true).result.result, ConnectCode::connected);
     const auto canceller = cancel_after(writing, [&] {
         peer.wait_for(0, [](const PeerRecord &seen) { return !seen.received.empty(); });
     });
     EXPECT_EQ(post(writing, std::string(10 << 20, 'x')).result.result, POST_RESULT_CANCELLED);
+    EXPECT_FALSE(report->reached(ConnectionPhase::wait)) << "it never got so far";
 }
 
 /// Nothing waits between the last byte and the handler: the writing down listens as well.
