@@ -39,7 +39,7 @@ struct Probe : testing::Test {
 };
 
 TEST_F(Probe, WhatAnswersAtAGivenPort) {
-    const Script own = answering(R"(<?xml version="1.0"?><kavro-client version="2.1"/>)");
+    const Script own = answering(R"(<?xml version="1.0"?><x/><kavro-client version="2.1"/>)");
     const Script view = answering("<broker/>");
     const Script absent = after_request({send("HTTP/1.1 404 Not Found\r\n\r\n")});
     const Script hangs_up = after_request({rst()});
