@@ -66,8 +66,8 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
     constexpr auto late = KAVRO_BROKER_ERR_TIMEOUT;
     constexpr auto no_tls = KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED;
     constexpr auto mangled = KAVRO_BROKER_ERR_MANGLED_RESPONSE;
-    const PeerTls expired{.identity = expired_server({"127.0.0.1"})};
-    const PeerTls stranger{.identity = untrusted_server({"127.0.0.1"})};
+    const Script reset = {expect_bytes(1), rst()}, encrypted = {handshake()};
+    const auto speaking = [](const char *text) { return Script{expect_bytes(1), send(text)}; };
     const std::string page = "HTTP/1.1 404 " + canary + "\r\nSet-Cookie: a=" + canary + "\r\n\r\n";
     const std::string version =
         "<kavro-client version=\"" + canary + "\"><error-resp/></kavro-client>";
@@ -76,37 +76,22 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
         Script script;
         kavro_broker_result result;
         const char *failed_in, *fields; ///< of the connection
-        PeerTls tls = {};
+        ServerIdentity identity = trusted_server({"127.0.0.1"});
     } rows[] = {
-        {"reset after the client's hello",
-         {expect_bytes(1), rst()},
-         lost,
-         "handshake",
+        {"reset", reset, lost, "handshake",
          R"({"/peer_speaks": null, "/tls": null, "/bytes_received": 0})"},
         {"silence", {stall()}, late, "handshake", R"({"/tls": null})"},
-        {"another service",
-         {expect_bytes(1), send("220 mail.test\r\n")},
-         no_tls,
-         "handshake",
+        {"another service", speaking("220 mail.test\r\n"), no_tls, "handshake",
          R"_({"/peer_speaks": "other", "/error": "wrong version number (SSL routines)"})_"},
-        {"HTTP without TLS",
-         {expect_bytes(1), send("HTTP/1.1 400 Bad Request\r\n\r\n")},
-         no_tls,
-         "handshake",
+        {"HTTP without TLS", speaking("HTTP/1.1 400 Bad Request\r\n\r\n"), no_tls, "handshake",
          R"({"/peer_speaks": "http", "/http_status": null})"},
-        {"expired certificate",
-         {handshake()},
-         KAVRO_BROKER_ERR_CERTIFICATE_FAILED,
-         "handshake",
+        {"expired certificate", encrypted, KAVRO_BROKER_ERR_CERTIFICATE_FAILED, "handshake",
          R"({"/tls/verification": "FAILED", "/certificates/0/code": 9,
              "/certificates/0/name": "KAVRO_BROKER_CERTIFICATE_EXPIRED"})",
-         expired},
-        {"unknown authority",
-         {handshake()},
-         KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE,
-         "handshake",
-         R"({"/tls/verification": "FAILED_BUT_WARNABLE"})",
-         stranger},
+         expired_server({"127.0.0.1"})},
+        {"unknown authority", encrypted, KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE,
+         "handshake", R"({"/tls/verification": "FAILED_BUT_WARNABLE"})",
+         untrusted_server({"127.0.0.1"})},
         {"no broker there", after_request({send(page)}), KAVRO_BROKER_ERR_HTTP_NOT_OK, "receive",
          R"({"/http_status": 404, "/answer": null, "/tls/verification": "PASSED"})"},
         {"no answer", after_request({stall()}), late, "wait",
@@ -125,7 +110,7 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
-        const ScriptedPeer peer({row.script}, row.tls);
+        const ScriptedPeer peer({row.script}, {.identity = row.identity});
         const OwnedHandle client = new_client(peer.port());
         EXPECT_EQ(ask_method(client.get()), row.result);
         const Json report = report_of(client.get());

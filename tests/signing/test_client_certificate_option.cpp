@@ -72,6 +72,8 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
     const std::string module = "module-path=" + SoftToken::module_path();
     const std::string uri = SoftToken::uri("log-in");
     const std::vector<std::string> none, pin{"--token-pin-fd", "{fd}"};
+    const std::vector<std::string> pin_and_module{"--token-pin-fd", "{fd}", "--pkcs11-module",
+                                                  SoftToken::module_path()};
     struct Case {
         std::string uri;
         std::vector<std::string> options;
@@ -83,10 +85,7 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
     const Case cases[] = {
         {uri, pin, 0, ""},
         {uri + "&pin-source=fd:{fd}", none, 0, ""},
-        {card + ";object=log-in",
-         {"--pkcs11-module", SoftToken::module_path(), "--token-pin-fd", "{fd}"},
-         0,
-         ""},
+        {card + ";object=log-in", pin_and_module, 0, ""},
         // The module is one that is registered.
         {card + ";id=%01", pin, 0, "", SoftToken::pin, "RSA+SHA384"},
         {uri, pin, 0, "", SoftToken::pin, "RSA+SHA512"},

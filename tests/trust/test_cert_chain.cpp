@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <openssl/err.h>
-
 namespace trust {
 namespace {
 
@@ -22,18 +20,6 @@ TEST(CertChain, GrowsToTheDepthThatIsSet) {
     chain.set_der(0, {1, 2});
     chain.append_der({3});
     EXPECT_EQ(chain.entries(), (std::vector<Der>{{1, 2}, second, {}, second, {3}}));
-}
-
-TEST(CertChain, TextThatIsNoCertificateStoresNothing) {
-    const std::string good = trusted_root().certificate_pem();
-    for (const std::string &text :
-         {std::string(), good.substr(0, good.size() / 2),
-          std::string("-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n")}) {
-        cX509_CERT_CHAIN chain;
-        EXPECT_FALSE(chain.set_cert(0, text)) << text;
-        EXPECT_EQ(chain.size(), 0u) << text;
-        EXPECT_EQ(ERR_peek_error(), 0u) << text;
-    }
 }
 
 TEST(CertChain, CopiesOutWhatFits) {
