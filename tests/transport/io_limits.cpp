@@ -70,10 +70,13 @@ TEST_F(LimitTest, DeadlineEndsWithItsOperationAndZeroIsNone) {
     for (const auto &[of_connect, of_post] : rows) {
         const ScriptedPeer peer({after_request({drip(http_ok(small_xml), 5, 20ms)})});
         Client client;
+        const auto report = std::make_shared<ConnectionReport>();
+        client.report_to(report);
         ASSERT_EQ(connect(client, peer.address(), true, of_connect).result.result,
                   ConnectCode::connected);
         EXPECT_EQ(post(client, small_xml, of_post).result.result, POST_RESULT_SUCCESS);
         EXPECT_FALSE(CapturedLog::holds("Deadline Timer has expired!"));
+        EXPECT_GT(report->times[static_cast<std::size_t>(ConnectionPhase::receive)], 100ms);
     }
 }
 
