@@ -59,7 +59,7 @@ private:
 
 /// Nothing when the client is gone.
 template <class Client>
-awaitable<std::optional<HttpRequest>> next_request(Client &client) {
+awaitable<std::optional<HttpRequest>> read_if_there(Client &client) {
     try {
         co_return co_await client.read();
     } catch (const boost::system::system_error &) {
@@ -67,13 +67,15 @@ awaitable<std::optional<HttpRequest>> next_request(Client &client) {
     }
 }
 
-/// Nothing, too, when the client takes longer; 0 ms are for ever.
+/// Nothing when the client takes longer; 0 ms are for ever.
 template <class Client>
 awaitable<std::optional<HttpRequest>> next_request(Client &client, std::chrono::milliseconds idle) {
     using namespace asio::experimental::awaitable_operators;
     if (!idle.count())
-        co_return co_await next_request(client);
-    const auto first = co_await (next_request(client) || pause(idle));
+        co_return co_await client.read();
+    const auto first = co_await (read_if_there(client) || pause(idle));
+    if (first.index() == 0 && !std::get<0>(first))
+        throw boost::system::system_error(asio::error::eof);
     co_return first.index() == 0 ? std::get<0>(first) : std::nullopt;
 }
 

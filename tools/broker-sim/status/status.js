@@ -4,6 +4,7 @@
 
 const every = 1000;
 const patience = 5000;
+const mostConnections = 8; // the requests below are to be seen without scrolling
 
 const desktopTones = {POWERED_ON: "good", SUSPENDED: "warn"};
 const sessionTones = {
@@ -100,20 +101,21 @@ const postsOf = ({server, connection}, requests) => requests
 
 function draw(status) {
   const {totals, sessions, desktops, connections, proxied, requests} = status;
+  const latest = connections.reverse().slice(0, mostConnections);
   document.title = `${status.product}: status`;
   element("product").textContent = status.product;
   element("scenario").textContent = status.scenario;
   element("address").textContent = `on ${status.address}`;
   element("sessions-total").textContent = countOf(totals.sessions, sessions.length, "newest");
   element("desktops-total").textContent = countOf(totals.desktops, desktops.length, "first");
-  element("connections-total").textContent = countOf(totals.connections, connections.length, "latest");
+  element("connections-total").textContent = countOf(totals.connections, latest.length, "latest");
   element("proxied-total").textContent = countOf(totals.proxied, proxied.length, "first");
   element("requests-total").textContent = countOf(totals.requests, requests.length, "latest");
   fill("servers", status.servers, drawServer);
   fill("desktops", desktops, drawDesktop);
   const aged = sessions.map(({since, ...session}) => ({...session, age: age(status.now - since)}));
   fill("sessions", aged, drawSession);
-  fill("connections", connections.reverse().map((row) => ({...row, posts: postsOf(row, requests)})), drawConnection);
+  fill("connections", latest.map((row) => ({...row, posts: postsOf(row, requests)})), drawConnection);
   element("proxy").hidden = !status.servers.some(({name}) => name === "proxy");
   fill("proxied", proxied, drawProxied);
   fill("requests", requests.reverse(), drawRequest);
