@@ -83,6 +83,8 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
         {"silence", {stall()}, late, "handshake", R"({"/tls": null})"},
         {"another service", speaking("220 mail.test\r\n"), no_tls, "handshake",
          R"_({"/peer_speaks": "other", "/error": "wrong version number (SSL routines)"})_"},
+        {"a record of no TLS", speaking("\x16\x02\r\n\r\n"), no_tls, "handshake",
+         R"({"/peer_speaks": "other"})"},
         {"HTTP without TLS", speaking("HTTP/1.1 400 Bad Request\r\n\r\n"), no_tls, "handshake",
          R"({"/peer_speaks": "http", "/http_status": null})"},
         {"expired certificate", encrypted, KAVRO_BROKER_ERR_CERTIFICATE_FAILED, "handshake",
