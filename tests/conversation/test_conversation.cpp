@@ -119,7 +119,12 @@ TEST(Conversation, TargetsGivenByName) {
         scenario.allocation.target.ip_address = name;
         Conversation talk(scenario);
         ASSERT_EQ(talk.log_in(), KAVRO_BROKER_OK);
+        talk.broker.inject({.delay = std::chrono::milliseconds(20)});
         ASSERT_EQ(talk.allocate("desktop-office"), KAVRO_BROKER_OK);
+        constexpr std::string_view limit = "Deadline Timer timeout set to ";
+        const std::string log = Log::text();
+        const int last = std::stoi(log.substr(log.rfind(limit) + limit.size()));
+        EXPECT_EQ(last < 180'000, !name.empty()) << "what the answer has left of it";
         const std::string target = talk.property(KAVRO_BROKER_CONNECTION_TARGET_ADDRESS);
         EXPECT_TRUE(target == expected || (name == "localhost" && target == "::1")) << target;
     }
