@@ -110,7 +110,6 @@ TEST(Wire, EndingsCutTheAnswerOrTheHandshake) {
         {{.stage = Stage::handshake, .ending = Ending::stall}, {}, timed_out},
         {{.stage = Stage::handshake, .ending = Ending::fin}, {}, cut_off},
         {{.stage = Stage::handshake, .ending = Ending::reset}, {}, asio::error::connection_reset},
-        {{.match = {.server = "direct_host"}, .ending = Ending::fin}, asio::error::eof},
         {{.stage = Stage::accept, .ending = Ending::stall}, {}, timed_out},
     };
     Simulator simulator{Scenario{}};
