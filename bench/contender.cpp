@@ -49,6 +49,11 @@ std::uint64_t digest_of(const std::vector<Desktop> &desktops) {
 
 void perform(Contender &contender, const std::string &kind, int count) {
     const bool list = kind == "list";
+    const bool kept = kind == "kept";
+    if (kept) {
+        contender.keep_connection(true);
+        contender.hello_and_operation(); // which makes it
+    }
     const int exchanges = list ? count : 2 * count;
     const double cpu_before = microseconds(CLOCK_PROCESS_CPUTIME_ID);
     const double wall_before = microseconds(CLOCK_MONOTONIC);
@@ -56,6 +61,8 @@ void perform(Contender &contender, const std::string &kind, int count) {
         list ? contender.list() : contender.hello_and_operation();
     const double cpu = microseconds(CLOCK_PROCESS_CPUTIME_ID) - cpu_before;
     const double wall = microseconds(CLOCK_MONOTONIC) - wall_before;
+    if (kept)
+        contender.keep_connection(false);
     const long peak = peak_kilobytes(); // before the copy below is made
     const double copy_before = microseconds(CLOCK_PROCESS_CPUTIME_ID);
     const auto desktops = list ? contender.desktops() : std::vector<Desktop>();

@@ -19,12 +19,15 @@ struct Desktop {
 };
 
 /// One client of the broker. Each exchange has a connection and a full, verified handshake of its
-/// own; whatever else can be kept from one to the next is kept.
+/// own, unless it is told to keep one; whatever else can be kept from one to the next is kept.
 class Contender {
 public:
     virtual ~Contender() = default;
     /// Two exchanges: hello and a power operation.
     virtual void hello_and_operation() = 0;
+    /// Whether a connection serves all exchanges from now on; false closes it. Ignored by who
+    /// cannot.
+    virtual void keep_connection(bool) {}
     /// One exchange: the list, kept in the form in which this contender hands it out, sorted by id.
     virtual void list() = 0;
     /// A copy of the last list; empty for who keeps none.
@@ -38,7 +41,8 @@ struct Setup {
 };
 
 /// The program around a contender: `PROGRAM PORT TRUST_FILE [--no-log]`. Every line of standard
-/// input names a kind of work and how often it is done ("small 20", "list 1"); every answer is a
+/// input names a kind of work and how often it is done ("small 20", "list 1", "kept 20" for small
+/// ones on a connection that is there); every answer is a
 /// line of JSON that says what it took.
 int run_contender(int argc, char **argv,
                   const std::function<std::unique_ptr<Contender>(const Setup &)> &make);

@@ -52,6 +52,10 @@ public:
         operation();
     }
 
+    void keep_connection(bool keep) override {
+        kavro_broker_keep_connection(broker_, keep ? 60 : 0);
+    }
+
     void list() override {
         kavro_broker_free_desktop_list(list_);
         list_ = nullptr;

@@ -23,7 +23,8 @@ def ratio_to_floor(results, name, key):
 
 def row(title, results, key, unit=1000):
     floor = statistics.median(result[key] for result in results["floor"]) / unit
-    ratios = [f"{ratio_to_floor(results, name, key):.2f}" for name in CONTENDERS if name != "floor"]
+    ratios = [f"{ratio_to_floor(results, name, key):.2f}" if name in results else "-"
+              for name in CONTENDERS if name != "floor"]
     print(f"{title}: floor {floor:.2f} ms, {', '.join(ratios)}", flush=True)
     return f"| {title} | {floor:.2f} ms | " + " | ".join(ratios) + " |"
 
@@ -36,12 +37,24 @@ def small_rows(programs, rounds):
         bundle = responder.system_trust()
         yield small_row("small request, the system's trust", responder, rounds,
                         lambda name: None if name == "floor" else bundle)
+        yield kept_row("small request on a kept connection", responder, rounds)
 
 
 def small_row(title, responder, rounds, trust_of=lambda name: None):
     with running(responder, CONTENDERS, trust_of) as contenders:
         rotation(contenders, "small 2", 1)
         return row(title, rotation(contenders, "small 10", rounds), "cpu_us")
+
+
+def kept_row(title, responder, rounds):
+    """The responder serves one connection at a time: each is kept for a round only."""
+    names = [name for name in CONTENDERS if name == "floor" or name.startswith("library")]
+    results = {name: [] for name in names}
+    with running(responder, names) as contenders:
+        for _ in range(rounds):
+            for name, contender in contenders.items():
+                results[name].append(contender.perform("small 10" if name == "floor" else "kept 10"))
+        return row(title, results, "cpu_us")
 
 
 def cold_row(programs, rounds):
