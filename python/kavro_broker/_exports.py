@@ -4,7 +4,7 @@ from ctypes import (CFUNCTYPE, POINTER, Structure, c_bool, c_char_p, c_int, c_in
                     c_uint16, c_uint32, c_void_p)
 from enum import IntEnum
 
-VERSION = "1.0.0"
+VERSION = "1.1.0"
 
 
 class Result(IntEnum):

@@ -45,7 +45,7 @@
 /** The version of this header; kavro_broker_get_version() tells the library's.
  * @{ */
 #define KAVRO_BROKER_VERSION_MAJOR 1
-#define KAVRO_BROKER_VERSION_MINOR 0
+#define KAVRO_BROKER_VERSION_MINOR 1
 #define KAVRO_BROKER_VERSION_PATCH 0
 /** @} */
 
@@ -326,7 +326,7 @@ KAVRO_BROKER_API void kavro_broker_free(kavro_broker_handle handle);
 /**
  * Names the library's release and build. The text is constant and never freed.
  *
- * @return the text, as "broker_client 1.0.0".
+ * @return the text, as "broker_client 1.1.0".
  */
 KAVRO_BROKER_API const char *kavro_broker_get_version(void);
 

@@ -173,6 +173,8 @@ void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
     const auto peer = peer_of(address, port);
     const Way way{peer.value_or(way_.peer), connect_securely, use_view_verifier, trust_changes_};
     const bool kept = peer && is_kept_for(way);
+    idle_since_.reset();
+    answered_whole_ = true;
     if (kept) {
         connection_->begin_anew(report_);
     } else {
@@ -184,8 +186,6 @@ void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
             waiter_->set_deadline(timeout);
         }
     }
-    idle_since_.reset();
-    answered_whole_ = true;
     // The handler may start the next operation.
     job_ = [this, kept, on_connected = std::move(on_connected)] {
         on_connected(kept ? finish_connect(ConnectCode::connected) : establish());
