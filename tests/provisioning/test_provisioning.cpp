@@ -112,6 +112,8 @@ TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
                                         server.port() + ", aws-gateway-ticket=T&<, leaf-cert= ",
                                     "Number of bytes write: " + std::to_string(received.size())})
         EXPECT_EQ(CapturedLog::count(line), 1) << line;
+    EXPECT_EQ(CapturedLog::count("Deadline Timer was cancelled."), 5)
+        << "the exchange leaves no deadline behind";
     EXPECT_TRUE(CapturedLog::holds("Provision result : <kavro-client"));
     EXPECT_FALSE(CapturedLog::holds("first")) << "a cookie in the log";
     EXPECT_FALSE(CapturedLog::holds("0123456789abcdef")) << "a connect tag in the log";
