@@ -149,4 +149,22 @@ TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
     EXPECT_EQ(Log::lines().size(), heard.lines.size());
 }
 
+kavro_broker_handle leaving; ///< by the callback of the next test
+
+TEST(Faults, ACancelledGoodByeLeavesTheSession) {
+    Conversation talk(open_door());
+    ASSERT_EQ(talk.list(), KAVRO_BROKER_OK);
+    leaving = talk.handle;
+    kavro_broker_set_log_function(
+        [](int32_t, int32_t, int32_t, const char *format, va_list arguments) {
+            if (format_text(format, arguments).starts_with("Sending XML"))
+                kavro_broker_cancel(leaving);
+        });
+    EXPECT_EQ(kavro_broker_clear_session(talk.handle), KAVRO_BROKER_ERR_CANCELLED);
+    const Log log; // in the place of the function above
+    talk.broker.clear_recording();
+    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+    EXPECT_NE(talk.broker.requests().at(0).head.find("\r\nCookie: "), std::string::npos);
+}
+
 } // namespace
