@@ -233,6 +233,9 @@ TEST(RequestFrame, LogoutSaysGoodByeOnlyToWhomItGreeted) {
         KAVRO_BROKER_ERR_INVALID_STATE);
 
     ask_method(handle);
+    handle.client->results["bye"] = {BrokerResult{ERROR_CODE_TIMEOUT}};
+    kavro_broker_clear_session(handle);
+    EXPECT_TRUE(handle.handle->hello_completed) << "the broker has not heard of it";
     kavro_broker_set_broker_address(handle, "another.test", "8443");
     handle.client->calls.clear();
     EXPECT_EQ(kavro_broker_clear_session(handle), KAVRO_BROKER_OK);
