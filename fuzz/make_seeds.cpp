@@ -139,6 +139,20 @@ void add_files(Seeds &seeds, const fs::path &folder) {
         seeds.add("registration_table", std::string(code) + "\\ " + table);
 }
 
+void add_proxies(Seeds &seeds) {
+    using namespace std::string_literals;
+    const std::string consent = "HTTP/1.1 200 OK\r\n\r\n",
+                      wanted = "HTTP/1.1 407 No\r\nContent-Length: 2\r\nProxy-Authenticate: ";
+    seeds.add("proxy_http", consent);
+    for (const char *challenge :
+         {"Basic realm=\"a\", NTLM", "Digest realm=\"r\", nonce=\"n\", qop=\"auth\", stale=true"})
+        seeds.add("proxy_http", wanted + challenge + "\r\n\r\nno\n.\n" + consent);
+    const std::string done = "\x05\x00\x00\x01\x01\x02\x03\x04\x00\x01"s;
+    seeds.add("proxy_socks", "\x05\x00\n.\n"s + done);
+    seeds.add("proxy_socks", "\x05\x02\n.\n\x01\x00\n.\n"s + done);
+    seeds.add("proxy_socks", "\x05\x00\n.\n\x05\x04\n.\n\x05\x00\n.\n"s + done);
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -148,6 +162,7 @@ int main(int argc, char **argv) {
     }
     const fs::path folder = argv[1];
     Seeds seeds(folder);
+    add_proxies(seeds);
     for (const auto &file : fs::directory_iterator(CASES_DIR)) {
         for (const auto &written : kavro::read_cases(file.path())) {
             const auto expanded = kavro::expand(written);

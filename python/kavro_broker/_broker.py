@@ -64,6 +64,9 @@ class Broker(Owned):
         check(library.kavro_broker_set_time_limit(self.handle, limit,
                                                   min(milliseconds, 0xFFFFFFFF)))
 
+    def set_proxy(self, proxy, user="", password=""):
+        check(library.kavro_broker_set_proxy(self.handle, encode(proxy), encode(user), encode(password)))
+
     def fail_if_unverified(self, fail):
         check(library.kavro_broker_fail_if_unverified(self.handle, fail))
 

@@ -28,6 +28,8 @@ class Result(IntEnum):
     ERR_SOCKET_OR_SYS_FAILURE = 205
     ERR_MANGLED_RESPONSE = 206
     ERR_HTTP_NOT_OK = 207
+    ERR_PROXY_FAILED = 208
+    ERR_PROXY_AUTH_REQUIRED = 209
     ERR_CERTIFICATE_FAILED = 300
     ERR_CERTIFICATE_FAILED_BUT_WARNABLE = 301
     ERR_UNSUPPORTED_VERSION = 400
@@ -271,6 +273,7 @@ FUNCTIONS = {
     "kavro_broker_set_log_function": (None, [kavro_broker_log_function]),
     "kavro_broker_set_log_level": (None, [c_int32]),
     "kavro_broker_set_message_function": (c_uint32, [c_void_p, kavro_broker_message_function, c_void_p]),
+    "kavro_broker_set_proxy": (c_uint32, [c_void_p, c_char_p, c_char_p, c_char_p]),
     "kavro_broker_set_session_log_id_function": (None, [kavro_broker_session_log_id_function]),
     "kavro_broker_set_time_limit": (c_uint32, [c_void_p, c_uint32, c_uint32]),
     "kavro_broker_set_timezone": (c_uint32, [c_void_p, c_char_p]),

@@ -27,6 +27,10 @@ const std::set<std::pair<std::string_view, std::size_t>> optional = {
     {"kavro_broker_send_auth_dialog", 2},
     {"kavro_broker_set_message_function", 1},
     {"kavro_broker_set_message_function", 2},
+    {"kavro_broker_set_proxy", 0},
+    {"kavro_broker_set_proxy", 1},
+    {"kavro_broker_set_proxy", 2},
+    {"kavro_broker_set_proxy", 3},
 };
 
 /// Calls an export with each of its pointers null in turn, the other arguments being good.
@@ -132,6 +136,7 @@ TEST_F(Arguments, ValuesOutOfRange) {
         {"limit 4", kavro_broker_set_time_limit(h, 4, 1000)},
         {"no time", kavro_broker_set_time_limit(h, KAVRO_BROKER_LIMIT_CONNECT, 99)},
         {"over an hour", kavro_broker_set_time_limit(h, KAVRO_BROKER_LIMIT_CONNECT, 3600001)},
+        {"proxy", kavro_broker_set_proxy(h, "http://ann@p.test:1", nullptr, nullptr)},
         {"domain", kavro_broker_get_auth_domain(h, 1, text, &length)},
         {"hello variable",
          kavro_broker_get_hello_broker_variable(h, 1, text, &length, text, &length)},

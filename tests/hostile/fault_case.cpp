@@ -1,6 +1,7 @@
 #include "hostile/fault_case.h"
 
 #include "captured_log.h"
+#include "kavro_broker_extras.h"
 #include "requests.h"
 #include "scripted_peer.h"
 #include "support/unreachable.h"
@@ -64,8 +65,12 @@ kavro_broker_result greet(Handle handle) {
     return list(handle);
 }
 
+bool before_tunnel(const Case &fault) {
+    return fault.phase >= Phase::before_consent;
+}
+
 bool connecting(const Case &fault) {
-    return fault.phase < Phase::before_request;
+    return fault.phase < Phase::before_request || before_tunnel(fault);
 }
 
 /// The request is answered without asking, whatever happens to the connection.
@@ -113,8 +118,12 @@ Script spoilt_script(const Case &fault) {
         {handshake()},
         after_request({send(whole.substr(0, 20))}),
         after_request({send(whole.substr(0, whole.size() - 10))}),
+        {expect_request()},
+        {expect_request(), send("HTTP/1.1 200 F")},
     };
     Script script = beginnings[int(fault.phase)];
+    if (fault.by_proxy && !before_tunnel(fault))
+        script.insert(script.begin(), {expect_request(), send("HTTP/1.1 200 Fine\r\n\r\n")});
     script.insert(script.end(), effect(fault).end.begin(), effect(fault).end.end());
     return script;
 }
@@ -124,8 +133,16 @@ bool may_fail_to_connect(const Case &fault) {
     return fault.ill == Ill::reset && fault.phase == Phase::before_handshake;
 }
 
+/// A proxy that is silent, or whose answer has no end, or one without sense but with consent.
+bool keeps_waiting(const Case &fault) {
+    return fault.ill == Ill::stall || fault.ill == Ill::broken_record ||
+           (fault.ill == Ill::garbage && fault.phase == Phase::in_consent);
+}
+
 /// The result, or the two between which chance decides.
 std::vector<kavro_broker_result> expected(const Case &fault) {
+    if (before_tunnel(fault))
+        return {keeps_waiting(fault) ? KAVRO_BROKER_ERR_TIMEOUT : KAVRO_BROKER_ERR_PROXY_FAILED};
     if (!fault.request->fails || is_unasked(fault))
         return {fault.request->well};
     if (may_fail_to_connect(fault))
@@ -134,7 +151,7 @@ std::vector<kavro_broker_result> expected(const Case &fault) {
 }
 
 std::string_view log_sentence(const Case &fault) {
-    if (may_fail_to_connect(fault) || is_unasked(fault))
+    if (may_fail_to_connect(fault) || is_unasked(fault) || before_tunnel(fault))
         return {};
     if (fault.ill == Ill::garbage && fault.phase == Phase::in_body)
         return "Received XML message parse error: ";
@@ -144,10 +161,11 @@ std::string_view log_sentence(const Case &fault) {
 std::string name_of(const Case &fault) {
     constexpr const char *ills[] = {"refused",   "reset",   "end",          "silence",
                                     "truncated", "garbage", "broken record"};
-    constexpr const char *phases[] = {"before the handshake", "in the handshake",
-                                      "before the request", "in the head", "in the body"};
-    return std::string(fault.request->name) + ", " + ills[int(fault.ill)] + " " +
-           phases[int(fault.phase)];
+    constexpr const char *phases[] = {
+        "before the handshake", "in the handshake",   "before the request", "in the head",
+        "in the body",          "before the consent", "in the consent"};
+    return std::string(fault.request->name) + (fault.by_proxy ? " by proxy, " : ", ") +
+           ills[int(fault.ill)] + " " + phases[int(fault.phase)];
 }
 
 } // namespace
@@ -189,8 +207,22 @@ std::vector<Case> all_cases() {
             }
         }
     }
+    cases.push_back({&good_request(), Ill::refuse, Phase::before_consent, true});
+    for (int ill = int(Ill::reset); ill <= int(Ill::broken_record); ++ill) {
+        for (int phase = 0; phase <= int(Phase::in_consent); ++phase)
+            cases.push_back({&good_request(), Ill(ill), Phase(phase), true});
+    }
     return cases;
 }
+
+namespace {
+
+void set_way(const OwnedHandle &handle, const std::string &port, bool by_proxy) {
+    const std::string proxy = by_proxy ? "http://127.0.0.1:" + port : "";
+    kavro_broker_set_proxy(handle.get(), proxy.c_str(), nullptr, nullptr);
+}
+
+} // namespace
 
 void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
     const RefusingPort refusing;
@@ -202,7 +234,8 @@ void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
     for (const Case &fault : faults) {
         if (fault.ill != Ill::refuse)
             scripts.push_back(spoilt_script(fault));
-        const bool other_port = fault.ill == Ill::refuse; // which is another broker
+        // Another port is another broker.
+        const bool other_port = fault.ill == Ill::refuse && !fault.by_proxy;
         if (other_port || fault.request->greets_after)
             scripts.push_back(hello);
         scripts.push_back(good);
@@ -215,7 +248,9 @@ void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
 
     for (const Case &fault : faults) {
         SCOPED_TRACE(name_of(fault));
-        set_port(handle, fault.ill == Ill::refuse ? refusing.port() : broker.port());
+        const std::string port = fault.ill == Ill::refuse ? refusing.port() : broker.port();
+        set_port(handle, fault.by_proxy ? broker.port() : port);
+        set_way(handle, port, fault.by_proxy);
         kavro::CapturedLog::take();
         const auto start = Clock::now();
         const auto code = fault.request->send(handle.get());
@@ -225,6 +260,7 @@ void run_cases(const OwnedHandle &handle, std::span<const Case> faults) {
         EXPECT_NE(log.find(log_sentence(fault)), std::string::npos) << log;
 
         set_port(handle, broker.port());
+        set_way(handle, {}, false);
         EXPECT_EQ(good_request().send(handle.get()), KAVRO_BROKER_OK) << "afterwards";
         EXPECT_EQ(canary::line_with_secret(log + kavro::CapturedLog::take()), "");
     }

@@ -25,12 +25,22 @@ const std::vector<Request> &requests();
 const Request &good_request();
 
 enum class Ill { refuse, reset, fin, stall, truncated, garbage, broken_record };
-enum class Phase { before_handshake, in_handshake, before_request, in_head, in_body };
+/// Those of the consent are a proxy's.
+enum class Phase {
+    before_handshake,
+    in_handshake,
+    before_request,
+    in_head,
+    in_body,
+    before_consent,
+    in_consent
+};
 
 struct Case {
     const Request *request;
     Ill ill;
     Phase phase;
+    bool by_proxy = false;
 };
 
 std::vector<Case> all_cases();

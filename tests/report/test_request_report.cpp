@@ -33,15 +33,16 @@ void expect_fields(const Json &report, const Json &fields) {
 /// Every phase that was reached has its time, no later one has, and together they fit into the
 /// whole.
 void expect_sound_times(const Json &report) {
-    const std::vector<std::string> phases = {"prepare", "resolve", "connect", "handshake",
-                                             "ready",   "send",    "wait",    "receive",
-                                             "parse",   "answered"};
+    const std::vector<std::string> phases = {"prepare",   "resolve", "connect", "proxy",
+                                             "handshake", "ready",   "send",    "wait",
+                                             "receive",   "parse",   "answered"};
     for (const Json &connection : report["connections"]) {
         const auto last = std::ranges::find(phases, connection["reached"].get<std::string>());
         std::uint64_t sum = 0;
         for (auto phase = phases.begin(); phase != phases.end(); ++phase) {
             const Json time = connection["times_us"].value(*phase, Json());
-            const bool timed = connection["times_us"].contains(*phase) && *phase != "resolve";
+            const bool timed = connection["times_us"].contains(*phase) && *phase != "resolve" &&
+                               (*phase != "proxy" || !connection["proxy"].is_null());
             EXPECT_EQ(time.is_number(), timed && phase <= last) << *phase << connection.dump(1);
             sum += time.is_number() ? time.get<std::uint64_t>() : 0;
         }
@@ -77,6 +78,7 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
         kavro_broker_result result;
         const char *failed_in, *fields; ///< of the connection
         ServerIdentity identity = trusted_server({"127.0.0.1"});
+        bool by_proxy = false;
     } rows[] = {
         {"reset", reset, lost, "handshake",
          R"({"/peer_speaks": null, "/tls": null, "/bytes_received": 0})"},
@@ -109,11 +111,21 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
          R"({"/answer": "html"})"},
         {"another version", answering(version), KAVRO_BROKER_ERR_UNSUPPORTED_VERSION, "answered",
          R"({"/answer": "xml", "/result_id": null})"},
+        {"a proxy that refuses",
+         {expect_request(), send("HTTP/1.1 403 " + canary + "\r\nContent-Length: 0\r\n\r\n")},
+         KAVRO_BROKER_ERR_PROXY_FAILED,
+         "proxy",
+         R"({"/proxy/kind": "http", "/proxy/host": "127.0.0.1", "/proxy/status": 403,
+             "/peer_speaks": null, "/error": "the proxy answered HTTP status 403"})",
+         trusted_server({"127.0.0.1"}),
+         true},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.what);
         const ScriptedPeer peer({row.script}, {.identity = row.identity});
         const OwnedHandle client = new_client(peer.port());
+        const std::string proxy = row.by_proxy ? "http://" + peer.address() : "";
+        kavro_broker_set_proxy(client.get(), proxy.c_str(), canary.c_str(), canary.c_str());
         EXPECT_EQ(ask_method(client.get()), row.result);
         const Json report = report_of(client.get());
         expect_fields(report, {{"/result/code", row.result},

@@ -63,8 +63,22 @@ bool still_there(ExitStatus status) {
     return status != ExitStatus::unreachable && status != ExitStatus::timed_out;
 }
 
+/// For all that is no request of a session, and checked by it.
+void use_proxy(const ProxyOptions &proxy, const Secret &password) {
+    if (kavro_broker_set_proxy(nullptr, proxy.proxy.c_str(), proxy.user.c_str(),
+                               password.c_str()) != KAVRO_BROKER_OK)
+        throw Failure(ExitStatus::usage, "UNUSABLE_PROXY",
+                      "--proxy takes none, system, or http, https, socks5 or socks5h with host and "
+                      "port, as http://proxy.example:3128.");
+}
+
 void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
     install_log_sink(options.log_level);
+    const Secret proxy_password =
+        options.proxy.password_descriptor
+            ? read_secret(*options.proxy.password_descriptor, surroundings.interruption)
+            : Secret();
+    use_proxy(options.proxy, proxy_password);
     if (command.run_alone) {
         command.run_alone(options, surroundings);
         return require_written(surroundings.out);
@@ -80,6 +94,7 @@ void carry_out(const Command &command, const Options &options, const Surrounding
         certificate.emplace(options.client_certificate, prompts_or_null, surroundings.interruption);
 
     Session session(options, surroundings);
+    session.use_proxy(options.proxy, proxy_password);
     if (certificate)
         session.show(*certificate);
     const auto failure = failure_of([&] {

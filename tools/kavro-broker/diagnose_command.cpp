@@ -71,6 +71,7 @@ constexpr Row rows[] = {
     {"Address", "/tried", listed},
     {"Look-up", "/times_us/resolve", milliseconds},
     {"Connection", "/times_us/connect", milliseconds},
+    {"Proxy", "/times_us/proxy", milliseconds},
     {"Handshake", "/times_us/handshake", milliseconds},
     {"Request", "/times_us/send", milliseconds},
     {"Waiting", "/times_us/wait", milliseconds},

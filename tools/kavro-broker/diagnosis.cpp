@@ -239,9 +239,9 @@ bool holds(const Condition &condition, const Evidence &evidence) {
 
 /// The furthest that a connection came, as a number.
 auto progress(const Json &connection) {
-    static constexpr std::string_view phases[] = {"prepare", "resolve", "connect", "handshake",
-                                                  "ready",   "send",    "wait",    "receive",
-                                                  "parse",   "answered"};
+    static constexpr std::string_view phases[] = {"prepare",   "resolve", "connect", "proxy",
+                                                  "handshake", "ready",   "send",    "wait",
+                                                  "receive",   "parse",   "answered"};
     return std::ranges::find(phases, text_at(connection, "reached")) - std::begin(phases);
 }
 

@@ -98,6 +98,18 @@ void add_time_limits(CLI::App &app, Options &options) {
     }
 }
 
+void add_proxy_options(CLI::App &app, ProxyOptions &proxy) {
+    app.option_defaults()->group("Proxy");
+    app.add_option("--proxy", proxy.proxy,
+                   "Way to the broker: none, system (what this machine is set to, the default), or "
+                   "http, https, socks5 or socks5h, as socks5h://HOST:PORT")
+        ->type_name("URL");
+    app.add_option("--proxy-user", proxy.user, "User name for a proxy that wants a log-in")
+        ->type_name("NAME");
+    add_descriptor(app, "--proxy-password-fd", proxy.password_descriptor,
+                   "Read the password for the proxy from this descriptor, one line");
+}
+
 void add_login_options(CLI::App &app, LoginOptions &login) {
     app.option_defaults()->group("Log-in");
     app.add_option("--user", login.user, "User name")->type_name("NAME");
@@ -232,6 +244,7 @@ CLI::Option *add_address_options(CLI::App &app, const char *name, const char *de
     app.add_option("--cache", options.cache_folder,
                    "Folder for the table of registration codes, instead of the user's own")
         ->type_name("FOLDER");
+    add_proxy_options(app, options.proxy);
     return address;
 }
 

@@ -35,6 +35,13 @@ struct ClientCertificateOptions {
     std::optional<int> pin_descriptor;
 };
 
+/// The way to the broker.
+struct ProxyOptions {
+    std::string proxy = "system";
+    std::string user;
+    std::optional<int> password_descriptor;
+};
+
 /// How a result is printed: for reading, as one JSON object, or as variables of a shell.
 enum class Form { text, json, shell };
 
@@ -45,6 +52,7 @@ struct Options {
     std::string broker_host, broker_port; ///< an empty port means the library's usual ones
     std::string registration_code;        ///< in the place of both, unless it is empty
     std::optional<std::string> cache_folder;
+    ProxyOptions proxy;
     LoginOptions login;
     ClientCertificateOptions client_certificate;
     std::optional<std::string> locale, timezone;

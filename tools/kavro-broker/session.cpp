@@ -70,6 +70,10 @@ void Session::set_address(const Options &options) {
     broker_.set_broker_variant(KAVRO_BROKER_VARIANT_REGISTRATION_CODE);
 }
 
+void Session::use_proxy(const ProxyOptions &proxy, const Secret &password) {
+    broker_.set_proxy(proxy.proxy, proxy.user, password.c_str());
+}
+
 void Session::show(ClientCertificate &certificate) {
     broker_.use_signing_certificate(
         certificate.der(), [&certificate](const auto &digest) { return certificate.sign(digest); });

@@ -24,6 +24,7 @@ public:
     Session(const Session &) = delete;
     Session &operator=(const Session &) = delete;
 
+    void use_proxy(const ProxyOptions &proxy, const Secret &password);
     /// Shows a certificate to a broker that asks for one. It must outlive this object.
     void show(ClientCertificate &certificate);
 

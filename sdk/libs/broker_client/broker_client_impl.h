@@ -57,6 +57,7 @@ struct broker_client_impl {
     std::string time_zone;
     bool port_fallback = false; ///< the caller gave no port
     bool fail_if_unverified = true;
+    kavro::ProxyHandle proxy;
     kavro::Variables hello_client_variables;
     /// The system's, where OpenSSL does not find them by itself, and then the caller's.
     kavro::Security::cX509_CERT_CHAIN trust_anchors;

@@ -40,3 +40,17 @@ kavro_broker_result kavro_broker_set_time_limit(kavro_broker_handle handle, uint
         return KAVRO_BROKER_OK;
     });
 }
+
+kavro_broker_result kavro_broker_set_proxy(kavro_broker_handle handle, const char *proxy,
+                                           const char *user, const char *password) {
+    return guard([&]() -> kavro_broker_result {
+        auto parsed = parse_proxy(proxy != nullptr ? proxy : "", user, password);
+        if (!parsed)
+            return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+        if (handle == nullptr)
+            set_common_proxy(std::move(*parsed));
+        else
+            handle->proxy = std::move(*parsed);
+        return KAVRO_BROKER_OK;
+    });
+}

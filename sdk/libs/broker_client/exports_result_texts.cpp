@@ -37,6 +37,8 @@ constexpr ResultRow result_rows[] = {
     {NAMED(ERR_SOCKET_OR_SYS_FAILURE), "The connection to the broker was lost."},
     {NAMED(ERR_MANGLED_RESPONSE), "The broker's answer cannot be understood."},
     {NAMED(ERR_HTTP_NOT_OK), "The broker's web server refused the request."},
+    {NAMED(ERR_PROXY_FAILED), "The proxy could not be used to reach the broker."},
+    {NAMED(ERR_PROXY_AUTH_REQUIRED), "The proxy wants a log-in, or another one."},
     {NAMED(ERR_CERTIFICATE_FAILED), "The broker's certificate is rejected."},
     {NAMED(ERR_CERTIFICATE_FAILED_BUT_WARNABLE),
      "The broker's certificate was issued by somebody who is not known here."},

@@ -104,6 +104,8 @@ enum {
     KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE = 205,  /**< connection lost, or a system call failed */
     KAVRO_BROKER_ERR_MANGLED_RESPONSE = 206,       /**< the answer cannot be understood */
     KAVRO_BROKER_ERR_HTTP_NOT_OK = 207,            /**< an HTTP status other than 200 */
+    KAVRO_BROKER_ERR_PROXY_FAILED = 208,        /**< not found, not reached, refuses the broker */
+    KAVRO_BROKER_ERR_PROXY_AUTH_REQUIRED = 209, /**< the proxy wants a log-in, or another one */
 
     KAVRO_BROKER_ERR_CERTIFICATE_FAILED = 300,              /**< the certificate is rejected */
     KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE = 301, /**< unknown issuer, else sound */

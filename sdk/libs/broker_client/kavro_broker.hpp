@@ -205,6 +205,10 @@ public:
         const auto count = std::min<std::chrono::milliseconds::rep>(time.count(), UINT32_MAX);
         detail::check(kavro_broker_set_time_limit(get(), limit, static_cast<std::uint32_t>(count)));
     }
+    /// An empty user: no log-in is known.
+    void set_proxy(zstring_view proxy, zstring_view user = "", zstring_view password = "") {
+        detail::check(kavro_broker_set_proxy(get(), proxy.c_str(), user.c_str(), password.c_str()));
+    }
     void fail_if_unverified(bool fail) {
         detail::check(kavro_broker_fail_if_unverified(get(), fail));
     }

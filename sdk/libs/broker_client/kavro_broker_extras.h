@@ -64,6 +64,32 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_time_limit(kavro_broker_ha
                                                                  uint32_t milliseconds);
 
 /**
+ * Sets the way to the broker: directly, as at first, or through a proxy. A provisioning server that
+ * the broker names is reached on the same way.
+ *
+ * - null, "" or "none": directly.
+ * - "http://HOST:PORT" and "https://HOST:PORT": by CONNECT (RFC 9110 section 9.3.6), the latter
+ * over TLS with the proxy, which must then prove who it is as a broker must.
+ * - "socks5://HOST:PORT": by SOCKS 5 (RFC 1928), the broker's name being looked up here;
+ *   "socks5h://HOST:PORT": looked up by the proxy. With HTTP it is the proxy, too, who looks it up.
+ * - "system": what the machine is set to, asked anew for each connection.
+ *
+ * An IPv6 address stands in brackets. The user and the password are sent when the proxy asks for
+ * them only: by SOCKS (RFC 1929), or by the strongest of Digest (RFC 7616) and Basic that it
+ * offers. The broker's certificate is judged against the broker's name, whatever the way.
+ *
+ * @param handle null sets the way of every type finder and of the registration codes' download, and
+ * of no handle.
+ * @param proxy as above. @param user null for none. @param password null for none; copied, and
+ * wiped when it is no longer needed.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for any other text, also one with a
+ * user or password in it; the setting before then stays.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_set_proxy(kavro_broker_handle handle,
+                                                            const char *proxy, const char *user,
+                                                            const char *password);
+
+/**
  * Lets the client show a certificate to brokers that ask for one, and sign with a key outside the
  * library.
  *
@@ -190,8 +216,11 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_message_function(
  *   request gave up the default port for the second one.
  * - `connections` to the broker, in order, each with
  *   - `host` and `port`; `reused` whether it was kept by a request before, which then has looked
- *     nothing up; `tried` the addresses in order; `address` the one that accepted;
- *   - `reached` its last phase: "prepare" (no usable address), "resolve", "connect", "handshake",
+ *     nothing up; `proxy` the one in between with its `kind`, `host`, `port` and `status`, the number
+ *     of its last answer; `tried` the addresses, the proxy's if there is one, in order; `address` the
+ *     one that accepted;
+ *   - `reached` its last phase: "prepare" (no usable address), "resolve", "connect", "proxy" (up to
+ *     its consent), "handshake",
  *     "ready" (nothing sent yet), "send", "wait" (from the request's last byte to the answer's
  *     first), "receive" (up to its last), "parse", or "answered", after which only the broker's
  *     words count;

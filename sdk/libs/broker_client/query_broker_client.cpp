@@ -182,6 +182,7 @@ bool QueryBrokerClient::next_protocol() {
 
 QueryBrokerClient::Finding QueryBrokerClient::try_next() {
     transport_ = std::make_unique<HttpsXmlClient>(settings_.lookup, waiter_);
+    transport_->set_proxy(common_proxy());
     ConnectResult connected;
     transport_->connect(
         url_, false, [&connected](const ConnectResult &result) { connected = result; },
@@ -200,6 +201,7 @@ QueryBrokerClient::Finding QueryBrokerClient::handle_connect(const ConnectResult
     case ConnectCode::connect_failed:
     case ConnectCode::connect_refused:
     case ConnectCode::tls_handshake_failed:
+    case ConnectCode::proxy_failed:
         return std::nullopt;
     case ConnectCode::invalid_params:
         throw std::invalid_argument("the address cannot be connected to");

@@ -27,6 +27,7 @@ ConnectionRequest connection_request(const broker_client_impl &handle) {
     request.fail_if_unverified = handle.fail_if_unverified;
     request.limits = handle.limits;
     request.most_idle = handle.most_idle;
+    request.proxy = handle.proxy;
     return request;
 }
 

@@ -21,6 +21,7 @@ constexpr std::array<PhaseRow, ConnectionReport::phase_count> phase_rows = {{
     {"prepare", false},
     {"resolve", true},
     {"connect", true},
+    {"proxy", true},
     {"handshake", true},
     {"ready", false},
     {"send", true},
@@ -71,10 +72,23 @@ void write_tls(JsonWriter &json, const ConnectionReport &connection) {
     });
 }
 
+void write_proxy(JsonWriter &json, const ConnectionReport &connection) {
+    if (!connection.proxy)
+        return json.null();
+    json.object([&] {
+        json.name("kind").text(connection.proxy->kind);
+        json.name("host").text(connection.proxy->host);
+        json.name("port").text(connection.proxy->port);
+        json.name("status").number(static_cast<std::uint64_t>(connection.proxy->status));
+    });
+}
+
 void write_connection(JsonWriter &json, const ConnectionReport &connection) {
     json.name("host").text_or_null(connection.host);
     json.name("port").text_or_null(connection.port);
     json.name("reused").boolean(connection.reused);
+    json.name("proxy");
+    write_proxy(json, connection);
     json.name("tried").array(connection.tried,
                              [&](const std::string &address) { json.text(address); });
     json.name("address").text_or_null(connection.address);

@@ -26,6 +26,12 @@ SslContextHandle verified_tls() {
     return tls;
 }
 
+VerifyCallback judge_of(const std::string &host) {
+    return [host](bool trusted, X509_STORE_CTX *certificates) {
+        return trusted && fits_host(certificates, host);
+    };
+}
+
 /// Ends the download when a step went wrong.
 void check(const Waiter &waiter, const char *step, const std::string &failure) {
     if (failure.empty())
@@ -53,13 +59,11 @@ std::string AwsRegcodeDownloader::download() const {
     if (service_.host.empty())
         throw std::runtime_error("This build knows no registration service");
     const SslContextHandle tls = verified_tls();
-    const auto verify = [this](bool trusted, X509_STORE_CTX *certificates) {
-        return trusted && fits_host(certificates, service_.host);
-    };
     Waiter waiter;
     TlsExchange exchange(waiter, service_.timeout);
     check(waiter, "Connection",
-          exchange.connect(tls.get(), {service_.host, service_.port}, verify));
+          exchange.connect(tls.get(), {service_.host, service_.port},
+                           {common_proxy(), tls.get(), judge_of}, judge_of(service_.host)));
     check(waiter, "Handshake", exchange.handshake());
     check(waiter, "Send request",
           exchange.write("GET /cm-lookup.cfg HTTP/1.1\r\nHost: " + service_.host + "\r\n\r\n"));

@@ -51,6 +51,7 @@ void ConnectionReport::continue_on(const ConnectionReport &made) {
     reused = true;
     host = made.host;
     port = made.port;
+    proxy = made.proxy;
     address = made.address;
     tls_version = made.tls_version;
     cipher = made.cipher;

@@ -16,6 +16,7 @@ enum class ConnectionPhase {
     prepare, ///< nothing was tried yet
     resolve,
     connect, ///< TCP, all addresses together
+    proxy,   ///< from there to the proxy's consent
     handshake,
     ready, ///< made, nothing sent yet
     send,
@@ -42,6 +43,14 @@ enum class AnswerKind { none, html, xml, other };
 /// As far as it shows before the body is read: xml is not told.
 AnswerKind answer_kind(std::string_view body);
 
+/// Through whom a connection goes.
+struct ProxyReport {
+    const char *kind; ///< as "http"
+    std::string host;
+    std::string port;
+    int status = 0; ///< its last answer: of HTTP, or the reply of SOCKS
+};
+
 /// What became of one connection, for a bug report: nothing here is the user's, and of the server's
 /// words there are only numbers and keywords of the protocol.
 struct ConnectionReport {
@@ -60,9 +69,10 @@ struct ConnectionReport {
 
     std::string host;
     std::string port;
-    bool reused = false;            ///< was kept by a request before
-    std::vector<std::string> tried; ///< addresses with ports, in order
-    std::string address;            ///< the one of them that answered
+    bool reused = false;              ///< was kept by a request before
+    std::optional<ProxyReport> proxy; ///< whose addresses follow then
+    std::vector<std::string> tried;   ///< addresses with ports, in order
+    std::string address;              ///< the one of them that answered
     ConnectionPhase phase = ConnectionPhase::prepare;
     std::array<std::optional<Clock::duration>, phase_count> times;
     const char *tls_version = nullptr; ///< null until the handshake is done; constants of OpenSSL

@@ -177,12 +177,16 @@ HttpResponseParser::State HttpResponseParser::read_head() {
     if (rules_.unstated_length == UnstatedLength::to_end_of_stream &&
         !starts_ignoring_case(protocol, unread().substr(0, protocol.size())))
         return begin_body(Step::open_body, rules_.body_bytes + 1);
+    if (rules_.opens_tunnel) // the last line end of a chunked answer before
+        consumed_ += std::min(unread().find_first_not_of(crlf), unread().size());
     std::size_t end = 0;
     const State found = find_end(blank_line, HttpLimits::head_bytes, "head over 64 KiB", end);
     if (found != State::complete)
         return found;
     std::string_view lines = unread().substr(0, end);
-    consumed_ = end + blank_line.size();
+    if (rules_.opens_tunnel)
+        head_ = lines;
+    consumed_ += end + blank_line.size();
 
     std::string_view status_line = take_line(lines);
     if (!starts_ignoring_case(status_line, version) &&
@@ -193,7 +197,21 @@ HttpResponseParser::State HttpResponseParser::read_head() {
     if (!status)
         return mangled("bad status");
     status_ = *status;
+    if (rules_.opens_tunnel)
+        return read_tunnel_head(lines);
     return status_ == 200 ? read_header_lines(lines) : State::not_ok;
+}
+
+/// RFC 9110 section 15.2: answers that are not the last one may come before it.
+HttpResponseParser::State HttpResponseParser::read_tunnel_head(std::string_view lines) {
+    switch (status_ / 100) {
+    case 1:
+        return State::need_more;
+    case 2:
+        return State::complete;
+    default:
+        return read_header_lines(lines);
+    }
 }
 
 HttpResponseParser::State HttpResponseParser::read_header_lines(std::string_view lines) {

@@ -42,6 +42,9 @@ struct HttpRules {
     UnstatedLength unstated_length = UnstatedLength::mangled;
     bool http_1_0 = false;           ///< is taken as well
     bool length_in_any_case = false; ///< "content-length" (RFC 9110 section 5.1) is a length too
+    /// The answer to CONNECT (RFC 9110 section 9.3.6): any 2xx ends with its head, and of another
+    /// the body is read as well; its head is kept.
+    bool opens_tunnel = false;
 };
 
 /// Reads one HTTP/1.1 response as its bytes come in; knows no socket.
@@ -52,7 +55,7 @@ class HttpResponseParser {
 public:
     enum class State {
         need_more,
-        complete, ///< status 200, body whole
+        complete, ///< status 200 (or what the rules take), body whole
         mangled,  ///< not HTTP/1.1, unreadable, or over a limit
         not_ok    ///< any other status; its body is not read
     };
@@ -79,6 +82,12 @@ public:
     bool keeps_connection() const { return !closes_ && ended_ && !overrun(); }
     /// Whether bytes came behind a complete response.
     bool overrun() const { return ended_ && !unread().empty(); }
+    /// As it came, to the last line end; empty unless the rules keep it.
+    std::string_view head() const { return head_; }
+    /// Whether the head says how long the body is.
+    bool has_length() const { return chunked_ || length_; }
+    /// What came behind the response.
+    std::string_view rest() const { return unread(); }
     /// The body of a complete response; afterwards the parser holds none.
     SecureText take_body() { return std::move(body_); }
 
@@ -87,6 +96,7 @@ private:
 
     State advance();
     State read_head();
+    State read_tunnel_head(std::string_view lines);
     State read_header_lines(std::string_view lines);
     const char *read_header_line(std::string_view line);
     const char *read_length(std::string_view value);
@@ -112,6 +122,7 @@ private:
     bool closes_ = false; ///< the server says so
     bool ended_ = true;   ///< nothing of the response is missing; the end of chunks may be
     const char *reason_ = "";
+    SecureText head_;
     /// What came in and is not yet understood: input_[consumed_ .. filled_).
     SecureText input_;
     std::size_t consumed_ = 0;

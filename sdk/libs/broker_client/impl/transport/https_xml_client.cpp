@@ -49,6 +49,18 @@ std::string without_zone(const std::string &host) {
     return is_ipv6_address(host) ? host.substr(0, host.find('%')) : host;
 }
 
+bool is_accepted(VerificationOutcome outcome) {
+    return outcome == VerificationOutcome::passed || outcome == VerificationOutcome::not_checked;
+}
+
+using VerificationRules = bool (ServerVerification::*)(bool, X509_STORE_CTX *) noexcept;
+
+VerifyCallback verified_by(ServerVerification &verification, VerificationRules rules) {
+    return [&verification, rules](bool preverified, X509_STORE_CTX *store) {
+        return (verification.*rules)(preverified, store);
+    };
+}
+
 /// What is said of an error: the library's own words, and what they mean when a certificate was
 /// asked for.
 std::string text_of(const boost::system::error_code &error, const TlsConnection &connection) {
@@ -109,8 +121,8 @@ void HttpsXmlClient::setCertificateExtractor(const CertificateExtractor &extract
     own_trust_ = std::make_unique<TrustStore>(extract_certificates(extractor));
 }
 
-HttpsXmlClient::PeerMemory &HttpsXmlClient::memory() {
-    auto &memory = memories_[way_.peer];
+HttpsXmlClient::PeerMemory &HttpsXmlClient::memory_of(const Peer &peer) {
+    auto &memory = memories_[peer];
     if (!memory)
         memory = std::make_unique<PeerMemory>();
     return *memory;
@@ -171,7 +183,8 @@ void HttpsXmlClient::connect(const std::string &address, bool connect_securely,
               printable(address).c_str(), printable(port).c_str(),
               static_cast<long>(timeout.count()));
     const auto peer = peer_of(address, port);
-    const Way way{peer.value_or(way_.peer), connect_securely, use_view_verifier, trust_changes_};
+    const Way way{peer.value_or(way_.peer), connect_securely, use_view_verifier, trust_changes_,
+                  proxy_};
     const bool kept = peer && is_kept_for(way);
     idle_since_.reset();
     answered_whole_ = true;
@@ -213,23 +226,36 @@ X509StoreHandle HttpsXmlClient::anchors() {
 
 void HttpsXmlClient::prepare_connection() {
     connection_ = std::make_unique<TlsConnection>(tls_.get(), way_.peer, *waiter_, report_);
+    connection_->go_by(route());
     verification_.begin(without_zone(way_.peer.host), way_.connect_securely);
     signing_.install(connection_->native_handle());
     if (!way_.connect_securely)
         return;
     SSL_CTX_set1_cert_store(tls_.get(), anchors().get());
-    const auto verify = way_.use_view_verifier ? &ServerVerification::verify_server_view
-                                               : &ServerVerification::verify_server_pbp;
-    connection_->set_verify_callback([this, verify](bool preverified, X509_STORE_CTX *store) {
-        return (verification_.*verify)(preverified, store);
-    });
+    connection_->set_verify_callback(verified_by(
+        verification_, way_.use_view_verifier ? &ServerVerification::verify_server_view
+                                              : &ServerVerification::verify_server_pbp));
+}
+
+Route HttpsXmlClient::route() {
+    const auto judge = [this](const std::string &host) {
+        proxy_verification_.begin(without_zone(host), way_.connect_securely);
+        return way_.connect_securely
+                   ? verified_by(proxy_verification_, &ServerVerification::verify_server_pbp)
+                   : VerifyCallback();
+    };
+    return {way_.proxy, tls_.get(), judge,
+            [this] { return is_accepted(proxy_verification_.outcome()); }};
 }
 
 ConnectResult HttpsXmlClient::establish() {
     if (!connection_)
         return finish_connect(ConnectCode::invalid_params,
                               "the host name is empty, too long or no host name");
-    if (const error_code error = connection_->reach(*resolver_, memory().endpoint))
+    const auto known = [this](const Peer &peer) -> auto & {
+        return memory_of(peer).endpoint;
+    };
+    if (const error_code error = connection_->reach(*resolver_, known))
         return unreached(error);
     if (const error_code error = connection_->shake_hands())
         return handshake_failed(error);
@@ -240,10 +266,12 @@ ConnectResult HttpsXmlClient::unreached(const error_code &error) {
     const bool found = report_->reached(ConnectionPhase::connect);
     if (waiter_->expired())
         return finish_connect(ConnectCode::timeout);
-    if (!found || error == asio::error::operation_aborted)
+    if (!found || error == asio::error::operation_aborted || error.category() == proxy_category())
         waiter_->clear_deadline();
     if (error == asio::error::operation_aborted)
         return finish_connect(ConnectCode::cancelled);
+    if (error.category() == proxy_category())
+        return stopped_by_proxy(error);
     if (!found)
         return finish_connect(ConnectCode::resolve_failed, error.message());
     if (error == asio::error::timed_out)
@@ -256,6 +284,26 @@ ConnectResult HttpsXmlClient::unreached(const error_code &error) {
                error.category().name(), error.value(), static_cast<unsigned>(error.value()),
                error.message().c_str());
     return finish_connect(ConnectCode::connect_failed, error.message());
+}
+
+ConnectResult HttpsXmlClient::stopped_by_proxy(const error_code &error) {
+    if (error == ProxyError::certificate) {
+        verification_ = proxy_verification_;
+        report_->certificate_errors = verification_.error_codes();
+        const std::string proxy_host = report_->proxy->host;
+        auto result =
+            finish_connect(verification_.outcome() == VerificationOutcome::failed_but_warnable
+                               ? ConnectCode::certificate_failed_but_warnable
+                               : ConnectCode::certificate_failed,
+                           "the proxy's certificate: " + verification_.error_text());
+        result.host = proxy_host;
+        return result;
+    }
+    const std::string words = connection_->words_of(error);
+    log_error("%s", printable(words).c_str());
+    return finish_connect(error == ProxyError::log_in_wanted ? ConnectCode::proxy_log_in_wanted
+                                                             : ConnectCode::proxy_failed,
+                          words);
 }
 
 ConnectResult HttpsXmlClient::handshake_failed(const error_code &error) {

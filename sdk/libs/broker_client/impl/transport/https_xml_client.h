@@ -4,6 +4,7 @@
 #include "transport/http_framing.h"
 #include "transport/peer.h"
 #include "transport/post_result.h"
+#include "transport/route.h"
 #include "trust/client_signing.h"
 #include "trust/server_verification.h"
 #include "trust/trust_store.h"
@@ -41,7 +42,9 @@ enum class ConnectCode : std::uint32_t {
     tls_handshake_failed = 7,
     socket_or_sys_failure = 8,
     certificate_failed = 9,
-    certificate_failed_but_warnable = 10
+    certificate_failed_but_warnable = 10,
+    proxy_failed = 11,
+    proxy_log_in_wanted = 12
 };
 
 struct ConnectResult {
@@ -121,8 +124,14 @@ public:
     void setCertificateExtractor(const CertificateExtractor &extractor);
     void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier) {
         ++trust_changes_;
+        proxy_verification_.set_platform_verifier(verifier);
         verification_.set_platform_verifier(std::move(verifier));
     }
+    /// The way of the connections that are made from now on.
+    void set_proxy(ProxyHandle proxy) { proxy_ = std::move(proxy); }
+    /// The way of a connection to somebody else, who is judged as the broker is not: for as long as
+    /// this client lives and does not connect itself.
+    Route route();
     /// Where the next connection is recorded, up to its end or to the next one.
     void report_to(std::shared_ptr<ConnectionReport> report) { report_ = std::move(report); }
     ConnectionReport &report() { return *report_; }
@@ -162,6 +171,7 @@ private:
         bool connect_securely = true;
         bool use_view_verifier = false;
         unsigned trust_changes = 0;
+        ProxyHandle proxy;
         bool operator==(const Way &) const = default;
     };
 
@@ -170,6 +180,7 @@ private:
     void prepare_connection();
     ConnectResult establish();
     ConnectResult unreached(const error_code &error);
+    ConnectResult stopped_by_proxy(const error_code &error);
     ConnectResult handshake_failed(const error_code &error);
     ConnectResult judged();
     ConnectResult finish_connect(ConnectCode code, std::string error_text = {});
@@ -182,7 +193,8 @@ private:
     PostResult finish_post(PostResult result);
     void hand_over(const PostHandler &on_posted, const PostResult &result);
 
-    PeerMemory &memory();
+    PeerMemory &memory() { return memory_of(way_.peer); }
+    PeerMemory &memory_of(const Peer &peer);
     void throw_if_over();
 
     const std::shared_ptr<Waiter> waiter_;
@@ -197,8 +209,10 @@ private:
     std::chrono::steady_clock::duration most_idle_{0};
     std::optional<std::chrono::steady_clock::time_point> idle_since_; ///< while it is kept
     bool answered_whole_ = true; ///< and so the connection may be kept
+    ProxyHandle proxy_;
     std::map<Peer, std::unique_ptr<PeerMemory>> memories_;
     ServerVerification verification_;
+    ServerVerification proxy_verification_;
     std::unique_ptr<TrustStore> own_trust_; ///< when there are anchors besides the system's
     std::shared_ptr<ConnectionReport> report_ = std::make_shared<ConnectionReport>();
     SecureText request_;

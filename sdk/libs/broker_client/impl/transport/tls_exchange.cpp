@@ -24,15 +24,19 @@ TlsExchange::~TlsExchange() {
     waiter_.forget_deadline();
 }
 
-std::string TlsExchange::connect(SSL_CTX *tls, const Peer &peer, VerifyCallback verify) try {
+std::string TlsExchange::connect(SSL_CTX *tls, const Peer &peer, Route route,
+                                 VerifyCallback verify) try {
     if (!is_usable_host(peer.host))
         return "The host name cannot be used";
     connection_ =
         std::make_unique<TlsConnection>(tls, peer, waiter_, std::make_shared<ConnectionReport>());
     if (verify)
         connection_->set_verify_callback(std::move(verify));
+    connection_->go_by(std::move(route));
     std::optional<TcpSocket::Endpoint> nothing_known;
-    return text_of(connection_->reach(NameResolver(), nothing_known));
+    const auto error = connection_->reach(
+        NameResolver(), [&](const Peer &) -> auto & { return nothing_known; });
+    return error ? connection_->words_of(error) : std::string();
 } catch (const std::invalid_argument &unusable) {
     return unusable.what();
 }

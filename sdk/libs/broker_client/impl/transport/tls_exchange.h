@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/peer.h"
+#include "transport/route.h"
 #include "utils/src/openssl_types.h"
 
 #include <chrono>
@@ -26,7 +26,7 @@ public:
     TlsExchange &operator=(const TlsExchange &) = delete;
 
     /// @param tls is set up by now.
-    [[nodiscard]] std::string connect(ssl_ctx_st *tls, const Peer &peer,
+    [[nodiscard]] std::string connect(ssl_ctx_st *tls, const Peer &peer, Route route,
                                       VerifyCallback verify = {});
     [[nodiscard]] std::string handshake();
     [[nodiscard]] std::string write(std::string_view bytes);

@@ -7,7 +7,8 @@ namespace kavro {
 /// The codes that an operation of a broker client may report, one row a code, in the order of the
 /// values from 0 on; beside each the public result code, without "KAVRO_BROKER_", that
 /// broker_convert_error() makes of it. A NAMELESS code is "UNKNOWN" in the log, an INTERNAL one
-/// never reaches an export. Nothing reports ERROR_CODE_RESERVED_57.
+/// never reaches an export. Nothing reports ERROR_CODE_RESERVED_57
+/// and ERROR_CODE_UNUSED_58.
 #define KAVRO_ERROR_CODES(NAMED, NAMELESS, INTERNAL)                                               \
     NAMED(ERROR_CODE_NONE, OK)                                                                     \
     NAMED(ERROR_CODE_INVALID_PARAMS, ERR_INVALID_PARAMETER)                                        \
@@ -67,7 +68,10 @@ namespace kavro {
     NAMED(ERROR_CODE_SESSION_PROVISION_TIMEOUT, ERR_SESSION_PROVISION_TIMEOUT)                     \
     NAMED(ERROR_CODE_SESSION_PROVISION_SERVER_CONNECT_FAILED,                                      \
           ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED)                                             \
-    NAMELESS(ERROR_CODE_RESERVED_57, ERR_CONNECT_DESKTOP_710)
+    NAMELESS(ERROR_CODE_RESERVED_57, ERR_CONNECT_DESKTOP_710)                                      \
+    INTERNAL(ERROR_CODE_UNUSED_58)                                                                 \
+    NAMED(ERROR_CODE_PROXY_FAILED, ERR_PROXY_FAILED)                                               \
+    NAMED(ERROR_CODE_PROXY_AUTH_REQUIRED, ERR_PROXY_AUTH_REQUIRED)
 
 #define KAVRO_VALUE(code) code,
 #define KAVRO_VALUE_WITH_PUBLIC(code, public_name) code,

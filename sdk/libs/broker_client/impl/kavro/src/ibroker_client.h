@@ -3,6 +3,7 @@
 #include "kavro/src/desktop_list.h"
 #include "kavro/src/results.h"
 #include "transport/connection_report.h"
+#include "transport/proxy/proxy.h"
 #include "trust/client_signing.h"
 #include "trust/trust_store.h"
 #include "utils/src/cert_chain.h"
@@ -42,6 +43,7 @@ struct ConnectionRequest {
     TimeLimits limits; ///< of the connection, and of what is done on it
     /// A connection that release_connection() kept serves when it was idle for less than this.
     std::chrono::steady_clock::duration most_idle{0};
+    ProxyHandle proxy; ///< the way there
     /// What becomes of the connection, as far as the client tells.
     std::shared_ptr<ConnectionReport> report = std::make_shared<ConnectionReport>();
 };

@@ -43,6 +43,8 @@ constexpr CodeRow<ConnectCode> connect_codes[] = {
     {ConnectCode::socket_or_sys_failure, ERROR_CODE_SOCKET_OR_SYS_FAILURE},
     {ConnectCode::certificate_failed, ERROR_CODE_CERTIFICATE_FAILED},
     {ConnectCode::certificate_failed_but_warnable, ERROR_CODE_CERTIFICATE_FAILED_BUT_WARNABLE},
+    {ConnectCode::proxy_failed, ERROR_CODE_PROXY_FAILED},
+    {ConnectCode::proxy_log_in_wanted, ERROR_CODE_PROXY_AUTH_REQUIRED},
 };
 
 /// Why an answer with another status than 200 is none: RFC 9110 section 15.5.8, RFC 6585 section 6.
@@ -74,6 +76,7 @@ bool cKAVRO_BROKER_CLIENT::connect_to_broker(const ConnectionRequest &request,
                                              ConnectionHandler handler) {
     require(handler, "cKAVRO_BROKER_CLIENT::handle_connect_to_broker");
     transport_.report_to(request.report);
+    transport_.set_proxy(request.proxy);
     resolved_address_ = request.address;
     if (request.is_registration_code) {
         const std::string url = "https://" + request.address;
@@ -295,8 +298,8 @@ BrokerResult cKAVRO_BROKER_CLIENT::provision(const Provisioner &provisioner,
                               .request_id = transport_.client_log_id(),
                               .time_zone = identity_.time_zone,
                               .locale = identity_.locale},
-                             transport_.waiter(), limits_.provisioning, dialect_.version,
-                             connection);
+                             transport_.route(), transport_.waiter(), limits_.provisioning,
+                             dialect_.version, connection);
 }
 
 /// A target given by name is looked up; a name that cannot be looked up stays as it is, because the

@@ -55,8 +55,12 @@ BrokerResult failed(const Waiter &waiter, const std::string &reason) {
 /// One exchange with a provisioning server.
 class Provisioning {
 public:
-    Provisioning(const Provisioner &provisioner, Waiter &waiter, std::chrono::milliseconds timeout)
-        : provisioner_(provisioner), waiter_(waiter), exchange_(waiter, timeout) {}
+    Provisioning(const Provisioner &provisioner, Route route, Waiter &waiter,
+                 std::chrono::milliseconds timeout)
+        : provisioner_(provisioner),
+          route_(std::move(route)),
+          waiter_(waiter),
+          exchange_(waiter, timeout) {}
 
     Step<Document> ask(const SessionProvision &content) {
         if (auto step = connect(); !step)
@@ -86,9 +90,9 @@ private:
                  printable(provisioner_.port).c_str(),
                  printable(provisioner_.gateway_ticket).c_str(),
                  printable(provisioner_.leaf_certificate).c_str());
-        if (auto step =
-                ended("Connecting to provision server failed : ",
-                      exchange_.connect(tls_.get(), {provisioner_.address, provisioner_.port}));
+        if (auto step = ended(
+                "Connecting to provision server failed : ",
+                exchange_.connect(tls_.get(), {provisioner_.address, provisioner_.port}, route_));
             !step)
             return step;
         log_info("Connecting to provision server OK");
@@ -142,6 +146,7 @@ private:
     }
 
     const Provisioner &provisioner_;
+    const Route route_;
     Waiter &waiter_;
     const SslContextHandle tls_ = provisioning_tls();
     TlsExchange exchange_;
@@ -161,12 +166,12 @@ SslContextHandle provisioning_tls() {
 }
 
 BrokerResult provision_session(const Provisioner &provisioner, SessionProvision content,
-                               Waiter &waiter, std::chrono::milliseconds timeout,
+                               Route route, Waiter &waiter, std::chrono::milliseconds timeout,
                                std::string_view protocol_version,
                                cDESKTOP_CONNECTION_RESULT &connection) {
     content.gateway_ticket = provisioner.gateway_ticket;
     try {
-        Provisioning provisioning(provisioner, waiter, timeout);
+        Provisioning provisioning(provisioner, std::move(route), waiter, timeout);
         const auto document = provisioning.ask(content);
         if (!document)
             return failed(waiter, document.error());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kavro/src/session_provision.h"
+#include "transport/route.h"
 #include "utils/src/openssl_types.h"
 
 #include <chrono>
@@ -16,10 +17,11 @@ class Waiter;
 /// accepted. The broker's word for the certificate is what counts.
 SslContextHandle provisioning_tls();
 
-/// Asks a provisioning server for the target and waits for its answer, up to the time-out. The
-/// gateway ticket of the request is the provisioner's. A cancel of the waiter's ends it.
+/// Asks a provisioning server on that way for the target and waits for its answer, up to the
+/// time-out. The gateway ticket of the request is the provisioner's. A cancel of the waiter's ends
+/// it.
 BrokerResult provision_session(const Provisioner &provisioner, SessionProvision content,
-                               Waiter &waiter, std::chrono::milliseconds timeout,
+                               Route route, Waiter &waiter, std::chrono::milliseconds timeout,
                                std::string_view protocol_version,
                                cDESKTOP_CONNECTION_RESULT &connection);
 

@@ -19,6 +19,10 @@ constexpr bool starts_ignoring_case(std::string_view text, std::string_view star
     return equal_ignoring_case(text.substr(0, start.size()), start);
 }
 
+constexpr bool is_alphanumeric(char c) {
+    return (lower(c) >= 'a' && lower(c) <= 'z') || (c >= '0' && c <= '9');
+}
+
 constexpr bool is_control(char c) {
     return (c >= 0 && c < 0x20) || c == 0x7F;
 }

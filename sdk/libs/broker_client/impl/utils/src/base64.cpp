@@ -1,5 +1,7 @@
 #include "utils/src/base64.h"
 
+#include <openssl/evp.h>
+
 #include <array>
 
 namespace kavro {
@@ -71,6 +73,15 @@ std::optional<std::vector<std::uint8_t>> decode_base64(std::string_view text) {
         return std::nullopt;
     bytes.resize(bytes.size() - padded);
     return bytes;
+}
+
+SecureText encode_base64(std::span<const std::byte> bytes) {
+    SecureText text((bytes.size() + 2) / 3 * 4 + 1, '\0');
+    const int length = EVP_EncodeBlock(reinterpret_cast<unsigned char *>(text.data()),
+                                       reinterpret_cast<const unsigned char *>(bytes.data()),
+                                       static_cast<int>(bytes.size()));
+    text.resize(static_cast<std::size_t>(length));
+    return text;
 }
 
 } // namespace kavro
