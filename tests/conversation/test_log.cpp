@@ -126,6 +126,9 @@ TEST(LogLineByLine, OfWhatFails) {
         {"answer ended",
          {.ending = Ending::fin, .at_byte = 20},
          sent + cleared + lost + disconnected},
+        {"no HTTP/1.1",
+         {.ending = Ending::stall, .at_byte = 5000, .status_line = "HTTP/2 200 OK"},
+         sent + cleared + "error-500: The HTTP response is mangled: not HTTP/1.1\n" + disconnected},
     };
     for (const auto &[what, fault, lines] : rows) {
         Conversation talk(open_door(), 400ms);
