@@ -46,6 +46,13 @@ TEST(WaiterTest, DeadlinePassesOnceAndIsForgottenWhenSetAnewOrCleared) {
     waiter.clear_deadline();
     EXPECT_FALSE(waiter.wait({}, in_a_moment()));
     EXPECT_FALSE(waiter.expired());
+
+    waiter.set_deadline(1ms);
+    waiter.cancel();
+    for (const auto due = in_a_moment(); Waiter::Clock::now() < due;)
+        ;
+    EXPECT_TRUE(waiter.check());
+    EXPECT_FALSE(waiter.expired()) << "the cancel came first";
 }
 
 TEST_F(LimitTest, DeadlineHoldsWhereAConnectionIsBeingMade) {
