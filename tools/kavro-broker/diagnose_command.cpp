@@ -3,6 +3,7 @@
 #include "diagnosis.h"
 #include "display_text.h"
 #include "probe.h"
+#include "proxy_variables.h"
 #include "report.h"
 
 #include <fmt/format.h>
@@ -18,7 +19,9 @@ constexpr std::size_t text_width = 80;
 /// host that is not trusted nothing more is told.
 bool may_be_another_kind(const Failure &result, const Json &report) {
     const bool looked_up = report["failed_in"] != "prepare" && report["failed_in"] != "resolve";
-    return looked_up &&
+    const bool came_through = result.code != KAVRO_BROKER_ERR_PROXY_FAILED &&
+                              result.code != KAVRO_BROKER_ERR_PROXY_AUTH_REQUIRED;
+    return looked_up && came_through &&
            (result.status == ExitStatus::unreachable || result.status == ExitStatus::timed_out ||
             result.status == ExitStatus::protocol);
 }
@@ -34,6 +37,7 @@ Evidence examine(Session &session, const Options &options, const Surroundings &s
         evidence.result = failure;
     }
     evidence.port = options.broker_port;
+    evidence.environment_names_proxy = environment_names_proxy();
     evidence.report = Json::parse(session.request_report());
     if (may_be_another_kind(evidence.result, evidence.report))
         evidence.kind = find_kind(options, surroundings);
@@ -61,6 +65,12 @@ std::string verdict(const Json &code) {
     return describe_certificate(code.get<uint32_t>());
 }
 
+/// A proxy with its last word, unless that is the consent of SOCKS.
+std::string proxy_and_status(const Json &proxy) {
+    const std::string url = proxy_of({{"proxy", proxy}});
+    return proxy["status"] == 0 ? url : url + ", status " + proxy["status"].dump();
+}
+
 struct Row {
     const char *title;
     const char *field; ///< JSON pointer into the connection
@@ -68,6 +78,7 @@ struct Row {
 };
 
 constexpr Row rows[] = {
+    {"Way", "/proxy", proxy_and_status},
     {"Address", "/tried", listed},
     {"Look-up", "/times_us/resolve", milliseconds},
     {"Connection", "/times_us/connect", milliseconds},
@@ -95,6 +106,14 @@ void print_steps(const Evidence &evidence, std::ostream &out) {
             print(title, text(value));
     }
     print("Result", fmt::format("{} {}", *evidence.result.code, evidence.result.name));
+}
+
+/// Whatever answers, nobody's name or password is told.
+void leave_out_log_in(CLI::App &app, Options &options) {
+    app.parse_complete_callback([&proxy = options.proxy] {
+        proxy = {.proxy = proxy.proxy, .user = {}, .password_descriptor = {}};
+        forget_log_in_of_environment();
+    });
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {
@@ -130,14 +149,16 @@ constexpr Command diagnose_command{
     "Find out why a broker cannot be used, and what to do about it",
     "Greets the broker as every command does, without logging in, and says in plain words what is\n"
     "wrong, with the time that each step took. When it is no broker that answers, it looks for\n"
-    "other kinds there, as probe does, unless the host is not trusted. The object of --json holds\n"
-    "the library's report and nothing secret, so that it can be sent to an administrator.\n\n"
+    "other kinds there, as probe does, unless the host is not trusted. It tells nobody a name or "
+    "a\n"
+    "password, a proxy neither. The object of --json holds the library's report and nothing\n"
+    "secret, so that it can be sent to an administrator.\n\n"
     "Examples:\n"
     "  kavro-broker diagnose --broker broker.example\n"
     "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
     false,
     false,
-    [](CLI::App &, Options &) {},
+    leave_out_log_in,
     run,
 };
 

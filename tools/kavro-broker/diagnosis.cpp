@@ -19,12 +19,13 @@ struct Condition {
     const char *peer_speaks = nullptr;
     const char *answer = nullptr;
     const char *error = nullptr;             ///< somewhere in the words of the connection's error
-    int first_status = 0, last_status = 999; ///< of HTTP
+    int first_status = 0, last_status = 999; ///< of HTTP, the proxy's where it is the last to speak
+    bool proxied = false, proxy_unused = false;
     uint32_t kind = 0;
     bool usable_port = true;
 };
 
-/// In the words "{0}" is the host and "{1}" the port.
+/// In the words "{0}" is the host, "{1}" the port and "{2}" the proxy.
 struct Finding {
     const char *name;
     Condition condition;
@@ -38,6 +39,21 @@ constexpr const char *portal =
     "Else the address is that of a web site: ask for the broker's own.";
 constexpr const char *other_port =
     "Check the port: brokers listen on 443 or 60443 unless they were set up otherwise.";
+
+constexpr const char *try_without_proxy =
+    "Check the broker's name and port. If it is in your own network, try --proxy none.";
+constexpr const char *check_proxy =
+    "Check its address: it comes from --proxy or from this machine's settings. If it is right, "
+    "check this machine's network, and whether the proxy is running.";
+constexpr const char *check_kind =
+    "Check the port and the kind: http, https, socks5 and socks5h are not the same.";
+constexpr const char *proxy_forbids =
+    "The proxy {2} does not let anybody through to {0}, port {1}.";
+constexpr const char *ask_for_a_way =
+    "Have its administrator allow it: many proxies allow port 443 only. If the broker is in your "
+    "own network, try --proxy none.";
+constexpr const char *proxy_finds_none = "The proxy {2} does not get through to {0}, port {1}.";
+constexpr const char *no_such_proxy = "What answers at {2} is no proxy of that kind.";
 
 /// The first that holds counts; the last one always does.
 constexpr Finding findings[] = {
@@ -53,6 +69,79 @@ constexpr Finding findings[] = {
      "A port is a number from 1 to 65535. Brokers listen on 443 or 60443 unless they were set up "
      "otherwise.",
      ExitStatus::usage},
+    {"unusable-proxy",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "prepare"},
+     "The proxy that this machine is set to cannot be used.",
+     "Correct the setting (on Linux https_proxy, as http://proxy.example:3128), or give a proxy "
+     "with --proxy."},
+    {"proxy-unreachable",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "resolve"},
+     "The name of the proxy {2} has no address.",
+     check_proxy},
+    {"proxy-unreachable",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "connect"},
+     "The proxy {2} cannot be reached.",
+     check_proxy},
+    {"proxy-unreachable",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "connect", .proxied = true},
+     "The proxy {2} cannot be reached.",
+     check_proxy},
+    {"proxy-silent",
+     {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "proxy"},
+     "The proxy {2} does not say whether it gets through to {0}, port {1}.",
+     "It may be looking for the broker in vain: check the broker's name and port, then have the "
+     "proxy looked at."},
+    {"proxy-log-in",
+     {.result = KAVRO_BROKER_ERR_PROXY_AUTH_REQUIRED},
+     "The proxy {2} wants a log-in.",
+     "Give the other commands --proxy-user and --proxy-password-fd. This one tells nobody a name "
+     "or a password, and so it cannot look behind the proxy."},
+    {"proxy-forbids",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 400, .last_status = 499},
+     proxy_forbids,
+     ask_for_a_way},
+    {"proxy-forbids",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 2, .last_status = 2},
+     proxy_forbids,
+     ask_for_a_way},
+    {"proxy-finds-none",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 500, .last_status = 510},
+     proxy_finds_none,
+     try_without_proxy},
+    {"proxy-finds-none",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 1, .last_status = 6},
+     proxy_finds_none,
+     try_without_proxy},
+    {"no-proxy",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "mangled"},
+     no_such_proxy,
+     check_kind},
+    {"no-proxy",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "SOCKS 5"},
+     no_such_proxy,
+     check_kind},
+    {"no-proxy",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "cannot be used"},
+     no_such_proxy,
+     check_kind},
+    {"proxy-closed",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "ended the connection"},
+     "The proxy {2} ends the connection without an answer.",
+     check_kind},
+    {"proxy-certificate",
+     {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE, .reached = "proxy"},
+     "The proxy {2} shows a certificate whose issuer is not known here.",
+     "Get the issuer's certificate from the proxy's administrator and give it with "
+     "--trust-anchor."},
+    {"proxy-certificate",
+     {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED, .reached = "proxy"},
+     "The proxy {2} shows a certificate that is rejected.",
+     "Use the name that the proxy was set up for, and show the report to its administrator."},
+    {"proxy-unused",
+     {.proxy_unused = true},
+     "{0}, port {1}, cannot be reached directly, and the proxy in HTTPS_PROXY was not used.",
+     "Give that proxy with --proxy, or --proxy system, and check no_proxy. If the broker is in "
+     "your own network, check its address and the VPN."},
     {"unknown-name",
      {.result = KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED},
      "The name {0} has no address.",
@@ -122,7 +211,8 @@ constexpr Finding findings[] = {
      {.verdict = KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH},
      "{0} shows a certificate for another name.",
      "Use the name that the broker was set up for: kavro-broker certificates shows it. When the "
-     "name is right, a log-in page of the network may be in the way."},
+     "name is right, a log-in page of the network may be in the way: open a web page in a browser, "
+     "and log in there."},
     {"expired",
      {.verdict = KAVRO_BROKER_CERTIFICATE_EXPIRED},
      "{0} shows a certificate that has expired.",
@@ -140,7 +230,8 @@ constexpr Finding findings[] = {
      {.verdict = KAVRO_BROKER_CERTIFICATE_SELF_SIGNED},
      "{0} shows a certificate that it has signed itself.",
      "Ask the administrator for the certificate's fingerprint. If it is the one that kavro-broker "
-     "certificates shows, give it with --pin."},
+     "certificates shows, give it with --pin. If not, somebody else answers, as a log-in page of "
+     "the network does: open a web page in a browser, and log in there."},
     {"unknown-authority",
      {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE},
      "{0} shows a certificate whose issuer is not known here.",
@@ -203,6 +294,10 @@ std::string text_at(const Json &object, const char *key) {
     return object.is_object() && object[key].is_string() ? object[key].get<std::string>() : "";
 }
 
+bool is_proxied(const Json &connection) {
+    return connection.value("proxy", Json()).is_object();
+}
+
 bool is(const char *wanted, const std::string &text) {
     return wanted == nullptr || wanted == text;
 }
@@ -221,10 +316,25 @@ bool has_verdict(const Json &connection, uint32_t wanted) {
            });
 }
 
+/// Of HTTP, or of the proxy while that has not consented.
+int status_of(const Json &connection) {
+    for (const char *const place : {"/http_status", "/proxy/status"})
+        if (const Json status = connection.value(Json::json_pointer(place), Json());
+            status.is_number())
+            return status.get<int>();
+    return 0;
+}
+
+/// Whether there is a proxy that was not used, and no other way.
+bool has_unused_proxy(const Evidence &evidence) {
+    const std::string reached = text_at(evidence.connection(), "reached");
+    return evidence.environment_names_proxy && !is_proxied(evidence.connection()) &&
+           (reached == "resolve" || reached == "connect");
+}
+
 bool holds(const Condition &condition, const Evidence &evidence) {
     const Json &connection = evidence.connection();
-    const Json status = connection.value("http_status", Json());
-    const int http_status = status.is_number() ? status.get<int>() : 0;
+    const int status = status_of(connection);
     return (!condition.result || *condition.result == evidence.result.code) &&
            is(condition.reached, text_at(connection, "reached")) &&
            (!condition.verdict || has_verdict(connection, *condition.verdict)) &&
@@ -233,7 +343,9 @@ bool holds(const Condition &condition, const Evidence &evidence) {
            (condition.error == nullptr ||
             text_at(connection, "error").find(condition.error) != std::string::npos) &&
            (condition.usable_port || !is_usable_port(evidence.port)) &&
-           condition.first_status <= http_status && http_status <= condition.last_status &&
+           condition.first_status <= status && status <= condition.last_status &&
+           (!condition.proxied || is_proxied(connection)) &&
+           (!condition.proxy_unused || has_unused_proxy(evidence)) &&
            (condition.kind == 0 || condition.kind == evidence.kind);
 }
 
@@ -258,6 +370,15 @@ std::string ports_of(const Evidence &evidence) {
 
 } // namespace
 
+std::string proxy_of(const nlohmann::ordered_json &connection) {
+    if (!is_proxied(connection))
+        return "";
+    const Json &proxy = connection["proxy"];
+    const std::string host = text_at(proxy, "host");
+    return fmt::format(fmt::runtime(host.find(':') == host.npos ? "{}://{}:{}" : "{}://[{}]:{}"),
+                       text_at(proxy, "kind"), host, text_at(proxy, "port"));
+}
+
 const Json &Evidence::connection() const {
     static const Json none = Json::object();
     const Json &all = report["connections"];
@@ -272,8 +393,9 @@ Diagnosis diagnose(const Evidence &evidence) {
     const auto *finding = std::ranges::find_if(
         findings, [&](const Finding &candidate) { return holds(candidate.condition, evidence); });
     const std::string host = text_at(evidence.connection(), "host");
-    const std::string words = fmt::format(
-        fmt::runtime(finding->words), host.empty() ? evidence.broker : host, ports_of(evidence));
+    const std::string words =
+        fmt::format(fmt::runtime(finding->words), host.empty() ? evidence.broker : host,
+                    ports_of(evidence), proxy_of(evidence.connection()));
     const std::string &before = evidence.result.before;
     return {finding->name, before.empty() ? words : before + " " + words, finding->advice,
             finding->status.value_or(evidence.result.status)};

@@ -16,6 +16,7 @@ struct Evidence {
     nlohmann::ordered_json report;
     uint32_t kind = 0;  ///< what else answers there, a `KAVRO_BROKER_TYPE_...` value; 0 for unknown
     std::string port{}; ///< as it was asked for; empty for the usual ones
+    bool environment_names_proxy = false;
 
     /// The connection that tells: the one that failed, or came furthest when several ports were
     /// tried. Empty when there was none.
@@ -29,6 +30,9 @@ struct Diagnosis {
     std::string advice; ///< empty when all is well
     ExitStatus status = ExitStatus::ok;
 };
+
+/// The proxy of a connection, as "http://HOST:PORT"; empty when there is none.
+std::string proxy_of(const nlohmann::ordered_json &connection);
 
 Diagnosis diagnose(const Evidence &evidence);
 

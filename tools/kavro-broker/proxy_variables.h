@@ -1,0 +1,11 @@
+#pragma once
+
+namespace kavro_cli {
+
+/// Whether this machine's environment names a proxy, be it used or not.
+bool environment_names_proxy();
+
+/// From now on the environment's proxy is one that nobody can log in to.
+void forget_log_in_of_environment();
+
+} // namespace kavro_cli
