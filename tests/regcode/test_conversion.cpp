@@ -58,6 +58,7 @@ TEST_F(Conversion, NeedsAReadableTable) {
         {"something behind it", R"({"ABC": "right"} x)", ""},
         {"as deep as can be", with_nested(64), "right"},
         {"one deeper", with_nested(65), ""},
+        {"no depth", R"({"ABC": "right", "x": "\")" + std::string(65, '[') + "\"}", "right"},
         {"deep without end", "{\"\\\\\":" + std::string(most - 10, '['), ""},
         {"too many values", R"({"ABC": "right", "x": [0)" + repeated(",0", 500'000) + "]}", ""},
         {"as large as can be", R"({"ABC": "right"})" + std::string(most - 16, ' '), "right"},
