@@ -195,6 +195,13 @@ TEST(RequestFrame, AnOperationThatNeverAnswersIsNoSuccess) {
     EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED);
 }
 
+TEST(RequestFrame, ABrokerWithoutWordsForAMissingSessionIsGivenSome) {
+    FakeHandle handle;
+    handle.client->results["list"] = {BrokerResult{ERROR_CODE_INVALID_STATE}};
+    EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_INVALID_STATE);
+    EXPECT_EQ(handle.handle->last_error_message, "The broker has no session for this request.");
+}
+
 TEST(RequestFrame, ExceptionsAreToldInTheirOwnWords) {
     const struct {
         void (*fail)();

@@ -251,8 +251,8 @@ TEST_F(Provisioning, ACancelThatComesFirstIsKeptForIt) {
     Waiter waiter;
     waiter.cancel();
     cDESKTOP_CONNECTION_RESULT connection;
-    EXPECT_EQ(provision_session({"", "127.0.0.1", server.port(), "", ""}, {}, waiter, 30s, "2.1",
-                                connection)
+    EXPECT_EQ(provision_session({"", "127.0.0.1", server.port(), "", ""}, {}, {}, waiter, 30s,
+                                "2.1", connection)
                   .code,
               ERROR_CODE_CANCELLED);
 }
