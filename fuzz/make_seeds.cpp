@@ -73,7 +73,7 @@ std::string as_provisioned(std::string answer) {
 }
 
 void add_message(Seeds &seeds, const kavro::MessageCase &one) {
-    seeds.add(readers.at(one.request).fuzzer, one.answer);
+    seeds.add(readers.at(one.last("request")).fuzzer, one.answer);
     seeds.add("xml_document", one.answer);
     seeds.add("message_log", one.answer + "\x40\x01\x02");
     seeds.add("chunks", in_chunks(one.answer));
@@ -86,8 +86,8 @@ void add_message(Seeds &seeds, const kavro::MessageCase &one) {
 
 /// For the fuzzers that connect: few, because each takes them all before it begins.
 void add_conversation(Seeds &seeds, const kavro::MessageCase &one) {
-    const char operation = readers.at(one.request).operation;
-    if (one.request == "allocate")
+    const char operation = readers.at(one.last("request")).operation;
+    if (one.last("request") == "allocate")
         seeds.add("provisioning", as_provisioned(one.answer));
     seeds.add("exchange", one.answer + '\1' + operation);
     // The answers to the hello and to what follows; the numbers behind them choose the exports.
