@@ -11,11 +11,10 @@ constexpr std::uint32_t none = 0xFFFFFFFF; ///< stops the process
 
 /// Public codes by internal code.
 constexpr std::uint32_t public_codes[] = {
-    0,   2,   4,    5,   6,    7,   200, 201, 202, 203, 204, 205, 207, 10,  300,
-    301, 206, 408,  408, 408,  400, 401, 2,   7,   403, 404, 405, 406, 407, 408,
-    500, 501, 502,  503, none, 504, 505, 506, 507, 508, 509, 510, 511, 512, 513,
-    514, 600, none, 701, none, 700, 701, 703, 711, 712, 708, 709, 710, none, 208,
-    209, none};
+    0,   2,    4,    5,   6,   7,   200, 201, 202, 203, 204,  205, 207, 10,  300, 301,
+    206, 408,  408,  408, 400, 401, 2,   7,   403, 404, 405,  406, 407, 408, 500, 501,
+    502, 503,  none, 504, 505, 506, 507, 508, 509, 510, 511,  512, 513, 514, 600, none,
+    701, none, 700,  701, 703, 711, 712, 708, 709, 710, none, 208, 209, none};
 
 TEST(ErrorCodes, EveryInternalCodeHasItsPublicOne) {
     static_assert(std::size(public_codes) == ERROR_CODE_PROXY_AUTH_REQUIRED + 2);

@@ -216,9 +216,9 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_message_function(
  *   request gave up the default port for the second one.
  * - `connections` to the broker, in order, each with
  *   - `host` and `port`; `reused` whether it was kept by a request before, which then has looked
- *     nothing up; `proxy` the one in between with its `kind`, `host`, `port` and `status`, the number
- *     of its last answer; `tried` the addresses, the proxy's if there is one, in order; `address` the
- *     one that accepted;
+ *     nothing up; `proxy` the one in between with its `kind`, `host`, `port` and `status`, the
+ * number of its last answer; `tried` the addresses, the proxy's if there is one, in order;
+ * `address` the one that accepted;
  *   - `reached` its last phase: "prepare" (no usable address), "resolve", "connect", "proxy" (up to
  *     its consent), "handshake",
  *     "ready" (nothing sent yet), "send", "wait" (from the request's last byte to the answer's
