@@ -1,5 +1,8 @@
 # For scripts that need a broker; to be sourced.
 
+# The broker is on this machine: no proxy of the user's leads there.
+unset https_proxy HTTPS_PROXY no_proxy NO_PROXY
+
 # start_simulator PROGRAM [OPTIONS]: starts a simulated broker that ends with the script. Sets $port,
 # where it listens on 127.0.0.1. A temporary folder, $folder unless there is one, holds ca.pem, its
 # authority.
