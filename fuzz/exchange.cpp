@@ -16,8 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                                               .product_version = "1.0",
                                               .platform = "Linux",
                                               .locale = "en_US",
-                                              .time_zone = "UTC"};
-    fuzz::Client client({fuzz::patience, fuzz::patience});
+                                              .time_zone = "UTC",
+                                              .limits = {.connect = fuzz::patience,
+                                                         .request = fuzz::patience,
+                                                         .authentication = fuzz::patience}};
+    fuzz::Client client;
     fuzz::run_operation(client, [&request](fuzz::Client &connecting, fuzz::Completion done) {
         connecting.connect_to_broker(request, done);
     });

@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Waiter waiter;
     cDESKTOP_CONNECTION_RESULT target;
     const auto result = provision_session({"https", "127.0.0.1", server.port(), "", "ticket"},
-                                          {"cookie", "", "id", "", "en_US"}, waiter,
+                                          {"cookie", "", "id", "", "en_US"}, {}, waiter,
                                           std::chrono::seconds(5), "2.1", target);
     fuzz::promise(fuzz::is_reported(result.code), "a code that a caller can be told");
     fuzz::promise(result.code != ERROR_CODE_NONE || !target.connect_tag.empty(),
