@@ -35,6 +35,7 @@ SecureText line_of(const char *format, va_list arguments) {
 
 /// What is logged meanwhile is not of the conversation but of what is made of it, and goes to the
 /// log function.
+BROKER_PRINTF_FORMAT(3, 0)
 void hear(Listener &listener, const LogChannel &channel, const char *format,
           va_list arguments) noexcept {
     listener.hearing = true;
