@@ -61,6 +61,7 @@ void call(const std::atomic<Hook> &hook, Arguments... arguments) noexcept {
     }
 }
 
+BROKER_PRINTF_FORMAT(2, 0)
 void deliver(const LogChannel &channel, const char *format, va_list arguments) noexcept {
     if (!is_logged(channel.severity))
         return;
