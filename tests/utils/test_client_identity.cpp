@@ -25,31 +25,28 @@ TEST(LocalMacAddress, FormatsTheHardwareAddressOfTheAdapter) {
         adapter({"192.0.2.6"}, {}),
         adapter({"192.0.2.1"}, {9, 9, 9, 9, 9, 9}),
     };
-    const auto found = [](const std::string &mac, int length) {
-        return LogLine{0, 2, 0,
-                       "mac address from adapter: address is " + mac +
-                           ", adapter address length is " + std::to_string(length) + " bytes"};
-    };
+    const std::string start = "get_local_mac_address() ";
     const struct {
-        std::string local_ip;
-        std::string mac;
-        LogLine line;
+        std::string local_ip, mac;
+        int length;
+        std::string error{};
     } rows[] = {
-        {"192.0.2.1", "02:fc:00:0a:b0:ff", found("02:fc:00:0a:b0:ff", 6)},
-        {"192.0.2.3", "01:02:03:ff:00:00", found("01:02:03:ff:00:00", 4)},
-        {"fe80::1%eth1", "01:02:03:ff:00:00", found("01:02:03:ff:00:00", 4)},
-        {"192.0.2.4", "01:02:03:04:05:06:07:08", found("01:02:03:04:05:06:07:08", 8)},
-        {"192.0.2.5",
-         unknown,
-         {0, 1, -500, "get_local_mac_address() : adapter AddressLength 9 exceeds max 8"}},
-        {"192.0.2.6", unknown, found(unknown, 0)},
-        {"192.0.2", unknown, {0, 1, -500, "get_local_mac_address() No adapter with IP 192.0.2"}},
-        {"\n", unknown, {0, 1, -500, "get_local_mac_address() No adapter with IP \\x0A"}},
+        {"192.0.2.1", "02:fc:00:0a:b0:ff", 6},
+        {"192.0.2.3", "01:02:03:ff:00:00", 4},
+        {"fe80::1%eth1", "01:02:03:ff:00:00", 4},
+        {"192.0.2.4", "01:02:03:04:05:06:07:08", 8},
+        {"192.0.2.5", unknown, 0, start + ": adapter AddressLength 9 exceeds max 8"},
+        {"192.0.2.6", unknown, 0},
+        {"192.0.2", unknown, 0, start + "No adapter with IP 192.0.2"},
+        {"\n", unknown, 0, start + "No adapter with IP \\x0A"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[local_ip, mac, length, error] : rows) {
         const CapturedLog log;
-        EXPECT_EQ(local_mac_address(adapters, row.local_ip), row.mac);
-        EXPECT_EQ(log.lines(), std::vector<LogLine>{row.line});
+        EXPECT_EQ(local_mac_address(adapters, local_ip), mac);
+        const LogLine found{0, 2, 0,
+                            "mac address from adapter: address is " + mac +
+                                ", adapter address length is " + std::to_string(length) + " bytes"};
+        EXPECT_EQ(log.lines(), (std::vector{error.empty() ? found : LogLine{0, 1, -500, error}}));
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -25,49 +25,41 @@ void expect(long result, long wanted, const char *reported) {
 }
 
 /// Hears of what the string functions and the memory functions report.
-class SafeString : public testing::Test {
-protected:
-    void SetUp() override {
+struct SafeString : testing::Test {
+    SafeString() {
         reports.clear();
-        kavro_set_string_error_handler(&record);
-        kavro_set_memory_error_handler(&record);
+        hear(&record);
     }
-    void TearDown() override {
-        kavro_set_string_error_handler(nullptr);
-        kavro_set_memory_error_handler(nullptr);
+    ~SafeString() { hear(nullptr); }
+    static void hear(kavro_safe_api_handler function) {
+        kavro_set_string_error_handler(function);
+        kavro_set_memory_error_handler(function);
     }
 };
 
 /// Copies within "abcd", a zero and "efg". Whatever fails leaves nothing of what was there.
 TEST_F(SafeString, CopiesAllOrNothing) {
-    const struct {
-        std::size_t dest, dmax, src;
-        int result;
-        std::string after;
-    } texts[] = {
-        {3, 5, 0, 404, "abc\0"s},      {5, 3, 2, 0, "abcd\0cd\0"s}, {5, 3, 0, 406, "abcd\0\0"s},
-        {5, 2, 2, 406, "abcd\0\0"s},   {0, 5, 4, 0, "\0bcd\0efg"s}, {0, 2, 1, 404, "\0"s},
-        {0, 1, 1, 406, "\0bcd\0efg"s}, {0, 4, 0, 0, "abcd\0efg"s},
-    };
+    constexpr std::size_t whole = SIZE_MAX; // a text, as long as it is
     const struct {
         std::size_t dest, dmax, src, smax;
         int result;
         std::string after;
-    } bytes[] = {
-        {4, 4, 0, 4, 0, "abcdabcd"s},        {4, 3, 0, 4, 403, "abcd\0\0\0g"s},
-        {3, 5, 0, 4, 404, "abc\0\0\0\0\0"s}, {3, 4, 0, 3, 0, "abcabcfg"},
-        {0, 4, 4, 1, 0, "\0bcd\0efg"s},      {0, 5, 4, 1, 404, "\0\0\0\0\0efg"s},
-        {0, 8, 0, 8, 0, "abcd\0efg"s},       {0, 8, 4, 0, 0, "abcd\0efg"s},
+    } rows[] = {
+        {3, 5, 0, whole, 404, "abc\0"s},      {5, 3, 2, whole, 0, "abcd\0cd\0"s},
+        {5, 3, 0, whole, 406, "abcd\0\0"s},   {5, 2, 2, whole, 406, "abcd\0\0"s},
+        {0, 5, 4, whole, 0, "\0bcd\0efg"s},   {0, 2, 1, whole, 404, "\0"s},
+        {0, 1, 1, whole, 406, "\0bcd\0efg"s}, {0, 4, 0, whole, 0, "abcd\0efg"s},
+        {4, 4, 0, 4, 0, "abcdabcd"s},         {4, 3, 0, 4, 403, "abcd\0\0\0g"s},
+        {3, 5, 0, 4, 404, "abc\0\0\0\0\0"s},  {3, 4, 0, 3, 0, "abcabcfg"},
+        {0, 4, 4, 1, 0, "\0bcd\0efg"s},       {0, 5, 4, 1, 404, "\0\0\0\0\0efg"s},
+        {0, 8, 0, 8, 0, "abcd\0efg"s},        {0, 8, 4, 0, 0, "abcd\0efg"s},
     };
-    for (const auto &row : texts) {
+    for (const auto &[dest, dmax, src, smax, result, after] : rows) {
         std::string text = "abcd\0efg"s;
-        EXPECT_EQ(kavro_strcpy_s(&text[row.dest], row.dmax, &text[row.src]), row.result);
-        EXPECT_TRUE(text.starts_with(row.after)) << text;
-    }
-    for (const auto &row : bytes) {
-        std::string text = "abcd\0efg"s;
-        EXPECT_EQ(kavro_memcpy_s(&text[row.dest], row.dmax, &text[row.src], row.smax), row.result);
-        EXPECT_EQ(text, row.after);
+        EXPECT_EQ(smax == whole ? kavro_strcpy_s(&text[dest], dmax, &text[src])
+                                : kavro_memcpy_s(&text[dest], dmax, &text[src], smax),
+                  result);
+        EXPECT_TRUE(text.starts_with(after)) << text;
     }
 }
 
@@ -75,15 +67,11 @@ TEST_F(SafeString, ReportsEachMistake) {
     char text[8] = "text";
     expect(kavro_strcpy_s(nullptr, 8, "x"), 400, "400 kavro_strcpy_s: dest is null;");
     expect(kavro_strcpy_s(text, 0, "x"), 401, "401 kavro_strcpy_s: dmax is 0;");
+    expect(kavro_strcpy_s(text + 2, 6, text), 404, "404 kavro_strcpy_s: overlapping objects;");
     expect(kavro_strcpy_s(text, 8, "1234567"), 0, "");
-    expect(kavro_strcpy_s(text, 1, text), 0, "");
     expect(kavro_strcpy_s(text, 8, "12345678"), 406,
            "406 kavro_strcpy_s: not enough space for src;");
-    std::strcpy(text, "text");
-    expect(kavro_strcpy_s(text + 2, 6, text), 404, "404 kavro_strcpy_s: overlapping objects;");
     expect(kavro_strcpy_s(text, 8, nullptr), 400, "400 kavro_strcpy_s: src is null;");
-    EXPECT_STREQ(text, "");
-
     expect(kavro_memcpy_s(nullptr, 8, "x", 0), 400, "400 kavro_memcpy_s: dest is NULL;");
     expect(kavro_memcpy_s(text, 0, nullptr, 0), 0, "");
     expect(kavro_memcpy_s(text, 1, nullptr, 2), 403, "403 kavro_memcpy_s: smax exceeds dmax;");
