@@ -195,29 +195,28 @@ TEST(RequestFrame, AnOperationThatNeverAnswersIsNoSuccess) {
     EXPECT_EQ(ask_method(handle), KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED);
 }
 
-TEST(RequestFrame, ABrokerWithoutWordsForAMissingSessionIsGivenSome) {
-    FakeHandle handle;
-    handle.client->results["list"] = {BrokerResult{ERROR_CODE_INVALID_STATE}};
-    EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_INVALID_STATE);
-    EXPECT_EQ(handle.handle->last_error_message, "The broker has no session for this request.");
-}
-
-TEST(RequestFrame, ExceptionsAreToldInTheirOwnWords) {
+TEST(RequestFrame, FailuresWithoutWordsAreGivenSome) {
+    constexpr auto state = KAVRO_BROKER_ERR_INVALID_STATE;
+    constexpr auto failed = KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE;
+    const std::string exported = "kavro_broker_request_desktop_list: ";
     const struct {
-        void (*fail)();
-        const char *words;
+        void (*fail)(FakeClient &);
+        kavro_broker_result result;
+        std::string words;
     } rows[] = {
-        {[] { throw std::bad_alloc(); }, "kavro_broker_request_desktop_list: out of memory"},
-        {[] { throw std::runtime_error("no"); }, "kavro_broker_request_desktop_list: no"},
-        {[] { throw 1; }, "kavro_broker_request_desktop_list: an exception of an unknown kind"},
+        {[](FakeClient &client) { client.results["list"] = {{ERROR_CODE_INVALID_STATE}}; }, state,
+         "The broker has no session for this request."},
+        {[](FakeClient &) { throw std::bad_alloc(); }, failed, exported + "out of memory"},
+        {[](FakeClient &) { throw std::runtime_error("no"); }, failed, exported + "no"},
+        {[](FakeClient &) { throw 1; }, failed, exported + "an exception of an unknown kind"},
     };
-    for (const auto &[fail, words] : rows) {
+    for (const auto &[fail, result, words] : rows) {
         const CapturedLog log;
         FakeHandle handle;
-        handle.client->hooks["list"] = fail;
-        EXPECT_EQ(list(handle), KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE);
+        handle.client->hooks["list"] = [&fail = fail, &handle] { fail(*handle.client); };
+        EXPECT_EQ(list(handle), result);
         EXPECT_EQ(handle.handle->last_error_message, words);
-        EXPECT_EQ(std::ranges::count(log.lines(), LogLine{0, 1, -500, words}), 1);
+        EXPECT_EQ(std::ranges::count(log.lines(), LogLine{0, 1, -500, words}), result == failed);
         handle.client->hooks.clear();
         EXPECT_EQ(list(handle), KAVRO_BROKER_OK);
     }
@@ -262,27 +261,26 @@ TEST(RequestFrame, AllocationTimeouts) {
 
 TEST(RequestFrame, SecurIdLeadsFromStepToStep) {
     const struct {
-        kavro_broker_result (*send)(Handle);
-        const char *arguments;
+        const char *request, *arguments;
         AuthMethod next;
         uint32_t method;
     } rows[] = {
-        {[](Handle h) { return kavro_broker_send_securid_auth(h, "alice", "1234"); }, "alice 1234 ",
-         AuthMethod::securid_next_token, KAVRO_BROKER_AUTH_METHOD_SECURID_NEXT_TOKEN},
-        {[](Handle h) { return kavro_broker_send_securid_token(h, "5678"); }, "5678 ",
-         AuthMethod::securid_new_pin, KAVRO_BROKER_AUTH_METHOD_SECURID_NEW_PIN},
-        {[](Handle h) { return kavro_broker_send_securid_pinchange(h, "5678", "42", "43"); },
-         "5678 42 43 ", AuthMethod::securid_wait, KAVRO_BROKER_AUTH_METHOD_SECURID_WAIT},
-        {kavro_broker_send_securid_wait, "", AuthMethod::securid, KAVRO_BROKER_AUTH_METHOD_SECURID},
+        {"securid", "canary-user 1 ", AuthMethod::securid_next_token,
+         KAVRO_BROKER_AUTH_METHOD_SECURID_NEXT_TOKEN},
+        {"securid token", "canary-pin-4 ", AuthMethod::securid_new_pin,
+         KAVRO_BROKER_AUTH_METHOD_SECURID_NEW_PIN},
+        {"securid pin", "1 canary-pin-4 canary-new-pin-4 ", AuthMethod::securid_wait,
+         KAVRO_BROKER_AUTH_METHOD_SECURID_WAIT},
+        {"securid wait", "", AuthMethod::securid, KAVRO_BROKER_AUTH_METHOD_SECURID},
     };
-    for (const auto &[send, arguments, next, expected] : rows) {
+    for (const auto &[request, arguments, next, expected] : rows) {
         FakeHandle handle;
         handle.client->auth.method = next;
-        EXPECT_EQ(send(handle), KAVRO_BROKER_OK);
+        EXPECT_EQ(request_named(request)(handle), KAVRO_BROKER_OK);
         EXPECT_EQ(handle.client->last_answers, arguments);
         uint32_t method = 0;
         EXPECT_EQ(kavro_broker_get_auth_method(handle, &method), KAVRO_BROKER_OK);
-        EXPECT_EQ(method, expected) << arguments;
+        EXPECT_EQ(method, expected) << request;
     }
 }
 

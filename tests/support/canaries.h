@@ -15,6 +15,7 @@ inline constexpr const char *password = "canary-password&amp;1";
 inline constexpr const char *new_password = "canary-new-password&lt;2";
 inline constexpr const char *oauth_code = "canary-code-3";
 inline constexpr const char *pin = "canary-pin-4";
+inline constexpr const char *new_pin = "canary-new-pin-4";
 inline constexpr const char *connect_tag = "canary-tag-5-0123456789AB";
 inline constexpr const char *ticket = "canary-ticket-6";
 inline constexpr const char *cookie = "canary-cookie-7";

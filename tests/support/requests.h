@@ -94,7 +94,7 @@ inline const NamedRequest all_requests[] = {
     {"securid token", [](Handle h) { return kavro_broker_send_securid_token(h, canary::pin); }},
     {"securid pin",
      [](Handle h) {
-         return kavro_broker_send_securid_pinchange(h, "1", canary::pin, canary::pin);
+         return kavro_broker_send_securid_pinchange(h, "1", canary::pin, canary::new_pin);
      }},
     {"securid wait", kavro_broker_send_securid_wait},
     {"allocate", allocate},
