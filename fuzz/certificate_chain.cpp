@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (const auto rules : {ask_library<&ServerVerification::verify_server_pbp>,
                              ask_library<&ServerVerification::verify_server_view>}) {
         ServerVerification ours;
-        ours.begin(trust::literal_host, true);
+        ours.begin(test_support::literal_host, true);
         Verification asked(chain);
         X509_STORE_CTX_set_app_data(asked.context.get(), &ours);
         X509_STORE_CTX_set_verify_cb(asked.context.get(), rules);
@@ -63,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         if (ours.outcome() != kavro::VerificationOutcome::passed)
             continue;
         fuzz::promise(trusted_without_us, "trusted by the TLS library alone");
-        fuzz::promise(X509_check_ip_asc(leaf, trust::literal_host.c_str(), 0) == 1, "right host");
+        fuzz::promise(X509_check_ip_asc(leaf, test_support::literal_host.c_str(), 0) == 1,
+                      "right host");
         fuzz::promise(fuzz::has_good_key(leaf), "a key that is long enough");
         fuzz::promise(!ours.error_codes().empty(), "the server's certificate was looked at");
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "trust/chains.h"
+#include "minting.h"
 
 #include <openssl/err.h>
 

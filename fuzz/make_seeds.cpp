@@ -1,6 +1,6 @@
+#include "minting.h"
 #include "protocol/message_case.h"
 #include "regcode/table_cache.h"
-#include "trust/chains.h"
 #include "utils/src/cert_store_cache.h"
 
 #include <algorithm>
@@ -95,7 +95,7 @@ void add_conversation(Seeds &seeds, const kavro::MessageCase &one) {
 }
 
 void add_chains(Seeds &seeds) {
-    using namespace trust;
+    using namespace test_support;
     const Identity between = authority(trusted_root());
     const Identity issued = server(between);
     const Identity alone[] = {self_signed(), self_signed({.key = "ec-p256"}),
@@ -126,8 +126,8 @@ void add_files(Seeds &seeds, const fs::path &folder) {
         return bytes.str();
     };
     kavro::CertStoreCache store(folder / "store");
-    store.store("broker.test", trust::trusted_root().certificate.get(), true);
-    store.store("other.test", trust::strange_root().certificate.get(), false);
+    store.store("broker.test", test_support::trusted_root().certificate.get(), true);
+    store.store("other.test", test_support::strange_root().certificate.get(), false);
     store.save();
     seeds.add("certificate_store", content(folder / "store"));
 

@@ -85,7 +85,8 @@ TEST_F(Provisioning, TlsOptionsAreExactlyThese) {
 }
 
 TEST_F(Provisioning, TheTargetComesFromTheProvisioningServer) {
-    const ScriptedPeer server({answering(provisioned())}, {.identity = self_signed_server({"x"})});
+    const ScriptedPeer server({answering(provisioned())},
+                              {.identity = shown(self_signed({.names = {"x"}}))});
     Allocation allocation(description("127.0.0.1", server.port()));
     kavro_broker_desktop_connection_info target = nullptr;
     EXPECT_EQ(kavro_broker_connect_to_desktop(allocation.handle.get(), "d", nullptr, &target), ok)
@@ -205,8 +206,8 @@ TEST_F(Provisioning, TheServerMustShowTheAnnouncedCertificate) {
         const auto begin = pem.find('\n') + 1;
         return pem.substr(begin, pem.find("-----END") - begin);
     };
-    const ServerIdentity identity = self_signed_server({"127.0.0.1"});
-    const std::string other = self_signed_server({"127.0.0.1"}).certificate;
+    const ServerIdentity identity = shown(self_signed());
+    const std::string other = shown(self_signed()).certificate;
     std::string in_one_line = base64(identity.certificate);
     std::erase(in_one_line, '\n');
     const struct {

@@ -60,7 +60,7 @@ TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
         const char *what;
         Script script;
         const char *reason;
-        ServerIdentity identity = trusted_server({"127.0.0.1"});
+        ServerIdentity identity = trusted_server();
     } rows[] = {
         {"refusal", ending_with("HTTP/1.1 404 No\r\nContent-Length: 2\r\n\r\n{}"), in_head},
         {"length over the limit", ending_with(with("Content-Length: 16777217")), in_head},
@@ -71,8 +71,8 @@ TEST_F(TableUpdate, WhateverFailsKeepsTheOldTable) {
         {"list", ending_with(http_ok("[]")), no_object},
         {"no JSON", ending_with(http_ok("{ABC}")), ""},
         {"no TLS", {send("HTTP/1.1 200 OK\r\n\r\n")}, in_handshake},
-        {"unknown authority", {handshake()}, in_handshake, untrusted_server({"127.0.0.1"})},
-        {"another name", {handshake()}, in_handshake, trusted_server({"other.test"})},
+        {"unknown authority", {handshake()}, in_handshake, untrusted_server()},
+        {"another name", {handshake()}, in_handshake, trusted_server({.names = {"other.test"}})},
         {"silent", {stall()}, too_late},
         {"silent after the handshake", {handshake(), stall()}, too_late},
         {"slow", after_request({drip(http_ok(std::string(1000, ' ')), 1, 20ms)}), too_late},

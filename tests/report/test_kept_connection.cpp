@@ -139,8 +139,8 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
     for (const auto &[what, kept, first, meanwhile, second] : rows) {
         SCOPED_TRACE(what);
         Log::take();
-        const ScriptedPeer peer({first, second},
-                                {.identity = trusted_server({"127.0.0.1", "localhost"})});
+        const ScriptedPeer peer(
+            {first, second}, {.identity = trusted_server({.names = {"127.0.0.1", "localhost"}})});
         const OwnedHandle handle = new_handle(10s, peer.port());
         kavro_broker_keep_connection(handle.get(), 60);
         ASSERT_EQ(list(handle.get()), KAVRO_BROKER_OK);

@@ -77,7 +77,7 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
         Script script;
         kavro_broker_result result;
         const char *failed_in, *fields; ///< of the connection
-        ServerIdentity identity = trusted_server({"127.0.0.1"});
+        ServerIdentity identity = trusted_server();
         bool by_proxy = false;
     } rows[] = {
         {"reset", reset, lost, "handshake",
@@ -92,10 +92,9 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
         {"expired certificate", encrypted, KAVRO_BROKER_ERR_CERTIFICATE_FAILED, "handshake",
          R"({"/tls/verification": "FAILED", "/certificates/0/code": 9,
              "/certificates/0/name": "KAVRO_BROKER_CERTIFICATE_EXPIRED"})",
-         expired_server({"127.0.0.1"})},
+         trusted_server({.valid_from_days = -20, .valid_to_days = -10})},
         {"unknown authority", encrypted, KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE,
-         "handshake", R"({"/tls/verification": "FAILED_BUT_WARNABLE"})",
-         untrusted_server({"127.0.0.1"})},
+         "handshake", R"({"/tls/verification": "FAILED_BUT_WARNABLE"})", untrusted_server()},
         {"no broker there", after_request({send(page)}), KAVRO_BROKER_ERR_HTTP_NOT_OK, "receive",
          R"({"/http_status": 404, "/answer": null, "/tls/verification": "PASSED"})"},
         {"no answer", after_request({stall()}), late, "wait",
@@ -117,7 +116,7 @@ TEST_F(RequestReport, TellsWhereAConnectionFailed) {
          "proxy",
          R"({"/proxy/kind": "http", "/proxy/host": "127.0.0.1", "/proxy/status": 403,
              "/peer_speaks": null, "/error": "the proxy answered HTTP status 403"})",
-         trusted_server({"127.0.0.1"}),
+         trusted_server(),
          true},
     };
     for (const auto &row : rows) {

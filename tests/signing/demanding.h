@@ -13,7 +13,7 @@ inline PeerTls demanding(const char *signatures, int min_version = 0, int max_ve
     return {.min_version = min_version,
             .max_version = max_version,
             .demand_client_certificate = true,
-            .client_authority = trusted_authority(),
+            .client_authority = trusted_root().certificate_pem(),
             .client_signatures = signatures};
 }
 

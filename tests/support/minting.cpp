@@ -1,66 +1,69 @@
 #include "minting.h"
 
 #include "system.h"
-#include "tls_identity.h"
-
-#include <openssl/x509.h>
 
 #include <fstream>
+#include <utility>
 
 namespace test_support {
 
 namespace {
 
 namespace fs = std::filesystem;
-using broker_sim::Identity;
-using broker_sim::Subject;
 
-const Identity &authority() {
-    static const Identity identity = broker_sim::mint_authority("Trusted test authority");
-    return identity;
-}
-
-const Identity &strange_authority() {
-    static const Identity identity = broker_sim::mint_authority("Strange test authority");
-    return identity;
-}
-
-Subject subject(const std::vector<std::string> &names) {
-    return {.common_name = "Test server", .names = names};
-}
-
-broker_sim::KeyPtr server_key() {
-    return broker_sim::shared_key("rsa-2048");
-}
-
-ServerIdentity as_pem(const Identity &identity) {
-    return {identity.certificate_pem(), identity.key_pem()};
+broker_sim::Subject subject_of(const Server &wanted) {
+    return {.common_name = wanted.common_name,
+            .names = wanted.names,
+            .valid_from_days = wanted.valid_from_days,
+            .valid_to_days = wanted.valid_to_days,
+            .extensions = wanted.extensions,
+            .digest = wanted.digest};
 }
 
 } // namespace
 
-const std::string &trusted_authority() {
-    static const std::string pem = authority().certificate_pem();
-    return pem;
+const Identity &trusted_root() {
+    static const Identity root = broker_sim::mint_authority("Trusted root");
+    return root;
 }
 
-ServerIdentity trusted_server(const std::vector<std::string> &names) {
-    return as_pem(broker_sim::mint_certificate(subject(names), server_key(), authority()));
+const Identity &strange_root() {
+    static const Identity root = broker_sim::mint_authority("Strange root");
+    return root;
 }
 
-ServerIdentity untrusted_server(const std::vector<std::string> &names) {
-    return as_pem(broker_sim::mint_certificate(subject(names), server_key(), strange_authority()));
+Identity authority(const Identity &issuer, const Authority &wanted) {
+    static int number = 0;
+    return broker_sim::mint_certificate(
+        {.common_name = "Intermediate authority " + std::to_string(++number),
+         .authority = true,
+         .valid_from_days = wanted.valid_from_days,
+         .valid_to_days = wanted.valid_to_days,
+         .extensions = wanted.extensions},
+        broker_sim::shared_key(wanted.key), issuer);
 }
 
-ServerIdentity self_signed_server(const std::vector<std::string> &names) {
-    return as_pem(broker_sim::mint_self_signed(subject(names), server_key()));
+Identity server(const Identity &issuer, const Server &wanted) {
+    return broker_sim::mint_certificate(subject_of(wanted), broker_sim::shared_key(wanted.key),
+                                        issuer);
 }
 
-ServerIdentity expired_server(const std::vector<std::string> &names) {
-    Subject past = subject(names);
-    past.valid_from_days = -20;
-    past.valid_to_days = -10;
-    return as_pem(broker_sim::mint_certificate(past, server_key(), authority()));
+Identity self_signed(const Server &wanted) {
+    return broker_sim::mint_self_signed(subject_of(wanted), broker_sim::shared_key(wanted.key));
+}
+
+Identity with_bad_signature(const Identity &identity) {
+    std::vector<std::uint8_t> der = der_of(identity);
+    der.back() ^= 1;
+    const std::uint8_t *from = der.data();
+    return {identity.key, {d2i_X509(nullptr, &from, static_cast<long>(der.size())), X509_free}};
+}
+
+ServerIdentity shown(const Identity &leaf, const std::vector<Identity> &further) {
+    std::string chain = leaf.certificate_pem();
+    for (const Identity &identity : further)
+        chain += identity.certificate_pem();
+    return {chain, leaf.key_pem()};
 }
 
 std::vector<std::uint8_t> der_of(const X509 *certificate) {
@@ -70,10 +73,13 @@ std::vector<std::uint8_t> der_of(const X509 *certificate) {
     return der;
 }
 
-std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key) {
-    const Identity identity =
-        broker_sim::mint_certificate({.common_name = "Test client"}, std::move(key), authority());
+std::vector<std::uint8_t> der_of(const Identity &identity) {
     return der_of(identity.certificate.get());
+}
+
+std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key) {
+    return der_of(broker_sim::mint_certificate({.common_name = "Test client"}, std::move(key),
+                                               trusted_root()));
 }
 
 TrustedCa::TrustedCa(const std::string &authority_pem) : folder_(fresh_folder()) {

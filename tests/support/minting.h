@@ -1,15 +1,20 @@
 #pragma once
 
-#include <openssl/types.h>
+#include "tls_identity.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+// Chains as servers may show them, minted for a test, and whom the client trusts.
+
 namespace test_support {
+
+using broker_sim::Identity;
 
 /// What a TLS server needs to show itself, as PEM text.
 struct ServerIdentity {
@@ -17,18 +22,50 @@ struct ServerIdentity {
     std::string key;
 };
 
-/// The authority that the tests trust; made once a process.
-const std::string &trusted_authority();
+inline const std::string literal_host = "127.0.0.1";
 
-/// Certificates for RSA-2048, the kind that the client's cipher list serves; the key is made once a
-/// process. Names that are addresses become address entries.
-ServerIdentity trusted_server(const std::vector<std::string> &names);
-/// By an authority of the same make that nobody trusts.
-ServerIdentity untrusted_server(const std::vector<std::string> &names);
-ServerIdentity self_signed_server(const std::vector<std::string> &names);
-ServerIdentity expired_server(const std::vector<std::string> &names);
+/// Authorities with EC keys; made once a process. Only the first is to be trusted.
+const Identity &trusted_root();
+const Identity &strange_root();
+
+struct Authority {
+    std::string key = "ec-p256";
+    std::map<int, std::string> extensions{};
+    int valid_from_days = -1; ///< relative to now
+    int valid_to_days = 30;
+};
+
+/// The key is of the kind that the client's cipher list serves.
+struct Server {
+    std::vector<std::string> names{literal_host};
+    std::string key = "rsa-2048";
+    std::map<int, std::string> extensions{};
+    std::string digest = "SHA256";
+    std::string common_name = "Test server";
+    int valid_from_days = -1;
+    int valid_to_days = 30;
+};
+
+/// An intermediate authority.
+Identity authority(const Identity &issuer, const Authority &wanted = {});
+Identity server(const Identity &issuer, const Server &wanted = {});
+Identity self_signed(const Server &wanted = {});
+
+/// The certificate with its last byte changed, which is in its signature.
+Identity with_bad_signature(const Identity &identity);
+
+/// What a server shows: its own certificate and those of the issuers that it sends along.
+ServerIdentity shown(const Identity &leaf, const std::vector<Identity> &further = {});
+
+inline ServerIdentity trusted_server(const Server &wanted = {}) {
+    return shown(server(trusted_root(), wanted));
+}
+inline ServerIdentity untrusted_server(const Server &wanted = {}) {
+    return shown(server(strange_root(), wanted));
+}
 
 std::vector<std::uint8_t> der_of(const X509 *certificate);
+std::vector<std::uint8_t> der_of(const Identity &identity);
 
 /// A client's certificate in DER form, by the trusted authority. Of the key only the public half is
 /// needed.
@@ -37,7 +74,7 @@ std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key);
 /// Makes one authority the only one that OpenSSL's default paths lead to, for as long as it lives.
 class TrustedCa {
 public:
-    explicit TrustedCa(const std::string &authority = trusted_authority());
+    explicit TrustedCa(const std::string &authority_pem = trusted_root().certificate_pem());
     ~TrustedCa();
     TrustedCa(const TrustedCa &) = delete;
     TrustedCa &operator=(const TrustedCa &) = delete;

@@ -72,7 +72,7 @@ Script ending_with(std::string bytes);
 Script welcome(std::string_view header_lines = {});
 
 struct PeerTls {
-    ServerIdentity identity = trusted_server({"127.0.0.1"});
+    ServerIdentity identity = trusted_server();
     int min_version = 0; ///< as OpenSSL numbers them; 0 sets no bound
     int max_version = 0;
     bool demand_client_certificate = false;

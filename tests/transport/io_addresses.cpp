@@ -92,7 +92,8 @@ TEST_F(AddressTest, SomeLeadNowhere) {
 }
 
 TEST_F(AddressTest, AddressesAreTriedSideBySideUnderOneTimeOut) {
-    const ScriptedPeer peer({good_script()}, {.identity = trusted_server({"broker.test"})});
+    const ScriptedPeer peer({good_script()},
+                            {.identity = trusted_server({.names = {"broker.test"}})});
     const FullBacklog silent;
     const tcp::endpoint other_family(boost::asio::ip::make_address("::1"), 1);
     Endpoints endpoints(11, refusing_.endpoint());

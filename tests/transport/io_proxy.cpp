@@ -81,7 +81,8 @@ TEST_F(ProxyTest, LeadsToTheBrokerUnderItsOwnName) {
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
-        const ScriptedPeer peer(row.scripts, {.identity = trusted_server({"broker.test"})});
+        const ScriptedPeer peer(row.scripts,
+                                {.identity = trusted_server({.names = {"broker.test"}})});
         Names names;
         names.set("broker.test", {{boost::asio::ip::make_address("192.0.2.1"), 443}});
         HttpsXmlClient client(names.lookup());

@@ -1,4 +1,4 @@
-#include "chains.h"
+#include "minting.h"
 #include "temporary_home.h"
 
 #include "trust/anchor_bundle.h"
@@ -17,6 +17,7 @@ namespace trust {
 namespace {
 
 using namespace kavro;
+using namespace test_support;
 
 using NameHandle = OpenSslHandle<X509_NAME, X509_NAME_free>;
 using ContextHandle = OpenSslHandle<X509_STORE_CTX, X509_STORE_CTX_free>;

@@ -1,9 +1,11 @@
-#include "chains.h"
+#include "minting.h"
 #include "utils/src/cert_chain.h"
 
 #include <gtest/gtest.h>
 
 namespace trust {
+
+using namespace test_support;
 namespace {
 
 using kavro::Security::cX509_CERT_CHAIN;

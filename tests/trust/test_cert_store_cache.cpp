@@ -1,4 +1,4 @@
-#include "chains.h"
+#include "minting.h"
 #include "temporary_home.h"
 
 #include "utils/src/cert_store_cache.h"
@@ -10,6 +10,7 @@ namespace trust {
 namespace {
 
 using namespace kavro;
+using namespace test_support;
 using namespace std::string_literals;
 using enum StoredCertificate;
 

@@ -1,6 +1,6 @@
 #include "captured_log.h"
-#include "chains.h"
 #include "kavro_broker_extras.h"
+#include "minting.h"
 #include "requests.h"
 #include "scripted_peer.h"
 #include "text_of.h"
@@ -121,7 +121,7 @@ protected:
     }
 
     kavro::CapturedLog log_; // no handle is made without one
-    TrustedCa trusted_{trusted_root().certificate_pem()};
+    TrustedCa trusted_;
 };
 
 } // namespace
@@ -136,19 +136,16 @@ TEST_F(ServedChains, TrustAndNames) {
     const Server named{.names = {"broker.test"}, .common_name = "localhost"};
     const Server as_name{.extensions = {{NID_subject_alt_name, "DNS:127.0.0.1"}}};
     const Server as_common_name{.names = {}, .common_name = literal_host};
-    const auto trusted_server = [](const Server &wanted) {
-        return shown(server(trusted_root(), wanted));
-    };
     const auto strange_server = [&](const Server &wanted) {
         return shown(server(strange, wanted), {strange});
     };
     const ServerIdentity other_case = shown(server(self_signed({.common_name = "TEST SERVER"})));
     const ServerIdentity with_root = shown(server(strange_root()), {strange_root()});
     expect_judged_as_said({
-        {"trusted root", trusted_server({}), trusted},
+        {"trusted root", trusted_server(), trusted},
         {"by an intermediate", shown(server(between), {between}), trusted},
         {"intermediate not sent", shown(server(between)), warnable, "14", unverified_leaf},
-        {"unknown root", shown(server(strange_root())), warnable, "14", unverified_leaf},
+        {"unknown root", untrusted_server(), warnable, "14", unverified_leaf},
         {"unknown root above", strange_server({}), warnable, "0 29", "local issuer"},
         {"unknown root shown", with_root, warnable, "0 13", "self-signed certificate in"},
         {"unknown, wrong host", strange_server(elsewhere), rejected, "28 29", wrong_name},
@@ -168,9 +165,7 @@ TEST_F(ServedChains, TrustAndNames) {
 }
 
 TEST_F(ServedChains, KeysSignaturesAndPurposes) {
-    const auto with_key = [](const char *kind) {
-        return shown(server(trusted_root(), {.key = kind}));
-    };
+    const auto with_key = [](const char *kind) { return trusted_server({.key = kind}); };
     const auto self_signed_with_key = [](const char *kind) {
         return shown(self_signed({.key = kind}));
     };
@@ -182,10 +177,10 @@ TEST_F(ServedChains, KeysSignaturesAndPurposes) {
         trusted_root(), {.extensions = {{NID_basic_constraints, "critical,CA:TRUE,pathlen:0"}}});
     const Identity deep = authority(last);
     const ServerIdentity for_clients =
-        shown(server(trusted_root(), {.extensions = {{NID_ext_key_usage, "clientAuth"}}}));
+        trusted_server({.extensions = {{NID_ext_key_usage, "clientAuth"}}});
     const ServerIdentity by_none = shown(server(no_authority), {no_authority});
     const ServerIdentity too_deep = shown(server(deep), {deep, last});
-    const ServerIdentity sha1 = shown(server(trusted_root(), {.digest = "SHA1"}));
+    const ServerIdentity sha1 = trusted_server({.digest = "SHA1"});
     const ServerIdentity forged = shown(with_bad_signature(server(trusted_root())));
     expect_judged_as_said({
         {"RSA 1016", with_key("rsa-1016"), rejected, "27 0", short_key},
@@ -244,7 +239,7 @@ TEST_F(ServedChains, SwitchingVerificationOnMakesAFullHandshake) {
 
 TEST_F(ServedChains, AnchorOfAHandleCountsForThatHandleOnly) {
     const Identity own = self_signed();
-    const ScriptedPeer strange({welcome()}, {shown(server(strange_root()))});
+    const ScriptedPeer strange({welcome()}, {untrusted_server()});
     const ScriptedPeer lone({welcome()}, {shown(own)});
     const OwnedHandle client = new_client();
     EXPECT_EQ(trust(client, {0x30, 0x03, 0x02, 0x01, 0x00}), KAVRO_BROKER_ERR_INVALID_PARAMETER);

@@ -1,4 +1,4 @@
-#include "chains.h"
+#include "minting.h"
 #include "temporary_home.h"
 #include "transport/io_client.h"
 
@@ -18,6 +18,7 @@ namespace trust {
 namespace {
 
 using namespace kavro;
+using namespace test_support;
 using enum VerificationOutcome;
 
 /// A certificate as the TLS library hands it out for judgement.
@@ -199,7 +200,7 @@ TEST(ServerVerification, PlatformsWordCountsWhereTheTlsLibraryHasNone) {
 }
 
 class VerifyingClient : public TransportTest {
-    TrustedCa roots_{trusted_root().certificate_pem()};
+    TrustedCa roots_;
 };
 
 TEST_F(VerifyingClient, AsksThePlatformThatItIsGiven) {

@@ -1,5 +1,5 @@
 #include "captured_log.h"
-#include "chains.h"
+#include "minting.h"
 
 #include "trust/trust_store.h"
 #include "utils/src/openssl_handles.h"
@@ -15,6 +15,7 @@ namespace trust {
 namespace {
 
 using namespace kavro;
+using namespace test_support;
 
 using Der = std::vector<std::uint8_t>;
 
@@ -119,7 +120,7 @@ TEST(TrustAnchors, EachIsLogged) {
 
 TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
     namespace fs = std::filesystem;
-    const test_support::TrustedCa trusted(trusted_root().certificate_pem());
+    const TrustedCa trusted;
     const fs::path bundle = std::getenv(X509_get_default_cert_file_env());
     kavro::TrustAnchors anchors;
     const Identity own = self_signed();
@@ -153,7 +154,7 @@ TEST(TrustAnchors, SystemsAreReadAgainOnlyWhenTheyChanged) {
 }
 
 TEST(TrustAnchors, ThoseOfTheSystemCountOnlyOnTheWayToARoot) {
-    const test_support::TrustedCa nobody("");
+    const TrustedCa nobody("");
     const Identity issuer = authority(strange_root());
     const Identity leaf = server(issuer);
     const struct {
@@ -179,7 +180,7 @@ TEST(TrustAnchors, ThoseOfTheSystemCountOnlyOnTheWayToARoot) {
         TrustStore store({copied(row.of_system), copied(row.own)});
         EXPECT_EQ(trusts(store.current(), leaf), row.trusted) << row.what;
     }
-    const test_support::TrustedCa listed(strange_root().certificate_pem());
+    const TrustedCa listed(strange_root().certificate_pem());
     TrustStore with_namesake({copied({broker_sim::mint_authority("Strange root")}), {}});
     EXPECT_TRUE(trusts(with_namesake.current(), server(strange_root())));
 }

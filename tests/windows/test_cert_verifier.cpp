@@ -1,6 +1,6 @@
 #include "captured_log.h"
+#include "minting.h"
 #include "system.h"
-#include "trust/chains.h"
 #include "utils/src/cert_verifier_win.h"
 #include "utils/src/system_trust.h"
 
@@ -16,6 +16,7 @@ namespace trust {
 namespace {
 
 using namespace kavro;
+using namespace test_support;
 
 constexpr DWORD encodings = X509_ASN_ENCODING;
 
