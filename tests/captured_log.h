@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdarg>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <ostream>
@@ -37,8 +38,12 @@ public:
     /// With `install` where the shared library shows nothing else.
     explicit CapturedLog(void (*install)(kavro_broker_log_function) = set_log_function) {
         lines().clear();
+        hook = nullptr;
         install(&CapturedLog::record);
     }
+
+    /// Is called with every message, until another log is kept.
+    static inline std::function<void(const std::string &)> hook;
 
     /// Of this thread. Not thread_local, which MinGW frees before it is destroyed.
     static std::vector<LogLine> &lines() {
@@ -72,7 +77,10 @@ private:
     __attribute__((format(printf, 4, 0))) static void record(int32_t category, int32_t severity,
                                                              int32_t error, const char *format,
                                                              va_list arguments) {
-        lines().push_back({category, severity, error, format_text(format, arguments)});
+        const std::string text = format_text(format, arguments);
+        lines().push_back({category, severity, error, text});
+        if (hook)
+            hook(text);
     }
 };
 

@@ -8,48 +8,14 @@ using broker_sim::Scenario;
 
 namespace {
 
-/// Each request connects for itself; what the library knows by itself asks the broker nothing. What
-/// the caller is told is in tests/languages.
-TEST(Conversation, FromGreetingToGoodByeByWhatItCosts) {
-    const struct {
-        const char *what;
-        kavro_broker_result (*call)(Conversation &);
-        unsigned connections;
-        std::size_t posts;
-    } rows[] = {
-        {"greeting, then a question answered here",
-         [](auto &talk) { return ask_method(talk.handle); }, 2, 1},
-        {"disclaimer", [](auto &t) { return kavro_broker_send_accept_disclaimer(t.handle, 1); }, 1,
-         1},
-        {"a question answered here", [](auto &talk) { return ask_method(talk.handle); }, 1, 0},
-        {"password",
-         [](auto &talk) {
-             return kavro_broker_send_password(talk.handle, "alice", "EXAMPLE", "wonderland");
-         },
-         1, 1},
-        {"list", [](auto &talk) { return talk.list(); }, 1, 1},
-        {"allocation", [](auto &talk) { return talk.allocate("desktop-office"); }, 1, 1},
-        {"another locale, which the broker is told before the good-bye",
-         [](auto &talk) {
-             kavro_broker_set_locale(talk.handle, "de_DE");
-             return kavro_broker_clear_session(talk.handle);
-         },
-         2, 2},
-    };
+TEST(Conversation, TheSessionEndsWithALogOutAndWithTheClient) {
     Conversation talk;
-    for (const auto &[what, call, connections, posts] : rows) {
-        const auto connections_before = talk.broker.connections();
-        const auto posts_before = talk.broker.requests().size();
-        EXPECT_EQ(call(talk), KAVRO_BROKER_OK) << what;
-        EXPECT_EQ(talk.broker.connections() - connections_before, connections) << what;
-        EXPECT_EQ(talk.broker.requests().size() - posts_before, posts) << what;
-    }
-    EXPECT_EQ(text_of(kavro_broker_get_desktop_id, talk.desktops, 0u), "desktop-build")
-        << "in the order of ids";
-    EXPECT_EQ(talk.broker.requests().back().kind, "bye");
-    for (const char *client :
-         {"test client", "another client"}) { // the session of the other is over
-        kavro_broker_set_client_info(talk.handle, client, "1", "Linux");
+    for (const bool logs_out : {true, false}) {
+        ASSERT_EQ(talk.log_in(), KAVRO_BROKER_OK);
+        if (logs_out)
+            EXPECT_EQ(kavro_broker_clear_session(talk.handle), KAVRO_BROKER_OK);
+        else
+            kavro_broker_set_client_info(talk.handle, "another client", "1", "Linux");
         EXPECT_EQ(talk.method(), uint32_t(KAVRO_BROKER_AUTH_METHOD_DISCLAIMER));
         EXPECT_EQ(talk.broker.requests().back().head.find("\r\nCookie: "), std::string::npos);
     }
@@ -128,24 +94,6 @@ TEST(Conversation, TargetsGivenByName) {
         const std::string target = talk.property(KAVRO_BROKER_CONNECTION_TARGET_ADDRESS);
         EXPECT_TRUE(target == expected || (name == "localhost" && target == "::1")) << target;
     }
-}
-
-TEST(Conversation, AddressesThatCannotBe) {
-    const struct {
-        std::string address;
-        const char *port;
-        kavro_broker_result result;
-    } rows[] = {{"127.0.0.1", "99999", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                {std::string(3000, 'a'), "443", KAVRO_BROKER_ERR_INVALID_PARAMETER},
-                {"localhost", "abc", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED}};
-    Conversation talk;
-    for (const auto &[address, port, result] : rows) {
-        kavro_broker_set_broker_address(talk.handle, address.c_str(), port);
-        uint32_t method = 0;
-        EXPECT_EQ(kavro_broker_get_auth_method(talk.handle, &method), result)
-            << address << " " << port;
-    }
-    EXPECT_EQ(talk.broker.connections(), 0u);
 }
 
 } // namespace

@@ -84,41 +84,28 @@ TEST(Faults, EveryStepEndsAtItsOwnLimit) {
     }
 }
 
-kavro_broker_handle asked_again; ///< by the callbacks of the next test
-std::set<kavro_broker_result> second_answers;
-
-TEST(Faults, RequestsFromCallbacksAreRefusedAtEveryLine) {
-    Conversation talk(open_door());
-    asked_again = talk.handle;
-    static const auto again = [] {
-        second_answers.insert(list(asked_again));
-        second_answers.insert(kavro_broker_clear_session(asked_again));
-    };
-    kavro_broker_set_session_log_id_function([](const char *) { again(); });
-    kavro_broker_set_log_function(
-        [](int32_t, int32_t, int32_t, const char *, va_list) { again(); });
-    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
-    EXPECT_EQ(second_answers, std::set<kavro_broker_result>{KAVRO_BROKER_ERR_INVALID_STATE});
-    kavro_broker_set_session_log_id_function([](const char *) {});
-    const Log log; // in the place of the function above
-}
-
+/// Hears what its handle says, and asks for something at every word.
 struct Heard {
     kavro_broker_handle handle;
     std::vector<std::string> lines{};
     std::set<kavro_broker_result> answers{};
 
+    void ask() {
+        for (const auto request : {list, ask_method, kavro_broker_clear_session})
+            answers.insert(request(handle));
+    }
     static void hear(void *context, int32_t, int32_t, int32_t, const char *text) {
         auto &heard = *static_cast<Heard *>(context);
         heard.lines.push_back(text);
-        for (const auto ask : {list, ask_method, kavro_broker_clear_session})
-            heard.answers.insert(ask(heard.handle));
+        heard.ask();
     }
 };
 
 TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
     Conversation own(open_door()), other(open_door());
+    static Heard *listener;
     Heard heard{own.handle};
+    listener = &heard;
     const auto lines_of = [](Conversation &talk) {
         Log::lines().clear();
         EXPECT_EQ(talk.list(), KAVRO_BROKER_OK) << talk.message();
@@ -127,7 +114,9 @@ TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
     EXPECT_EQ(own.list(), KAVRO_BROKER_OK);
     const std::size_t usual = lines_of(own);
     kavro_broker_set_message_function(own.handle, Heard::hear, &heard);
+    kavro_broker_set_session_log_id_function([](const char *) { listener->ask(); });
     EXPECT_EQ(lines_of(own), 0u);
+    kavro_broker_set_session_log_id_function([](const char *) {});
     EXPECT_EQ(heard.lines.size(), usual);
     EXPECT_GT(lines_of(other), usual) << "which greets as well";
     EXPECT_EQ(heard.lines.size(), usual);
@@ -147,24 +136,6 @@ TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
     Log::lines().clear();
     EXPECT_NE(ask_method(own.handle), KAVRO_BROKER_OK);
     EXPECT_EQ(Log::lines().size(), heard.lines.size());
-}
-
-kavro_broker_handle leaving; ///< by the callback of the next test
-
-TEST(Faults, ACancelledGoodByeLeavesTheSession) {
-    Conversation talk(open_door());
-    ASSERT_EQ(talk.list(), KAVRO_BROKER_OK);
-    leaving = talk.handle;
-    kavro_broker_set_log_function(
-        [](int32_t, int32_t, int32_t, const char *format, va_list arguments) {
-            if (format_text(format, arguments).starts_with("Sending XML"))
-                kavro_broker_cancel(leaving);
-        });
-    EXPECT_EQ(kavro_broker_clear_session(talk.handle), KAVRO_BROKER_ERR_CANCELLED);
-    const Log log; // in the place of the function above
-    talk.broker.clear_recording();
-    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
-    EXPECT_NE(talk.broker.requests().at(0).head.find("\r\nCookie: "), std::string::npos);
 }
 
 } // namespace

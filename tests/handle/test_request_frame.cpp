@@ -132,6 +132,8 @@ TEST(RequestFrame, FallsBackToTheSecondPortOnce) {
         const bool retried = handle.handle->port == "60443";
         EXPECT_EQ(std::ranges::count(log.lines(), notice), retried ? 1 : 0);
         EXPECT_EQ(retried, row.connects > 1);
+        EXPECT_EQ(handle.handle->report.second_port, retried);
+        EXPECT_EQ(handle.handle->report.connections.size(), row.connects);
         kavro_broker_set_broker_address(handle, row.address, row.port);
         EXPECT_EQ(handle.handle->port == "60443", retried) << "the same address changes nothing";
     }

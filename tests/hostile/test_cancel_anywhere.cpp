@@ -1,11 +1,13 @@
 #include "conversation/conversation.h"
 #include "hostile/rounds.h"
+#include "support/scripted_peer.h"
 
 #include <atomic>
 #include <iostream>
 #include <random>
 
 using namespace conversation;
+using namespace test_support;
 
 namespace {
 
@@ -51,20 +53,32 @@ TEST(CancelAnywhere, IsEitherInTimeOrWithoutEffect) {
     EXPECT_GT(cancelled, rounds / 16); // fewer, the busier the machine is
 }
 
-TEST(CancelAnywhere, FromInsideTheLogFunctionDoesNotDeadlock) {
-    static kavro_broker_handle talking;
-    Conversation talk(open_door());
-    talking = talk.handle;
-    kavro_broker_set_log_function([](int32_t, int32_t, int32_t, const char *format, va_list) {
-        char text[16];
-        size_t length = sizeof text;
-        kavro_broker_get_broker_error_message(talking, text, &length);
-        if (std::string_view(format).starts_with("Client-Log-ID"))
-            kavro_broker_cancel(talking);
-    });
-    EXPECT_EQ(talk.list(), KAVRO_BROKER_ERR_CANCELLED);
-    const Log log;
-    EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+/// Wherever that is, what asks for nothing there goes through, the long answer to the list is not
+/// written down any more, and the session is still there.
+TEST(CancelAnywhere, FromInsideTheLogFunction) {
+    const std::pair<const char *, kavro_broker_result (*)(Handle)> rows[] = {
+        {"Client-Log-ID", list},
+        {"Received XML", list},
+        {"Sending XML", kavro_broker_clear_session}};
+    const std::string long_answer = http_ok("<list>" + std::string(1 << 20, '&') + "</list>");
+    for (const auto &[awaited, send] : rows) {
+        SCOPED_TRACE(awaited);
+        Conversation talk(open_door());
+        ASSERT_EQ(talk.list(), KAVRO_BROKER_OK);
+        talk.broker.set_override({.match = {.request = "get-resource-list"}, .raw = long_answer});
+        Log::hook = [&talk, &awaited = awaited](const std::string &line) {
+            EXPECT_EQ(talk.message(), "");
+            EXPECT_FALSE(line.starts_with("<list>"));
+            if (line.starts_with(awaited))
+                kavro_broker_cancel(talk.handle);
+        };
+        EXPECT_EQ(send(talk.handle), KAVRO_BROKER_ERR_CANCELLED);
+        const Log log;
+        talk.broker.clear_faults();
+        talk.broker.clear_recording();
+        EXPECT_EQ(talk.list(), KAVRO_BROKER_OK);
+        EXPECT_NE(talk.broker.requests().at(0).head.find("\r\nCookie: "), std::string::npos);
+    }
 }
 
 } // namespace

@@ -49,8 +49,6 @@ Script greeting_and(Script answer) {
     return script;
 }
 
-void nothing(Handle) {}
-
 void expect_list(Handle handle, kavro_broker_result result) {
     kavro_broker_set_time_limit(handle, KAVRO_BROKER_LIMIT_REQUEST, 100);
     EXPECT_EQ(list(handle), result);
@@ -58,19 +56,21 @@ void expect_list(Handle handle, kavro_broker_result result) {
 }
 
 TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
-    const Script another = {send(list_answer), expect_request(), send(list_answer)};
-    const Script good = greeting_and(another);
+    using Meanwhile = void (*)(Handle);
+    constexpr Meanwhile nothing = [](Handle) {};
     const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-    static const std::string chunks = chunked + "1\r\n<\r\n" +
-                                      (std::stringstream() << std::hex << listed.size() - 1).str() +
-                                      "\r\n" + listed.substr(1) + "\r\n0\r\n";
-    const auto ended = [](std::string_view lines) { return Script{send(http_ok(listed, lines))}; };
+    const std::string chunks = chunked + "1\r\n<\r\n" +
+                               (std::stringstream() << std::hex << listed.size() - 1).str() +
+                               "\r\n" + listed.substr(1) + "\r\n0\r\n";
+    const Step listing = send(list_answer);
+    const Script good = {listing, expect_request(), listing};
+    const auto then = [&](const Step &step) { return Script{listing, expect_request(), step}; };
     const struct {
         const char *what;
         bool kept;
-        Script first;
-        void (*meanwhile)(Handle) = nothing;
-        Script second = {handshake(), expect_request(), send(list_answer)};
+        Script first; ///< after a greeting and with another request
+        Meanwhile meanwhile = nothing;
+        bool greets_again = false;
     } rows[] = {
         {"nothing", true, good},
         {"the same again", true, good,
@@ -79,11 +79,9 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              kavro_broker_set_timezone(h, "UTC");
              kavro_broker_keep_connection(h, 300);
          }},
-        {"chunks", true,
-         greeting_and({send(chunks + "\r\n"), expect_request(), send(list_answer)})},
+        {"chunks", true, {send(chunks + "\r\n"), expect_request(), listing}},
         {"another name", false, good,
-         [](Handle h) { kavro_broker_set_broker_address(h, "localhost", h->port.c_str()); },
-         greeting_and({send(list_answer)})},
+         [](Handle h) { kavro_broker_set_broker_address(h, "localhost", h->port.c_str()); }, true},
         {"verification", false, good, [](Handle h) { kavro_broker_fail_if_unverified(h, false); }},
         {"an anchor", false, good,
          [](Handle h) {
@@ -98,9 +96,7 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
         {"a client certificate", false, good,
          [](Handle h) {
              const auto der = h->certificates.certificates.entries().front();
-             const auto sign = [](void *, const uint8_t *, size_t, uint8_t *, size_t *) {
-                 return 0;
-             };
+             const auto sign = [](auto...) { return 0; };
              EXPECT_EQ(kavro_broker_use_signing_certificate(h, der.data(), der.size(), sign, h),
                        KAVRO_BROKER_OK);
          }},
@@ -110,37 +106,33 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              kavro_broker_keep_connection(h, 0);
              kavro_broker_keep_connection(h, 60);
          }},
-        {"good-bye", false,
-         greeting_and(
-             {send(list_answer), expect_request(), send(http_ok(broker_message("<bye-resp/>")))}),
-         [](Handle h) { EXPECT_EQ(kavro_broker_clear_session(h), KAVRO_BROKER_OK); },
-         greeting_and({send(list_answer)})},
-        {"time-out", false, greeting_and({send(list_answer), expect_request(), stall()}),
+        {"good-bye", false, then(send(http_ok(broker_message("<bye-resp/>")))),
+         [](Handle h) { EXPECT_EQ(kavro_broker_clear_session(h), KAVRO_BROKER_OK); }, true},
+        {"time-out", false, then(stall()),
          [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_TIMEOUT); }},
-        {"failure", false,
-         greeting_and({send(list_answer), expect_request(),
-                       send("HTTP/1.1 500 Oh\r\nContent-Length: 0\r\n\r\n")}),
+        {"failure", false, then(send("HTTP/1.1 500 Oh\r\nContent-Length: 0\r\n\r\n")),
          [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_HTTP_NOT_OK); }},
-        {"broken XML", false,
-         greeting_and({send(list_answer), expect_request(), send(http_ok("<"))}),
+        {"broken XML", false, then(send(http_ok("<"))),
          [](Handle h) { expect_list(h, KAVRO_BROKER_ERR_MANGLED_RESPONSE); }},
-        {"connection: close", false, greeting_and(ended("connection:CLOSE\r\n"))},
-        {"one option of several", false, greeting_and(ended("Connection: x, Close ,y\r\n"))},
-        {"bytes behind the answer", false, greeting_and({send(list_answer + "H")})},
-        {"bytes later", false, greeting_and({send(list_answer), send("HTTP/1.1 200 OK\r\n")})},
-        {"chunks without an end", false, greeting_and({send(chunks)})},
-        {"trailers", false, greeting_and({send(chunks + "X: y\r\n\r\n")})},
-        {"end of TLS", false, greeting_and({send(list_answer), close_notify()})},
-        {"end of TCP", false, greeting_and({send(list_answer), fin()})},
-        {"reset", false, greeting_and({send(list_answer), rst()})},
+        {"connection: close", false, {send(http_ok(listed, "connection:CLOSE\r\n"))}},
+        {"one option of several", false, {send(http_ok(listed, "Connection: x, Close ,y\r\n"))}},
+        {"bytes behind the answer", false, {send(list_answer + "H")}},
+        {"bytes later", false, {listing, send("HTTP/1.1 200 OK\r\n")}},
+        {"chunks without an end", false, {send(chunks)}},
+        {"trailers", false, {send(chunks + "X: y\r\n\r\n")}},
+        {"end of TLS", false, {listing, close_notify()}},
+        {"end of TCP", false, {listing, fin()}},
+        {"reset", false, {listing, rst()}},
     };
     const Log log;
     const TrustedCa trust;
-    for (const auto &[what, kept, first, meanwhile, second] : rows) {
+    const PeerTls tls = {.identity = trusted_server({.names = {"127.0.0.1", "localhost"}})};
+    for (const auto &[what, kept, first, meanwhile, greets_again] : rows) {
         SCOPED_TRACE(what);
         Log::take();
-        const ScriptedPeer peer(
-            {first, second}, {.identity = trusted_server({.names = {"127.0.0.1", "localhost"}})});
+        const ScriptedPeer peer({greeting_and(first),
+                                 greets_again ? greeting_and({listing}) : after_request({listing})},
+                                tls);
         const OwnedHandle handle = new_handle(10s, peer.port());
         kavro_broker_keep_connection(handle.get(), 60);
         ASSERT_EQ(list(handle.get()), KAVRO_BROKER_OK);

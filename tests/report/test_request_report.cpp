@@ -1,5 +1,4 @@
 #include "conversation/conversation.h"
-#include "handle/fake_client.h"
 #include "json_writer.h"
 #include "support/scripted_peer.h"
 #include "support/unreachable.h"
@@ -161,29 +160,30 @@ TEST_F(RequestReport, TellsOfACancel) {
 
 TEST_F(RequestReport, BeginsAnewWithEveryRequest) {
     const RefusingPort refusing;
-    const OwnedHandle client = new_client(refusing.port());
+    constexpr auto invalid = KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    const struct {
+        std::string host, port;
+        kavro_broker_result result;
+        const char *failed_in;
+        bool names_host = true;
+    } rows[] = {
+        {"127.0.0.1", refusing.port(), KAVRO_BROKER_ERR_CONNECT_REFUSED, "connect"},
+        {"127.0.0.1", refusing.port(), KAVRO_BROKER_ERR_CONNECT_REFUSED, "connect"},
+        {"127.0.0.1", "99999", invalid, "prepare"},
+        {canary + "@host", "1", invalid, "prepare", false},
+        {"localhost", "abc", KAVRO_BROKER_ERR_CONNECT_RESOLVE_FAILED, "resolve"},
+    };
+    const OwnedHandle client = new_client("");
     EXPECT_EQ(text_of(kavro_broker_get_request_report, client.get()), "(result 7)");
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(ask_method(client.get()), KAVRO_BROKER_ERR_CONNECT_REFUSED);
+    for (const auto &[host, port, result, failed_in, names_host] : rows) {
+        kavro_broker_set_broker_address(client.get(), host.c_str(), port.c_str());
+        EXPECT_EQ(ask_method(client.get()), result) << host << ' ' << port;
         const Json report = report_of(client.get());
         ASSERT_EQ(report["connections"].size(), 1u);
-        expect_fields(report, {{"/failed_in", "connect"}, {"/connections/0/address", nullptr}});
+        expect_fields(report, {{"/failed_in", failed_in},
+                               {"/connections/0/address", nullptr},
+                               {"/connections/0/host", names_host ? Json(host) : Json()}});
     }
-    kavro_broker_set_broker_address(client.get(), (canary + "@host").c_str(), "1");
-    EXPECT_EQ(ask_method(client.get()), KAVRO_BROKER_ERR_INVALID_PARAMETER);
-    expect_fields(report_of(client.get()),
-                  {{"/failed_in", "prepare"}, {"/connections/0/host", nullptr}});
-}
-
-TEST_F(RequestReport, TellsThatTheSecondPortWasTried) {
-    kavro::FakeHandle handle;
-    handle.handle->port = "443";
-    handle.handle->port_fallback = true;
-    handle.client->results["connect"] = {{kavro::ERROR_CODE_CONNECT_REFUSED, {}, {}, {}}};
-    EXPECT_EQ(ask_method(handle), KAVRO_BROKER_OK);
-    const Json report = report_of(handle);
-    expect_fields(report, {{"/second_port", true}, {"/hellos", 1}, {"/failed_in", nullptr}});
-    EXPECT_EQ(report["connections"].size(), 3u);
 }
 
 // A broker that echoes the password wherever it can gets it into no report.

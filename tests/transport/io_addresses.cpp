@@ -14,6 +14,10 @@ protected:
     Names names_;
     RefusingPort refusing_;
     Client client_{names_.lookup()};
+
+    ConnectCode connect_to(const std::string &address) {
+        return connect(client_, address).result.result;
+    }
 };
 
 } // namespace
@@ -100,19 +104,17 @@ TEST_F(AddressTest, AddressesAreTriedSideBySideUnderOneTimeOut) {
     endpoints.front() = silent.endpoint();
     endpoints.insert(endpoints.end(), {silent.endpoint(), peer.endpoint(), other_family});
     names_.set("broker.test", endpoints);
-    const auto report = std::make_shared<ConnectionReport>();
-    client_.report_to(report);
     const auto outcome = connect(client_, "broker.test:443", true);
     EXPECT_EQ(outcome.result.result, ConnectCode::connected);
     EXPECT_LT(outcome.took, 2s) << "nobody waits for one that has refused";
     EXPECT_EQ(CapturedLog::count("Deadline Timer timeout set to 5000 milliseconds."), 1);
-    EXPECT_EQ(report->tried.size(), endpoints.size());
-    EXPECT_EQ(report->tried.at(1), "[::1]:1") << "the families take turns";
-    EXPECT_EQ(report->address, peer.address());
+    EXPECT_EQ(client_.report().tried.size(), endpoints.size());
+    EXPECT_EQ(client_.report().tried.at(1), "[::1]:1") << "the families take turns";
+    EXPECT_EQ(client_.report().address, peer.address());
     EXPECT_EQ(post(client_).result.result, POST_RESULT_SUCCESS);
 
     // The address that answered is the one that is remembered.
-    EXPECT_EQ(connect(client_, "broker.test:443", true).result.result, ConnectCode::connected);
+    EXPECT_EQ(connect_to("broker.test:443"), ConnectCode::connected);
     EXPECT_EQ(names_.lookups(), 1);
 }
 
@@ -136,9 +138,6 @@ TEST_F(AddressTest, RefusedBySixteenIsRefusedAndForgotten) {
 TEST_F(AddressTest, RememberedIsThatOfHostAndPortUntilItIsGone) {
     const ScriptedPeer first({{handshake()}});
     std::optional<ScriptedPeer> second(std::in_place, std::vector<Script>{{handshake()}});
-    const auto connect_to = [this](const std::string &address) {
-        return connect(client_, address).result.result;
-    };
     names_.set("a.test", {first.endpoint()});
     names_.set("b.test", {second->endpoint()});
     EXPECT_EQ(connect_to("a.test:443"), ConnectCode::connected);
@@ -163,7 +162,7 @@ TEST_F(AddressTest, CookiesStayWithTheHostAndPortThatSetThem) {
     const ScriptedPeer other_host({setting}, {}, "127.0.0.2");
     const auto request_to = [this](const ScriptedPeer &peer) {
         const std::size_t connection = peer.connection_count();
-        EXPECT_EQ(connect(client_, peer.address()).result.result, ConnectCode::connected);
+        EXPECT_EQ(connect_to(peer.address()), ConnectCode::connected);
         EXPECT_EQ(post(client_).result.result, POST_RESULT_SUCCESS);
         return peer.record(connection).requests.at(0);
     };

@@ -1,4 +1,3 @@
-#include "captured_log.h"
 #include "xml/xml_message_log.h"
 
 #include <gtest/gtest.h>
@@ -106,22 +105,6 @@ TEST(MaskedMessage, ShowsTheEndOfAReceivedConnectTag) {
         EXPECT_EQ(masked(text, received), shown) << text;
     EXPECT_EQ(masked("<target><connect-tag>t</connect-tag></target>", sending),
               "<target>\n  <connect-tag>t</connect-tag>\n</target>\n");
-}
-
-TEST(MaskedMessage, IsLoggedInOneCallUnderItsBanner) {
-    std::string error;
-    const auto document = XmlDocument::parse(SecureText("<hello>%s<cap>\n</cap></hello>"), error);
-    const CapturedLog log;
-    log_message(document->root(), sending);
-    log_message(document->root(), received);
-    log_message(XmlNode(), sending);
-    const std::string shown = "<hello>%s\n  <cap>\\x0A</cap>\n</hello>\n";
-    const std::vector<LogLine> expected = {
-        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, shown},
-        {0, 2, 0, "Received XML: ------------------------"}, {0, 2, 0, shown},
-        {0, 2, 0, "Sending XML: -------------------------"}, {0, 2, 0, hidden},
-    };
-    EXPECT_EQ(log.lines(), expected);
 }
 
 } // namespace
