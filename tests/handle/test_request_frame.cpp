@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <thread>
 
 namespace kavro {
 namespace {
@@ -169,25 +168,6 @@ TEST(RequestFrame, CancelIsSticky) {
         handle.client->hooks.clear();
         kavro_broker_cancel(handle);
         EXPECT_EQ(list(handle), KAVRO_BROKER_OK) << "between requests a cancel has no effect";
-    }
-}
-
-/// Out of a callback of the request that runs, and from another thread.
-TEST(RequestFrame, ASecondRequestIsRefusedAtOnce) {
-    std::vector<NamedRequest> requests(std::begin(all_requests), std::end(all_requests));
-    requests.push_back({"log-out", kavro_broker_clear_session});
-    for (const auto &[operation, run] : requests) {
-        SCOPED_TRACE(operation);
-        FakeHandle handle;
-        std::vector<kavro_broker_result> results;
-        handle.client->hooks["list"] = [&handle, &results, &run = run] {
-            results.push_back(run(handle));
-            std::thread([&] { results.push_back(run(handle)); }).join();
-        };
-        EXPECT_EQ(list(handle), KAVRO_BROKER_OK);
-        EXPECT_EQ(results, std::vector<kavro_broker_result>(2, KAVRO_BROKER_ERR_INVALID_STATE));
-        EXPECT_EQ(handle.client->calls,
-                  (Calls{"connect", "hello", "close", "connect", "list", "close"}));
     }
 }
 
