@@ -33,12 +33,8 @@ TEST(StatusPage, DrawsWhatHappensWhileItIsOpenAsText) {
     std::atomic<int> polls = 0;
     const StatusServer server(0, [&] {
         if (++polls == 2)
-            for (const char *const message : {"<<b>&lt;i></<b>", "<bye/>"}) {
-                WireClient client(simulator);
-                EXPECT_FALSE(client.handshake());
-                EXPECT_FALSE(client.send(http_request(message)));
-                client.receive();
-            }
+            for (const char *const message : {"<<b>&lt;i></<b>", "<bye/>"})
+                converse(simulator, http_request(message));
         return simulator.status();
     });
     const std::string document = page_in_browser(server.port());

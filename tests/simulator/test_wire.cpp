@@ -98,31 +98,22 @@ TEST(Wire, EachServerAnswersItsOwnPathsAndAsItIsTold) {
 }
 
 TEST(Wire, EndingsCutTheAnswerOrTheHandshake) {
-    const struct {
-        Fault fault;
-        WireClient::Error end, of_handshake = {};
-    } rows[] = {
+    const std::pair<Fault, boost::system::error_code> rows[] = {
         {{.ending = Ending::stall}, timed_out},
         {{.ending = Ending::stall, .at_byte = 20}, timed_out},
         {{.ending = Ending::close}, asio::error::eof},
         {{.ending = Ending::fin, .at_byte = 40}, cut_off},
         {{.ending = Ending::reset, .at_byte = 60}, asio::error::connection_reset},
-        {{.stage = Stage::handshake, .ending = Ending::stall}, {}, timed_out},
-        {{.stage = Stage::handshake, .ending = Ending::fin}, {}, cut_off},
-        {{.stage = Stage::handshake, .ending = Ending::reset}, {}, asio::error::connection_reset},
-        {{.stage = Stage::accept, .ending = Ending::stall}, {}, timed_out},
+        {{.stage = Stage::handshake, .ending = Ending::stall}, timed_out},
+        {{.stage = Stage::handshake, .ending = Ending::fin}, cut_off},
+        {{.stage = Stage::handshake, .ending = Ending::reset}, asio::error::connection_reset},
+        {{.stage = Stage::accept, .ending = Ending::stall}, timed_out},
     };
     Simulator simulator{Scenario{}};
-    for (const auto &[fault, end, of_handshake] : rows) {
+    for (const auto &[fault, end] : rows) {
         simulator.clear_faults();
         simulator.inject(fault);
-        const auto patience = (end ? end : of_handshake) == timed_out ? 300ms : limit;
-        WireClient client(simulator, end ? limit : patience);
-        EXPECT_EQ(client.handshake(), of_handshake);
-        if (of_handshake)
-            continue;
-        EXPECT_FALSE(client.send(hello));
-        const auto received = client.receive(patience);
+        const auto received = converse(simulator, hello, end == timed_out ? 300ms : limit);
         EXPECT_EQ(received.end, end) << end.message() << ", not " << received.end.message();
         EXPECT_EQ(received.text.size(), fault.at_byte);
     }
