@@ -71,9 +71,10 @@ Outcome CliTest::run_with(kavro_cli::Console *console, Lines arguments) {
                                                .script = script,
                                                .login_name = "unixuser",
                                                .retry_pause = retry_pause};
-    const bool has_address = std::ranges::count(arguments, "--registration-code") != 0 ||
-                             (!arguments.empty() && arguments.front() == "probe");
-    if (!has_address)
+    const auto names = [&arguments](const char *word) {
+        return std::ranges::count(arguments, word) != 0;
+    };
+    if (!names("--broker") && !names("--registration-code") && !names("probe"))
         arguments.insert(arguments.end(),
                          {"--broker", "127.0.0.1:" + std::to_string(broker->port())});
     const int status = kavro_cli::run_application(std::move(arguments), surroundings);

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <openssl/x509.h>
+
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <poll.h>
 #include <pty.h>
 #include <string>
@@ -15,10 +18,14 @@
 /// A program on a pseudo-terminal of its own, with a test in the place of its user.
 class TerminalProgram {
 public:
-    /// `environment` holds "NAME=VALUE" texts, and is all that the program gets.
-    TerminalProgram(std::vector<std::string> arguments, std::vector<std::string> environment)
+    /// Besides the test's trust and the terminal's kind its environment is one "NAME=VALUE" text.
+    TerminalProgram(std::vector<std::string> arguments, const std::string &variable)
         : process_(forkpty(&terminal_, nullptr, nullptr, nullptr)) {
         if (process_ == 0) {
+            std::vector<std::string> environment{"TERM=xterm", variable};
+            for (const std::string name :
+                 {X509_get_default_cert_file_env(), X509_get_default_cert_dir_env()})
+                environment.push_back(name + "=" + std::getenv(name.c_str()));
             const auto argv = pointers_to(arguments);
             execve(argv[0], argv.data(), pointers_to(environment).data());
             _exit(127);

@@ -108,7 +108,7 @@ TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
     scenario.desktops[0].name = "not \xff UTF-8";
     scenario.allocation = broker_sim::Scenario::demo().allocation;
     start(scenario);
-    Json expected = R"({
+    const Json expected = R"({
         "address": "127.0.0.1", "port": "4172", "session_id": "1001",
         "host_name": "agent-1.example", "server_name": "agent-1.example",
         "use_broker_address": false, "connect_tag": "SCS1demoConnectTag",
@@ -122,16 +122,13 @@ TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
     EXPECT_EQ(told["connection"], expected);
     EXPECT_EQ(told["desktop"], (Json{{"id", "vm-1"}, {"name", "not \ufffd UTF-8"}}));
 
-    scenario.allocation.gateway_ticket = {};
-    scenario.allocation.agent_variables.clear();
-    scenario.allocation.alternates.clear();
-    scenario.allocation.use_broker_address = true;
+    scenario.allocation = {.use_broker_address = true};
     start(scenario);
-    expected.update({{"gateway_ticket", nullptr},
-                     {"agent_variables", Json::array()},
-                     {"alternates", Json::array()},
-                     {"use_broker_address", true}});
-    EXPECT_EQ(run({"connect", "vm-1", "--json"}).json()["connection"], expected);
+    told = run({"connect", "vm-1", "--json"}).json()["connection"];
+    EXPECT_EQ(told["use_broker_address"], true);
+    EXPECT_EQ(told["gateway_ticket"], nullptr);
+    for (const char *list : {"agent_variables", "alternates"})
+        EXPECT_EQ(told[list], Json::array());
 }
 
 TEST_F(CommandTest, connect_waits_for_a_pending_desktop_only_when_told_to) {
@@ -188,16 +185,6 @@ TEST_F(CommandTest, power_asks_for_the_operation_and_shows_both_states) {
     EXPECT_EQ(told.status, 0);
     EXPECT_EQ(told.json()["state_before"], "POWERED_ON");
     EXPECT_EQ(told.json()["state_after"], nullptr);
-}
-
-TEST_F(CommandTest, logout_greets_and_leaves_without_logging_in) {
-    scenario.authentication = {{.methods = {"password"}}};
-    scenario.domains = {"EXAMPLE"};
-    start(scenario);
-    EXPECT_EQ(run({"logout"}).out,
-              "Greeted and left the broker at https://127.0.0.1:" + std::to_string(broker->port()) +
-                  ": Broker Simulator 1.0.0 on simulated\n");
-    EXPECT_THAT(requests(), ElementsAre("hello", "bye"));
 }
 
 TEST_F(CommandTest, finds_the_desktop_that_is_meant) {

@@ -1,15 +1,11 @@
-#include "application.h"
+#include "cli/cli_run.h"
 #include "cli/terminal_program.h"
 #include "demanding.h"
 #include "soft_token.h"
-#include "system.h"
 
 #include <gmock/gmock.h>
-#include <openssl/x509.h>
 
 #include <chrono>
-#include <cstdlib>
-#include <sstream>
 
 // The command-line client with a certificate on a token, against servers that demand one.
 
@@ -20,45 +16,17 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
-class ClientCertificateOption : public testing::Test {
+class ClientCertificateOption : public CliTest {
 protected:
-    struct Outcome {
-        int status;
-        std::string err;
-    };
-
-    /// Runs with nobody to ask, and this text to be read as the PIN.
-    static Outcome run(const ScriptedPeer &peer, std::vector<std::string> options,
-                       const std::string &pin) {
-        const int descriptor = descriptor_with(pin);
-        for (std::string &option : options) {
-            if (const auto at = option.find("{fd}"); at != std::string::npos)
-                option.replace(at, 4, std::to_string(descriptor));
-        }
-        std::ostringstream out;
-        std::ostringstream err;
-        kavro_cli::Interruption interruption;
-        options.insert(options.begin(), {"logout", "--broker", peer.address()});
-        const int status = kavro_cli::run_application(
-            options, {.out = out, .err = err, .console = nullptr, .interruption = interruption});
-        close_descriptor(descriptor);
-        return {status, err.str()};
-    }
-
     SoftToken token_;
     TrustedCa trusted_;
 };
 
 TEST_F(ClientCertificateOption, asks_for_the_pin_without_showing_it) {
     const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding("RSA+SHA256"));
-    const auto variable = [](const char *name) {
-        return std::string(name) + "=" + std::getenv(name);
-    };
     TerminalProgram program({KAVRO_BROKER_PROGRAM, "logout", "--broker", peer.address(),
                              "--client-certificate", SoftToken::uri("log-in")},
-                            {"TERM=xterm", token_.environment(),
-                             variable(X509_get_default_cert_file_env()),
-                             variable(X509_get_default_cert_dir_env())});
+                            token_.environment());
     ASSERT_TRUE(program.wait_for("PIN of the token Test card: ")) << program.screen();
     EXPECT_FALSE(program.echoes());
     program.type(std::string(SoftToken::pin) + "\n");
@@ -110,11 +78,16 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
     };
     for (const Case &row : cases) {
         SCOPED_TRACE(row.uri + " " + row.told);
-        auto options = row.options;
-        if (!row.uri.empty())
-            options.insert(options.end(), {"--client-certificate", row.uri});
         const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding(row.signatures));
-        const auto outcome = run(peer, options, row.pin);
+        Lines arguments{"logout", "--broker", peer.address()};
+        if (!row.uri.empty())
+            arguments.insert(arguments.end(), {"--client-certificate", row.uri});
+        arguments.insert(arguments.end(), row.options.begin(), row.options.end());
+        const std::string descriptor = std::to_string(descriptor_with(row.pin));
+        for (std::string &argument : arguments)
+            if (const auto at = argument.find("{fd}"); at != std::string::npos)
+                argument.replace(at, 4, descriptor);
+        const auto outcome = run(arguments);
         EXPECT_EQ(outcome.status, row.status) << outcome.err;
         EXPECT_THAT(outcome.err, HasSubstr(row.told));
         EXPECT_THAT(outcome.err, Not(HasSubstr("4711")));
