@@ -77,6 +77,13 @@ std::vector<std::uint8_t> der_of(const Identity &identity) {
     return der_of(identity.certificate.get());
 }
 
+bool trusts(X509_STORE *store, const Identity &leaf) {
+    const std::unique_ptr<X509_STORE_CTX, decltype(&X509_STORE_CTX_free)> context(
+        X509_STORE_CTX_new(), X509_STORE_CTX_free);
+    X509_STORE_CTX_init(context.get(), store, leaf.certificate.get(), nullptr);
+    return X509_verify_cert(context.get()) == 1;
+}
+
 std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key) {
     return der_of(broker_sim::mint_certificate({.common_name = "Test client"}, std::move(key),
                                                trusted_root()));

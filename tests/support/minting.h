@@ -67,6 +67,9 @@ inline ServerIdentity untrusted_server(const Server &wanted = {}) {
 std::vector<std::uint8_t> der_of(const X509 *certificate);
 std::vector<std::uint8_t> der_of(const Identity &identity);
 
+/// Whether a chain from this certificate to an anchor of the store holds.
+bool trusts(X509_STORE *store, const Identity &leaf);
+
 /// A client's certificate in DER form, by the trusted authority. Of the key only the public half is
 /// needed.
 std::vector<std::uint8_t> trusted_client(std::shared_ptr<EVP_PKEY> key);

@@ -33,9 +33,8 @@ OwnedHandle new_client(bool verify = true) {
     return client;
 }
 
-kavro_broker_result ask(const OwnedHandle &client, const ScriptedPeer &peer,
-                        const std::string &host = literal_host) {
-    kavro_broker_set_broker_address(client.get(), host.c_str(), peer.port().c_str());
+kavro_broker_result ask(const OwnedHandle &client, const ScriptedPeer &peer) {
+    set_port(client, peer.port());
     return ask_method(client.get());
 }
 
@@ -81,7 +80,6 @@ struct Row {
     kavro_broker_result result;
     std::string verdicts{}; ///< by depth
     const char *text = "";  ///< a part of the reason
-    std::string host = literal_host;
     int max_version = 0;
 };
 
@@ -101,7 +99,7 @@ protected:
             SCOPED_TRACE(row.name);
             const PeerTls tls{.identity = row.identity, .max_version = row.max_version};
             const ScriptedPeer peer({welcome()}, tls);
-            EXPECT_EQ(ask(client, peer, row.host), row.result);
+            EXPECT_EQ(ask(client, peer), row.result);
             EXPECT_EQ(verdicts(client), row.verdicts);
             EXPECT_NE(error_text(client).find(row.text), std::string::npos) << error_text(client);
             EXPECT_EQ(error_text(client).empty(), row.verdicts.empty());
@@ -114,7 +112,7 @@ protected:
             expect_usable(client);
 
             const OwnedHandle unverified = new_client(false);
-            EXPECT_EQ(ask(unverified, peer, row.host), row.result == no_tls ? no_tls : trusted);
+            EXPECT_EQ(ask(unverified, peer), row.result == no_tls ? no_tls : trusted);
             EXPECT_EQ(verdicts(unverified) + error_text(unverified), "");
             EXPECT_EQ(chain_length(unverified), 0u);
         }
@@ -129,16 +127,9 @@ protected:
 TEST_F(ServedChains, TrustAndNames) {
     const Identity between = authority(trusted_root());
     const Identity strange = authority(strange_root());
-    const Identity late = authority(trusted_root(), {.valid_from_days = -20, .valid_to_days = -10});
     const Server past{.valid_from_days = -20, .valid_to_days = -10};
     const Server future{.valid_from_days = 10, .valid_to_days = 20};
     const Server elsewhere{.names = {"127.0.0.2"}};
-    const Server named{.names = {"broker.test"}, .common_name = "localhost"};
-    const Server as_name{.extensions = {{NID_subject_alt_name, "DNS:127.0.0.1"}}};
-    const Server as_common_name{.names = {}, .common_name = literal_host};
-    const auto strange_server = [&](const Server &wanted) {
-        return shown(server(strange, wanted), {strange});
-    };
     const ServerIdentity other_case = shown(server(self_signed({.common_name = "TEST SERVER"})));
     const ServerIdentity with_root = shown(server(strange_root()), {strange_root()});
     expect_judged_as_said({
@@ -146,19 +137,13 @@ TEST_F(ServedChains, TrustAndNames) {
         {"by an intermediate", shown(server(between), {between}), trusted},
         {"intermediate not sent", shown(server(between)), warnable, "14", unverified_leaf},
         {"unknown root", untrusted_server(), warnable, "14", unverified_leaf},
-        {"unknown root above", strange_server({}), warnable, "0 29", "local issuer"},
+        {"unknown root above", shown(server(strange), {strange}), warnable, "0 29", "local issuer"},
         {"unknown root shown", with_root, warnable, "0 13", "self-signed certificate in"},
-        {"unknown, wrong host", strange_server(elsewhere), rejected, "28 29", wrong_name},
-        {"unknown, expired", strange_server(past), rejected, "9 29", "expired"},
+        {"unknown, expired", shown(server(strange, past), {strange}), rejected, "9 29", "expired"},
         {"expired", trusted_server(past), rejected, "9 0", "expired"},
         {"not yet valid", trusted_server(future), rejected, "8 0", "not yet"},
-        {"expired intermediate", shown(server(late), {late}), rejected, "0 9 0", "expired"},
         {"wrong host", trusted_server(elsewhere), rejected, "28 0", wrong_name},
-        {"common name", trusted_server(named), rejected, "28 0", wrong_name, "localhost"},
-        {"address as a name", trusted_server(as_name), rejected, "28 0", wrong_name},
-        {"as common name", trusted_server(as_common_name), rejected, "28 0", wrong_name},
         {"self-signed", shown(self_signed()), warnable, "12", "self-signed"},
-        {"self-signed, wrong host", shown(self_signed(elsewhere)), warnable, "12"},
         {"self-signed but for its case", other_case, rejected, "12", "self-signed"},
         {"self-signed, expired", shown(self_signed(past)), rejected, "9", "expired"},
     });
@@ -166,10 +151,6 @@ TEST_F(ServedChains, TrustAndNames) {
 
 TEST_F(ServedChains, KeysSignaturesAndPurposes) {
     const auto with_key = [](const char *kind) { return trusted_server({.key = kind}); };
-    const auto self_signed_with_key = [](const char *kind) {
-        return shown(self_signed({.key = kind}));
-    };
-    const Identity rsa = authority(trusted_root(), {.key = "rsa-1024"});
     const Identity ec = authority(trusted_root(), {.key = "ec-secp160r1"});
     const Identity no_authority =
         server(trusted_root(), {.key = "ec-p256", .extensions = {{NID_key_usage, "keyCertSign"}}});
@@ -183,19 +164,14 @@ TEST_F(ServedChains, KeysSignaturesAndPurposes) {
     const ServerIdentity sha1 = trusted_server({.digest = "SHA1"});
     const ServerIdentity forged = shown(with_bad_signature(server(trusted_root())));
     expect_judged_as_said({
-        {"RSA 1016", with_key("rsa-1016"), rejected, "27 0", short_key},
         {"RSA 1023", with_key("rsa-1023"), rejected, "27 0", short_key},
         {"RSA 1024", with_key("rsa-1024"), trusted},
-        {"intermediate RSA 1024", shown(server(rsa), {rsa}), trusted},
         {"intermediate EC 160", shown(server(ec), {ec}), rejected, "0 27 0", short_key},
-        {"self-signed RSA 1024", self_signed_with_key("rsa-1024"), warnable, "12"},
-        {"self-signed RSA 1023", self_signed_with_key("rsa-1023"), rejected, "27", short_key},
         {"SHA-1", sha1, rejected, "29 0", "digest"},
         {"bad signature", forged, rejected, "6 0", "signature failure"},
         {"P-256", with_key("ec-p256"), trusted},
-        {"P-256, TLS 1.2", with_key("ec-p256"), no_tls, "", "", literal_host, TLS1_2_VERSION},
+        {"P-256, TLS 1.2", with_key("ec-p256"), no_tls, "", "", TLS1_2_VERSION},
         {"P-192", with_key("ec-prime192v1"), no_tls},
-        {"Ed25519", with_key("ed25519"), rejected, "27 0", short_key},
         {"for clients only", for_clients, rejected, "17 0", "purpose"},
         {"intermediate is no authority", by_none, rejected, "0 17 0", "purpose"},
         {"one intermediate too many", too_deep, rejected, "0 0 29 0", "path length"},

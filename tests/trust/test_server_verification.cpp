@@ -89,7 +89,9 @@ TEST(FitsHost, ByTheNamesOfTheServersOwnCertificate) {
     const Identity bar = server_for("bar.test");
     const Identity star = server_for("*.bar.test");
     const Identity cut = server_for_name_with_nul("bar.test.evil.test", 8);
-    const Server by_common_name{.names = {}, .common_name = "bar.test"};
+    const auto by_common_name = [](const std::string &name) {
+        return server(trusted_root(), {.names = {}, .common_name = name});
+    };
     const Server beside_address{.common_name = "bar.test"};
     const struct {
         const char *what;
@@ -113,7 +115,9 @@ TEST(FitsHost, ByTheNamesOfTheServersOwnCertificate) {
         {"cut by a NUL", cut, "bar.test", false},
         {"beyond the NUL", cut, "bar.test.evil.test", false},
         {"IPv6", server(trusted_root(), {.names = {"::1"}}), "::1", true},
-        {"common name", server(trusted_root(), by_common_name), "bar.test", true},
+        {"common name", by_common_name("bar.test"), "bar.test", true},
+        {"address as one", by_common_name(literal_host), literal_host.c_str(), false},
+        {"address as a name", server_for(literal_host), literal_host.c_str(), false},
         {"beside an address", server(trusted_root(), beside_address), "bar.test", false},
         {"not the server's", bar, "foo.test", true, 1},
     };
