@@ -133,24 +133,19 @@ TEST_F(CommandTest, connect_prints_json_with_all_that_a_display_client_needs) {
 
 TEST_F(CommandTest, connect_waits_for_a_pending_desktop_only_when_told_to) {
     using std::chrono::milliseconds;
-    const struct {
-        Lines options;
-        milliseconds pause;
-        int status;
-        std::ptrdiff_t asked;
-    } cases[] = {
+    const std::tuple<Lines, milliseconds, int, std::ptrdiff_t> cases[] = {
         {{}, milliseconds(1), 9, 1},
         {{"--wait"}, milliseconds(1), 0, 3},
         {{"--wait", "--timeout", "2"}, milliseconds(2000), 9, 1},
     };
     scenario.allocation.pending = 2;
-    for (const auto &c : cases) {
+    for (const auto &[options, pause, status, asked] : cases) {
         start(scenario);
-        retry_pause = c.pause;
+        retry_pause = pause;
         Lines arguments{"connect", "vm-1"};
-        arguments.insert(arguments.end(), c.options.begin(), c.options.end());
-        EXPECT_EQ(run(arguments).status, c.status);
-        EXPECT_EQ(std::ranges::count(requests(), "allocate-resource vm-1"), c.asked);
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        EXPECT_EQ(run(arguments).status, status);
+        EXPECT_EQ(std::ranges::count(requests(), "allocate-resource vm-1"), asked);
     }
 
     start(scenario);
@@ -163,20 +158,18 @@ TEST_F(CommandTest, connect_waits_for_a_pending_desktop_only_when_told_to) {
 }
 
 TEST_F(CommandTest, power_asks_for_the_operation_and_shows_both_states) {
-    const struct {
-        const char *word, *request, *before, *after;
-    } cases[] = {
+    const std::array<const char *, 4> cases[] = {
         {"restart", "CMD_OS_RESTART", "POWERED_ON", "POWERED_ON"},
         {"sleep", "CMD_PWR_SLEEP", "POWERED_ON", "SUSPENDED"},
         {"resume", "CMD_PWR_RESUME", "SUSPENDED", "POWERED_ON"},
         {"down", "CMD_PWR_DOWN", "POWERED_ON", "POWERED_OFF"},
         {"up", "CMD_PWR_UP", "POWERED_OFF", "POWERED_ON"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(run({"power", "vm-1", c.word}).out,
-                  fmt::format("\"Alpha\" (vm-1): {}, was {}, is {}\n", c.word, c.before, c.after));
+    for (const auto &[word, request, before, after] : cases) {
+        EXPECT_EQ(run({"power", "vm-1", word}).out,
+                  fmt::format("\"Alpha\" (vm-1): {}, was {}, is {}\n", word, before, after));
         EXPECT_THAT(requests(),
-                    testing::Contains(std::string("perform-operation vm-1|") + c.request));
+                    testing::Contains(std::string("perform-operation vm-1|") + request));
     }
 
     // It has worked even when the second list fails.
@@ -192,26 +185,21 @@ TEST_F(CommandTest, finds_the_desktop_that_is_meant) {
                          {.name = "vm-1", .id = "x"},         {.name = "Twin", .id = "t-1"},
                          {.name = "Twin", .id = "t-2"},       {.name = "Twins", .id = "t-3"}};
     start(scenario);
-    const struct {
-        const char *meant;
-        const char *id;      ///< or null
-        const char *message; ///< when there is no id
-    } cases[] = {
-        {"vm-1", "vm-1", ""},
-        {"Build one", "vm-1", ""},
-        {"BUILD T", "vm-2", ""},
-        {"Twins", "t-3", ""},
-        {"build", nullptr, R"(several desktops: "Build one" (vm-1), "build TWO" (vm-2).)"},
-        {"Twin", nullptr, R"(several desktops: "Twin" (t-1), "Twin" (t-2).)"},
-        {"nowhere", nullptr, R"(No desktop is called "nowhere"; yours are: )"},
+    const std::string allocates = "allocate-resource ", leaves = "bye";
+    const std::tuple<const char *, std::string, const char *> cases[] = {
+        {"vm-1", allocates + "vm-1", ""},
+        {"Build one", allocates + "vm-1", ""},
+        {"BUILD T", allocates + "vm-2", ""},
+        {"Twins", allocates + "t-3", ""},
+        {"build", leaves, R"(several desktops: "Build one" (vm-1), "build TWO" (vm-2).)"},
+        {"Twin", leaves, R"(several desktops: "Twin" (t-1), "Twin" (t-2).)"},
+        {"nowhere", leaves, R"(No desktop is called "nowhere"; yours are: )"},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.meant);
-        const auto outcome = run({"connect", c.meant});
-        EXPECT_EQ(outcome.status, c.id != nullptr ? 0 : 1);
-        EXPECT_EQ(requests().back(),
-                  c.id != nullptr ? std::string("allocate-resource ") + c.id : "bye");
-        EXPECT_THAT(outcome.err, HasSubstr(c.message));
+    for (const auto &[meant, last_request, message] : cases) {
+        const auto outcome = run({"connect", meant});
+        EXPECT_EQ(outcome.status, last_request == leaves ? 1 : 0) << meant;
+        EXPECT_EQ(requests().back(), last_request) << meant;
+        EXPECT_THAT(outcome.err, HasSubstr(message)) << meant;
     }
 }
 

@@ -29,10 +29,7 @@ void log(int32_t category, int32_t severity, int32_t error, const char *format, 
 }
 
 TEST(Log, is_shown_up_to_the_level_and_shows_which_lines_belong_together) {
-    const struct {
-        int level;
-        const char *shown;
-    } cases[] = {
+    const std::pair<int, const char *> cases[] = {
         {0, "T banner general: last words [-500]\n"},
         {1, "T banner general: banner\nT banner general: last words [-500]\n"
             "T error discovery: mishap [-500]\n"},
@@ -57,10 +54,7 @@ TEST(Log, is_shown_up_to_the_level_and_shows_which_lines_belong_together) {
 }
 
 TEST(DisplayText, makes_visible_what_a_terminal_would_obey) {
-    struct Case {
-        std::string text, one_line, many_lines;
-    };
-    const Case cases[] = {
+    const std::tuple<std::string, std::string, std::string> cases[] = {
         {"plain é 日 😀", "plain é 日 😀", "plain é 日 😀"},
         {"a\x1b[2J\x7f", "a\\x1b[2J\\x7f", "a\\x1b[2J\\x7f"},
         {"a\r\nb\rc\n", "a\\x0d\\x0ab\\x0dc\\x0a", "a\nb\\x0dc\n"},
@@ -71,9 +65,9 @@ TEST(DisplayText, makes_visible_what_a_terminal_would_obey) {
         {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\\xed\\xa0\\x80"},
         {std::string("a\0b", 3), "a\\x00b", "a\\x00b"},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(visible(c.text), c.one_line);
-        EXPECT_EQ(visible(c.text, Lines::many), c.many_lines);
+    for (const auto &[text, one_line, many_lines] : cases) {
+        EXPECT_EQ(visible(text), one_line);
+        EXPECT_EQ(visible(text, Lines::many), many_lines);
     }
 }
 

@@ -17,12 +17,7 @@ namespace fs = std::filesystem;
 TEST(Plugin, IsLookedForBesideTheProgram) {
     const PluginNaming posix = {'/', "p.so"};
     const PluginNaming windows = {'\\', "p.dll"};
-    struct Row {
-        std::string program;
-        PluginNaming naming;
-        std::string plugin;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, PluginNaming, std::string> rows[] = {
         {"/opt/viewer/viewer", posix, "/opt/viewer/p.so"},
         {"/viewer", posix, "/p.so"},
         {"C:\\Viewer\\viewer.exe", windows, "C:\\Viewer\\p.dll"},
@@ -57,15 +52,12 @@ private:
 };
 
 /// Loading happens once in a process, so each case is a run of a program of its own.
-struct Case {
-    const char *what;
-    const char *plugin; ///< copied; when there is no such file, its text is the plug-in's
-    const char *steps;
-    const char *printed;
-};
-
 TEST(Plugin, IsLoadedOnceByTheFirstHandle) {
-    const Case cases[] = {
+    const struct {
+        const char *what;
+        const char *plugin; ///< copied; when there is no such file, its text is the plug-in's
+        const char *steps, *printed;
+    } cases[] = {
         {"good", VIEW_PLUGIN, "VIEW KAVR", "VIEW 0\nKAVR 0\n"},
         {"absent", nullptr, "VIEW KAVR", "VIEW 100\nKAVR 0\n"},
         {"empty", "", "VIEW KAVR", "VIEW 100\nKAVR 0\n"},

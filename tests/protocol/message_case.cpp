@@ -1,6 +1,7 @@
 #include "message_case.h"
 
-#include <cctype>
+#include <boost/algorithm/string.hpp>
+
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -26,12 +27,6 @@ std::pair<std::string, std::string> split(const std::string &text, const std::st
     return {text.substr(0, at), text.substr(at + separator.size())};
 }
 
-std::string replaced(std::string text, std::string_view from, std::string_view to) {
-    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
-
 std::vector<std::string> words(const std::string &text) {
     std::istringstream in(text);
     return {std::istream_iterator<std::string>(in), {}};
@@ -40,9 +35,9 @@ std::vector<std::string> words(const std::string &text) {
 MessageCase with_id(const MessageCase &written, const std::string &id, const std::string &code) {
     MessageCase one = written;
     one.name += ": '" + id + "'";
-    one.answer = replaced(one.answer, "@ID@", id);
+    boost::replace_all(one.answer, "@ID@", id);
     for (auto &[key, value] : one.headers)
-        value = replaced(value, "@ID@", id);
+        boost::replace_all(value, "@ID@", id);
     one.add("code", code);
     return one;
 }
@@ -53,10 +48,7 @@ void add_with_ids(const MessageCase &written, std::vector<MessageCase> &all) {
         for (const std::string &id : words(ids)) {
             if (code != "elsewhere")
                 all.push_back(with_id(written, id, code));
-            std::string lower = id;
-            for (char &c : lower)
-                c = static_cast<char>(std::tolower(c));
-            for (const std::string &misspelt : {lower, id + ' '}) {
+            for (const std::string &misspelt : {boost::to_lower_copy(id), id + ' '}) {
                 if (misspelt == id)
                     continue;
                 all.push_back(with_id(written, misspelt, written.last("unrecognised")));
@@ -160,7 +152,7 @@ std::vector<MessageCase> read_cases(const std::string &file) {
             const auto [key, value] = split(line, ": ");
             if (!known_headers.contains(key))
                 throw std::runtime_error("unknown header: " + key);
-            cases.back().add(key, replaced(value, "\\n", "\n"));
+            cases.back().add(key, boost::replace_all_copy(value, "\\n", "\n"));
         }
     }
     return cases;

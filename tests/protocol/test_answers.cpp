@@ -35,96 +35,83 @@ std::string joined(std::initializer_list<std::string_view> texts) {
     return joined(std::span(texts));
 }
 
-class Lines {
-public:
-    void add(const std::string &name, std::string_view value) {
-        if (!value.empty())
-            lines_.push_back((name + " = ").append(value));
-    }
-    void add(const Variables &variables) {
-        for (const auto &[name, value] : variables)
-            lines_.push_back("variable = " + name + " | " + value);
-    }
-    RecordLines take() { return std::move(lines_); }
+void add(RecordLines &lines, const std::string &name, std::string_view value) {
+    if (!value.empty())
+        lines.push_back((name + " = ").append(value));
+}
 
-private:
-    RecordLines lines_;
-};
+void add(RecordLines &lines, const Variables &variables) {
+    for (const auto &[name, value] : variables)
+        lines.push_back("variable = " + name + " | " + value);
+}
 
 std::string flag(bool set, const char *name) {
     return set ? name : "-";
 }
 
-RecordLines describe(const HelloResult &hello) {
-    Lines lines;
-    lines.add("product name", hello.product_name);
-    lines.add("product version", hello.product_version);
-    lines.add("platform", hello.platform);
-    lines.add("locale", hello.locale == HelloResult().locale ? "" : hello.locale);
-    lines.add("address", hello.ip_address);
-    lines.add("host", hello.hostname);
-    lines.add(hello.broker_variables);
-    return lines.take();
+void describe(RecordLines &lines, const HelloResult &hello) {
+    add(lines, "product name", hello.product_name);
+    add(lines, "product version", hello.product_version);
+    add(lines, "platform", hello.platform);
+    add(lines, "locale", hello.locale == HelloResult().locale ? "" : hello.locale);
+    add(lines, "address", hello.ip_address);
+    add(lines, "host", hello.hostname);
+    add(lines, hello.broker_variables);
 }
 
-RecordLines describe(const cAUTH_RESULT &auth) {
-    Lines lines;
+void describe(RecordLines &lines, const cAUTH_RESULT &auth) {
     if (auth.method != AuthMethod::unknown)
-        lines.add("method", std::to_string(static_cast<int>(auth.method)));
-    lines.add("domains", joined(auth.domains));
-    lines.add("disclaimer", auth.disclaimer);
-    lines.add("prompt", auth.dialog_prompt);
-    lines.add("error", auth.dialog_error);
+        add(lines, "method", std::to_string(static_cast<int>(auth.method)));
+    add(lines, "domains", joined(auth.domains));
+    add(lines, "disclaimer", auth.disclaimer);
+    add(lines, "prompt", auth.dialog_prompt);
+    add(lines, "error", auth.dialog_error);
     for (const auto &field : auth.dialog_fields)
-        lines.add("field",
-                  joined({field.id, field.label, field.text, flag(field.read_only, "read-only"),
-                          flag(field.hidden, "hidden"), flag(field.loggable, "loggable"),
-                          std::to_string(field.text_type)}));
+        add(lines, "field",
+            joined({field.id, field.label, field.text, flag(field.read_only, "read-only"),
+                    flag(field.hidden, "hidden"), flag(field.loggable, "loggable"),
+                    std::to_string(field.text_type)}));
     for (const auto &button : auth.dialog_buttons)
-        lines.add("button", joined({button.id, button.label, flag(button.is_default, "default")}));
-    lines.add(auth.to_client_variables);
-    return lines.take();
+        add(lines, "button", joined({button.id, button.label, flag(button.is_default, "default")}));
+    add(lines, auth.to_client_variables);
 }
 
-RecordLines describe(const cDESKTOP_LIST_RESULT &desktop) {
-    Lines lines;
-    lines.add("desktop", joined({desktop.resource_id, desktop.resource_name, desktop.resource_type,
-                                 desktop.session_type, desktop.resource_state}));
-    lines.add("health", desktop.health_state);
-    lines.add("protocols", joined(desktop.protocols));
-    lines.add("icon sizes", joined(desktop.icon_sizes));
-    lines.add("icons", joined(desktop.icons));
+void describe(RecordLines &lines, const cDESKTOP_LIST_RESULT &desktop) {
+    add(lines, "desktop",
+        joined({desktop.resource_id, desktop.resource_name, desktop.resource_type,
+                desktop.session_type, desktop.resource_state}));
+    add(lines, "health", desktop.health_state);
+    add(lines, "protocols", joined(desktop.protocols));
+    add(lines, "icon sizes", joined(desktop.icon_sizes));
+    add(lines, "icons", joined(desktop.icons));
     std::vector<std::string> allowed;
     for (std::size_t command = 0; command < desktop.allowed.size(); ++command) {
         if (desktop.allowed[command])
             allowed.push_back(std::to_string(command));
     }
-    lines.add("allowed", joined(allowed));
-    return lines.take();
+    add(lines, "allowed", joined(allowed));
 }
 
-RecordLines describe(const cDESKTOP_CONNECTION_RESULT &connection) {
-    Lines lines;
-    lines.add("address", connection.target_address);
-    lines.add("host", connection.host_name);
-    lines.add("server name", connection.server_name);
-    lines.add("port", connection.port);
-    lines.add("session id", connection.session_id);
-    lines.add("connect tag", connection.connect_tag);
-    lines.add("use broker address", connection.use_broker_address ? "yes" : "");
-    lines.add(connection.agent_variables);
+void describe(RecordLines &lines, const cDESKTOP_CONNECTION_RESULT &connection) {
+    add(lines, "address", connection.target_address);
+    add(lines, "host", connection.host_name);
+    add(lines, "server name", connection.server_name);
+    add(lines, "port", connection.port);
+    add(lines, "session id", connection.session_id);
+    add(lines, "connect tag", connection.connect_tag);
+    add(lines, "use broker address", connection.use_broker_address ? "yes" : "");
+    add(lines, connection.agent_variables);
     for (const auto &target : connection.alternate_targets)
-        lines.add("alternate",
-                  joined({target.address, target.host_name, target.server_name, target.port}));
+        add(lines, "alternate",
+            joined({target.address, target.host_name, target.server_name, target.port}));
     if (connection.has_gateway_ticket)
-        lines.add("ticket",
-                  joined({connection.gateway_ticket, connection.gateway_ticket_creation_time,
-                          connection.gateway_ticket_expiry_time}));
+        add(lines, "ticket",
+            joined({connection.gateway_ticket, connection.gateway_ticket_creation_time,
+                    connection.gateway_ticket_expiry_time}));
     else
-        lines.add("ticket without flag", connection.gateway_ticket +
-                                             connection.gateway_ticket_creation_time +
-                                             connection.gateway_ticket_expiry_time);
-    return lines.take();
+        add(lines, "ticket without flag",
+            connection.gateway_ticket + connection.gateway_ticket_creation_time +
+                connection.gateway_ticket_expiry_time);
 }
 
 struct Outcome {
@@ -133,18 +120,14 @@ struct Outcome {
     AuthAnswer auth;
 };
 
-void add(RecordLines &lines, const RecordLines &more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-}
-
 void describe_into(Outcome &outcome, const HelloAnswer &answer) {
-    outcome.record = describe(answer.hello);
-    add(outcome.record, describe(answer.auth.auth));
+    describe(outcome.record, answer.hello);
+    describe(outcome.record, answer.auth.auth);
     outcome.auth = answer.auth;
 }
 
 void describe_into(Outcome &outcome, const AuthAnswer &answer) {
-    outcome.record = describe(answer.auth);
+    describe(outcome.record, answer.auth);
     outcome.auth = answer;
 }
 
@@ -155,12 +138,12 @@ void describe_into(Outcome &, const Nothing &) {}
 void describe_into(Outcome &outcome, const DesktopListHandle &list) {
     EXPECT_EQ(list != nullptr, outcome.result.code == ERROR_CODE_NONE);
     for (std::size_t index = 0; list != nullptr && index < list->size(); ++index)
-        add(outcome.record, describe((*list)[index]));
+        describe(outcome.record, (*list)[index]);
 }
 
 void describe_into(Outcome &outcome, const Allocation &allocation) {
     if (outcome.result.code == ERROR_CODE_NONE)
-        outcome.record = describe(allocation.connection);
+        describe(outcome.record, allocation.connection);
 }
 
 template <class Record, class... Given>
@@ -236,7 +219,9 @@ void expect_same_method_again(const Outcome &first, Dialect dialect) {
     EXPECT_EQ(name_of(again.result.code), name_of(first.result.code));
     cAUTH_RESULT told = first.auth.auth;
     told.to_client_variables.clear();
-    EXPECT_EQ(again.record, describe(told));
+    RecordLines record;
+    describe(record, told);
+    EXPECT_EQ(again.record, record);
 }
 
 void check(const MessageCase &one) {

@@ -210,21 +210,16 @@ TEST_F(Provisioning, TheServerMustShowTheAnnouncedCertificate) {
     const std::string other = shown(self_signed()).certificate;
     std::string in_one_line = base64(identity.certificate);
     std::erase(in_one_line, '\n');
-    const struct {
-        const char *what;
-        std::string leaf;
-        kavro_broker_result result;
-    } rows[] = {
+    const std::tuple<const char *, std::string, kavro_broker_result> rows[] = {
         {"PEM", identity.certificate, ok},       {"base64", base64(identity.certificate), ok},
         {"base64 in one line", in_one_line, ok}, {"another, PEM", other, failed},
         {"no certificate", "none", ok},          {"cut short", in_one_line.substr(0, 400), ok},
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const auto &[what, leaf, result] : rows) {
         const ScriptedPeer server({answering(provisioned())}, {.identity = identity});
-        Allocation allocation(description("127.0.0.1", server.port(), row.leaf));
-        EXPECT_EQ(allocation.run(), row.result) << allocation.message();
-        EXPECT_EQ(server.record(0).requests.size(), row.result == ok ? 1u : 0u);
+        Allocation allocation(description("127.0.0.1", server.port(), leaf));
+        EXPECT_EQ(allocation.run(), result) << what << allocation.message();
+        EXPECT_EQ(server.record(0).requests.size(), result == ok ? 1u : 0u) << what;
     }
     EXPECT_TRUE(CapturedLog::holds("leaf certificate cannot be read"));
 }

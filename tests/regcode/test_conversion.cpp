@@ -48,11 +48,7 @@ TEST_F(Conversion, LooksUpWhatStandsBeforeThePlusSign) {
 }
 
 TEST_F(Conversion, NeedsAReadableTable) {
-    const struct {
-        const char *what;
-        std::string json;
-        const char *address;
-    } rows[] = {
+    const std::tuple<const char *, std::string, const char *> rows[] = {
         {"list", R"(["right"])", ""},
         {"not closed", R"({"ABC": "right")", ""},
         {"something behind it", R"({"ABC": "right"} x)", ""},
@@ -64,9 +60,9 @@ TEST_F(Conversion, NeedsAReadableTable) {
         {"as large as can be", R"({"ABC": "right"})" + std::string(most - 16, ' '), "right"},
         {"one byte larger", R"({"ABC": "right"})" + std::string(most - 15, ' '), ""},
     };
-    for (const auto &row : rows) {
-        table.write(row.json);
-        EXPECT_EQ(convert("ABC"), row.address) << row.what;
+    for (const auto &[what, json, address] : rows) {
+        table.write(json);
+        EXPECT_EQ(convert("ABC"), address) << what;
     }
 }
 
@@ -112,16 +108,13 @@ TEST_F(Conversion, NeedsALocation) {
     set_cache_location(".");
     std::filesystem::current_path(here);
     EXPECT_EQ(convert("ABC"), "right") << "where the program was";
-    const struct {
-        std::string location;
-        const char *address;
-    } rows[] = {
+    const std::pair<std::string, const char *> rows[] = {
         {table.path() + "/", "right"}, {"", ""},         {table.path() + "/missing", ""},
         {std::string(5000, 'x'), ""},  {"\xff\xfe", ""},
     };
-    for (const auto &row : rows) {
-        set_cache_location(row.location);
-        EXPECT_EQ(convert("ABC"), row.address) << row.location.substr(0, 80);
+    for (const auto &[location, address] : rows) {
+        set_cache_location(location);
+        EXPECT_EQ(convert("ABC"), address) << location.substr(0, 80);
     }
 }
 

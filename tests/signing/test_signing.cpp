@@ -1,5 +1,6 @@
 #include "demanding.h"
-#include "kavro_broker_extras.h"
+#include "requests.h"
+#include "text_of.h"
 
 #include <gmock/gmock.h>
 #include <openssl/ec.h>
@@ -8,7 +9,6 @@
 #include <openssl/ssl.h>
 
 #include <algorithm>
-#include <cstdarg>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -74,15 +74,9 @@ using Bytes = std::vector<uint8_t>;
 /// A handle, and servers that it trusts.
 class Signing : public testing::Test {
 protected:
-    Signing() {
-        kavro_broker_set_log_function([](int32_t, int32_t, int32_t, const char *, va_list) {});
-        kavro_broker_create(KAVRO_BROKER_TYPE_KAVRO, &handle_);
-    }
-    ~Signing() override { kavro_broker_free(handle_); }
-
     kavro_broker_result use(const std::vector<uint8_t> &certificate, Signer &signer) {
-        return kavro_broker_use_signing_certificate(handle_, certificate.data(), certificate.size(),
-                                                    &Signer::sign, &signer);
+        return kavro_broker_use_signing_certificate(handle_.get(), certificate.data(),
+                                                    certificate.size(), &Signer::sign, &signer);
     }
     kavro_broker_result use(Signer &signer) { return use(signer.certificate, signer); }
 
@@ -90,10 +84,9 @@ protected:
     kavro_broker_result greet(const PeerTls &tls, PeerRecord &seen) {
         const ScriptedPeer peer({welcome()}, tls);
         // It also starts a new session: each broker is greeted.
-        kavro_broker_set_client_info(handle_, "test client", "1.0", "Linux");
-        kavro_broker_set_broker_address(handle_, "127.0.0.1", peer.port().c_str());
-        uint32_t method = 0;
-        const auto result = kavro_broker_get_auth_method(handle_, &method);
+        kavro_broker_set_client_info(handle_.get(), "test client", "1.0", "Linux");
+        set_port(handle_, peer.port());
+        const auto result = ask_method(handle_.get());
         seen = peer.record(0);
         return result;
     }
@@ -104,7 +97,7 @@ protected:
     }
 
     TrustedCa trusted_;
-    kavro_broker_handle handle_ = nullptr;
+    OwnedHandle handle_ = new_handle({});
 };
 
 TEST_F(Signing, the_server_gets_the_certificate_and_a_signature_over_the_bare_digest) {
@@ -205,10 +198,8 @@ TEST_F(Signing, a_certificate_that_tls_does_not_take_fails_before_anything_is_se
     ASSERT_EQ(use(weak), KAVRO_BROKER_OK);
     PeerRecord seen;
     EXPECT_EQ(greet(demanding("RSA+SHA256"), seen), KAVRO_BROKER_ERR_SOCKET_OR_SYS_FAILURE);
-    char message[200];
-    std::size_t length = sizeof message;
-    kavro_broker_get_broker_error_message(handle_, message, &length);
-    EXPECT_THAT(message, HasSubstr("key too small"));
+    EXPECT_THAT(text_of(kavro_broker_get_broker_error_message, handle_.get()),
+                HasSubstr("key too small"));
     EXPECT_EQ(seen.received, "");
 }
 

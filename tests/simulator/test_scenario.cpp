@@ -5,10 +5,7 @@
 using namespace broker_sim;
 
 TEST(Scenario, ErrorsNameTheKey) {
-    const struct {
-        const char *json;
-        const char *complaint;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {R"({"userz": []})", "userz: unknown key"},
         {R"({"users": [{"username": "a", "password": "b"}, {"username": "c"}]})",
          "users[1].password: is missing"},

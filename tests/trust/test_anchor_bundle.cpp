@@ -120,10 +120,7 @@ TEST(AnchorBundle, AnythingButAListOfCertificatesIsLeftToOpenSsl) {
         text.replace(text.find(from), from.size(), to);
         return text;
     };
-    const struct {
-        std::string text;
-        bool readable;
-    } rows[] = {
+    const std::pair<std::string, bool> rows[] = {
         {good, true},
         {"Subject: somebody\n" + good + "\n\n" + good, true},
         {"", true},

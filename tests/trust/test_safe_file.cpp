@@ -15,10 +15,7 @@ TEST_F(SafeFile, OnlyPlainFilesAreRead) {
     std::ofstream(path("just small enough")) << std::string(limit, 'x');
     std::ofstream(path("too large")) << std::string(limit + 1, 'x');
     fs::create_directory(path("folder"));
-    const struct {
-        const char *name;
-        std::optional<std::string> content;
-    } cases[] = {
+    const std::pair<const char *, std::optional<std::string>> cases[] = {
         {"plain", "content"},
         {"empty", ""},
         {"just small enough", std::string(limit, 'x')},
@@ -26,8 +23,8 @@ TEST_F(SafeFile, OnlyPlainFilesAreRead) {
         {"folder", std::nullopt},
         {"missing", std::nullopt},
     };
-    for (const auto &row : cases)
-        EXPECT_EQ(read_plain_file(path(row.name), limit), row.content) << row.name;
+    for (const auto &[name, content] : cases)
+        EXPECT_EQ(read_plain_file(path(name), limit), content) << name;
 }
 
 TEST_F(SafeFile, IsReplacedOrLeftAlone) {
