@@ -29,55 +29,36 @@ ProxyHandle proxy_at(const std::string &kind, const ScriptedPeer &peer, const ch
 TEST_F(ProxyTest, LeadsToTheBrokerUnderItsOwnName) {
     const Script consents = {expect_request(), send(consent)};
     const std::string wanted = "HTTP/1.1 407 No\r\nProxy-Authenticate: Basic\r\n";
+    const auto socks_after = [](std::size_t request) {
+        return proxy_that({expect_bytes(3), send("\x05\x00"s), expect_bytes(request),
+                           send("\x05\x00\x00\x01\x00\x00\x00\x00\x00\x00"s)});
+    };
     constexpr auto ok = ConnectCode::connected, failed = ConnectCode::proxy_failed,
                    log_in = ConnectCode::proxy_log_in_wanted;
-    const struct {
+    struct Row {
         const char *name, *kind, *user;
         std::vector<Script> scripts;
         ConnectCode code;
         int lookups = 0;
-    } rows[] = {
-        {"CONNECT", "http", nullptr, {proxy_that(consents)}, ok},
-        {"consent in pieces",
-         "http",
-         nullptr,
-         {proxy_that({expect_request(), drip(consent, 5, 1ms)})},
-         ok},
-        {"log-in on the same connection",
-         "http",
-         "ann",
-         {proxy_that({expect_request(), send(wanted + "Content-Length: 2\r\n\r\nno"),
-                      expect_request(), send(consent)})},
-         ok},
-        {"log-in on another connection",
-         "http",
-         "ann",
-         {{expect_request(), send(wanted + "\r\n"), fin()}, proxy_that(consents)},
-         ok},
-        {"no log-in known",
-         "http",
-         nullptr,
-         {{expect_request(), send(wanted + "Content-Length: 0\r\n\r\n")}},
-         log_in},
-        {"SOCKS",
-         "socks5h",
-         nullptr,
-         {proxy_that({expect_bytes(3), send("\x05\x00"s), expect_bytes(18),
-                      send("\x05\x00\x00\x01\x00\x00\x00\x00\x00\x00"s)})},
-         ok},
-        {"SOCKS, looked up here",
-         "socks5",
-         nullptr,
-         {proxy_that({expect_bytes(3), send("\x05\x00"s), expect_bytes(10),
-                      send("\x05\x00\x00\x01\x00\x00\x00\x00\x00\x00"s)})},
-         ok,
-         1},
-        {"reset", "http", nullptr, {{expect_request(), rst()}}, failed},
-        {"the broker is another",
-         "http",
-         nullptr,
-         {proxy_that(consents, {send("HTTP/1.1 400 Bad\r\n\r\n")})},
-         ConnectCode::tls_handshake_failed},
+    };
+    const Row rows[] = {
+        Row("CONNECT", "http", nullptr, {proxy_that(consents)}, ok),
+        Row("consent in pieces", "http", nullptr,
+            {proxy_that({expect_request(), drip(consent, 5, 1ms)})}, ok),
+        Row("log-in on the same connection", "http", "ann",
+            {proxy_that({expect_request(), send(wanted + "Content-Length: 2\r\n\r\nno"),
+                         expect_request(), send(consent)})},
+            ok),
+        Row("log-in on another connection", "http", "ann",
+            {{expect_request(), send(wanted + "\r\n"), fin()}, proxy_that(consents)}, ok),
+        Row("no log-in known", "http", nullptr,
+            {{expect_request(), send(wanted + "Content-Length: 0\r\n\r\n")}}, log_in),
+        Row("SOCKS", "socks5h", nullptr, {socks_after(18)}, ok),
+        Row("SOCKS, looked up here", "socks5", nullptr, {socks_after(10)}, ok, 1),
+        Row("reset", "http", nullptr, {{expect_request(), rst()}}, failed),
+        Row("the broker is another", "http", nullptr,
+            {proxy_that(consents, {send("HTTP/1.1 400 Bad\r\n\r\n")})},
+            ConnectCode::tls_handshake_failed),
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
@@ -101,10 +82,7 @@ TEST_F(ProxyTest, LeadsToTheBrokerUnderItsOwnName) {
 TEST_F(ProxyTest, IsTheOneToBlameBeforeItsConsent) {
     const FullBacklog silent;
     const ScriptedPeer stalling({{expect_request(), stall()}});
-    const struct {
-        std::string proxy;
-        ConnectCode code;
-    } rows[] = {
+    const std::pair<std::string, ConnectCode> rows[] = {
         {"http://nobody.test:3128", ConnectCode::proxy_failed},
         {"http://127.0.0.1:1", ConnectCode::proxy_failed},
         {"socks5://127.0.0.1:1", ConnectCode::proxy_failed},
