@@ -23,6 +23,6 @@ set(left_out_sources
 
 # Whole folders and programs, where these names are looked for:
 #   signing              tokens are reached through p11-kit, which serves POSIX systems only
-#   test_cli_terminal    drives the command-line client through a pseudo-terminal
+#   cli_terminal         drives the command-line client through a pseudo-terminal
 #   cli_handoff, cli_manual  shells, manual pages and completion of POSIX systems
 #   test_wiped_memory, test_soak  read the process's memory by what Linux tells of it

@@ -124,8 +124,4 @@ std::string SoftToken::uri(const std::string &object) {
     return "pkcs11:token=Test%20card;object=" + object + "?module-path=" + module_path();
 }
 
-std::string SoftToken::environment() const {
-    return std::string(variable) + "=" + (folder_ / "softhsm2.conf").string();
-}
-
 } // namespace signing

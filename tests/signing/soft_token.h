@@ -25,8 +25,6 @@ public:
 
     /// The trusted one.
     const std::vector<std::uint8_t> &certificate() const { return certificate_; }
-    /// "NAME=VALUE", for processes that shall find the token as this one does.
-    std::string environment() const;
 
 private:
     std::filesystem::path folder_;

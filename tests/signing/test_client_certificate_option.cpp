@@ -1,18 +1,14 @@
 #include "cli/cli_run.h"
-#include "cli/terminal_program.h"
 #include "demanding.h"
 #include "soft_token.h"
 
 #include <gmock/gmock.h>
-
-#include <chrono>
 
 // The command-line client with a certificate on a token, against servers that demand one.
 
 namespace signing {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -24,14 +20,11 @@ protected:
 
 TEST_F(ClientCertificateOption, asks_for_the_pin_without_showing_it) {
     const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding("RSA+SHA256"));
-    TerminalProgram program({KAVRO_BROKER_PROGRAM, "logout", "--broker", peer.address(),
-                             "--client-certificate", SoftToken::uri("log-in")},
-                            token_.environment());
-    ASSERT_TRUE(program.wait_for("PIN of the token Test card: ")) << program.screen();
-    EXPECT_FALSE(program.echoes());
-    program.type(std::string(SoftToken::pin) + "\n");
-    EXPECT_EQ(program.wait_for_exit(20s), 0) << program.screen();
-    EXPECT_THAT(program.screen(), Not(HasSubstr(SoftToken::pin)));
+    const auto outcome = run(
+        {"logout", "--broker", peer.address(), "--client-certificate", SoftToken::uri("log-in")},
+        std::string(SoftToken::pin) + "\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.shown, "PIN of the token Test card: \n");
     EXPECT_EQ(peer.record(0).client_certificate, token_.certificate());
 }
 
