@@ -35,10 +35,7 @@ protected:
             step.dialog = {
                 .prompt = "Second step",
                 .fields =
-                    {{.id = "note",
-                      .label = "Note:",
-                      .text = "read this",
-                      .type = "read-only-text"},
+                    {{.id = "note", .label = "Note:", .text = "read", .type = "read-only-text"},
                      {.id = "mail", .label = "Mail:", .text = "a@example", .text_type = "email"},
                      {.id = "token", .label = "Token", .hidden = "true"},
                      {.id = "pin", .label = "PIN", .do_not_log = "true"}},
@@ -75,7 +72,7 @@ TEST_F(LoginTest, answers_every_method_in_turn) {
                              "New password: \n"
                              "New password again: \n"
                              "Second step\n"
-                             "Note: read this\n"
+                             "Note: read\n"
                              "Mail (an e-mail address) [a@example]: \n"
                              "Token: \n"
                              "PIN: 0815\n"

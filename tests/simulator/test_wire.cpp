@@ -45,44 +45,39 @@ TEST(Wire, EachServerAnswersItsOwnPathsAndAsItIsTold) {
     using namespace server_name;
     const std::string view =
         "POST /broker/xml HTTP/1.1\r\nConnection: close\r\nContent-Length: 9\r\n\r\n<broker/>";
-    const struct {
+    struct Row {
         std::string_view server;
         std::string request;
         std::vector<const char *> parts; ///< of the answer
         Override scripted = {.match = {.request = "nothing"}};
-    } rows[] = {
-        {view_broker, view, {"HTTP/1.1 200", "<broker version="}},
-        {view_broker, hello, {"HTTP/1.1 404"}},
-        {broker, view, {"HTTP/1.1 404"}},
-        {broker, get("/cm-lookup.cfg"), {"HTTP/1.1 404"}},
-        {broker, get("/kavro-broker/xml"), {"HTTP/1.1 405"}},
-        {broker, "no request\r\n\r\n", {"HTTP/1.1 400"}},
-        {registration, get("/cm-lookup.cfg"), {"HTTP/1.1 200", "Content-Type: application/json"}},
-        {registration, get("/"), {"HTTP/1.1 404"}},
-        {provisioning, hello, {"HTTP/1.1 200", "ERR_UNSUPPORTED_REQUEST"}},
-        {broker, http_request("<session-provision/>"), {"200", "ERR_UNSUPPORTED_REQUEST"}},
-        {registration,
-         get("/cm-lookup.cfg"),
-         {"garbage"},
-         {.match = {.request = "registration-table"}, .raw = "garbage"}},
-        {broker, hello, {"<hello-resp>"}, {.match = {.server = "direct_host"}, .raw = "garbage"}},
-        {broker,
-         hello,
-         {"<hello-resp>", "<result-id>NEW_RESULT<", "<result-str>a&lt;b<"},
-         {.result_id = "NEW_RESULT", .result_str = "a<b"}},
-        {broker,
-         hello,
-         {"<error-resp>", "<result-id>ERR_CM_FAILED<", "<detected-by>CM<", "<err-detail>why<"},
-         {.error_id = "ERR_CM_FAILED", .detected_by = "CM", .err_detail = "why"}},
-        {broker,
-         hello,
-         {"HTTP/1.1 302 Found", "Location: /x", "Set-Cookie: a=1;",
-          "Set-Cookie: JSESSIONID=", "<hello-resp>"},
-         {.status = 302, .headers = {{"Location", "/x"}, {"Set-Cookie", "a=1; Path=/"}}}},
-        {broker,
-         hello,
-         {"Length: 2\r\n", "\r\n\r\nhi"},
-         {.headers = {{"Content-Length", "2"}}, .body = "hi, all"}},
+    };
+    const Row rows[] = {
+        Row(view_broker, view, {"HTTP/1.1 200", "<broker version="}),
+        Row(view_broker, hello, {"HTTP/1.1 404"}),
+        Row(broker, view, {"HTTP/1.1 404"}),
+        Row(broker, get("/cm-lookup.cfg"), {"HTTP/1.1 404"}),
+        Row(broker, get("/kavro-broker/xml"), {"HTTP/1.1 405"}),
+        Row(broker, "no request\r\n\r\n", {"HTTP/1.1 400"}),
+        Row(registration, get("/cm-lookup.cfg"),
+            {"HTTP/1.1 200", "Content-Type: application/json"}),
+        Row(registration, get("/"), {"HTTP/1.1 404"}),
+        Row(provisioning, hello, {"HTTP/1.1 200", "ERR_UNSUPPORTED_REQUEST"}),
+        Row(broker, http_request("<session-provision/>"), {"200", "ERR_UNSUPPORTED_REQUEST"}),
+        Row(registration, get("/cm-lookup.cfg"), {"garbage"},
+            {.match = {.request = "registration-table"}, .raw = "garbage"}),
+        Row(broker, hello, {"<hello-resp>"},
+            {.match = {.server = "direct_host"}, .raw = "garbage"}),
+        Row(broker, hello, {"<hello-resp>", "<result-id>NEW_RESULT<", "<result-str>a&lt;b<"},
+            {.result_id = "NEW_RESULT", .result_str = "a<b"}),
+        Row(broker, hello,
+            {"<error-resp>", "<result-id>ERR_CM_FAILED<", "<detected-by>CM<", "<err-detail>why<"},
+            {.error_id = "ERR_CM_FAILED", .detected_by = "CM", .err_detail = "why"}),
+        Row(broker, hello,
+            {"HTTP/1.1 302 Found", "Location: /x", "Set-Cookie: a=1;",
+             "Set-Cookie: JSESSIONID=", "<hello-resp>"},
+            {.status = 302, .headers = {{"Location", "/x"}, {"Set-Cookie", "a=1; Path=/"}}}),
+        Row(broker, hello, {"Length: 2\r\n", "\r\n\r\nhi"},
+            {.headers = {{"Content-Length", "2"}}, .body = "hi, all"}),
     };
     Simulator simulator{all_servers()};
     for (const auto &[server, request, parts, scripted] : rows) {

@@ -53,15 +53,11 @@ Identity server_for_name_with_nul(const std::string &name, std::ptrdiff_t place)
 struct FakeVerifier final : ICertVerifier {
     enum class Answer { no, yes, throws };
 
-    FakeVerifier(Answer on_verify, Answer on_add) : on_verify_(on_verify), on_add_(on_add) {}
+    FakeVerifier(Answer to_verify, Answer to_add) : on_verify(to_verify), on_add(to_add) {}
 
-    bool verify(X509 *) override { return answer(on_verify_, asked); }
-    bool add(X509 *) override { return answer(on_add_, added); }
+    bool verify(X509 *) override { return answer(on_verify, asked); }
+    bool add(X509 *) override { return answer(on_add, added); }
 
-    bool asked = false;
-    bool added = false;
-
-private:
     static bool answer(Answer answer, bool &called) {
         called = true;
         if (answer == Answer::throws)
@@ -69,8 +65,8 @@ private:
         return answer == Answer::yes;
     }
 
-    Answer on_verify_;
-    Answer on_add_;
+    Answer on_verify, on_add;
+    bool asked = false, added = false;
 };
 
 /// A connection that is judged with these in mind.
@@ -174,15 +170,13 @@ TEST(ServerVerification, PlatformsWordCountsWhereTheTlsLibraryHasNone) {
     const Judged strange(here, 0, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY);
     const Judged elsewhere(server(strange_root(), {.names = {"127.0.0.2"}}), 0,
                            X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY);
-    struct Case {
+    struct {
         const char *name;
         const Judged &certificate;
         FakeVerifier verifier;
         VerificationOutcome outcome;
-        bool asked;
-        bool added;
-    };
-    Case cases[] = {
+        bool asked, added;
+    } cases[] = {
         {"not asked of a trusted chain", good, {no, yes}, passed, false, true},
         {"yes", strange, {yes, yes}, passed, true, true},
         {"no", strange, {no, yes}, failed_but_warnable, true, false},
@@ -191,7 +185,7 @@ TEST(ServerVerification, PlatformsWordCountsWhereTheTlsLibraryHasNone) {
         {"does not remember", strange, {yes, no}, passed, true, true},
         {"throws when it shall remember", good, {yes, throws}, failed, false, true},
     };
-    for (Case &row : cases) {
+    for (auto &row : cases) {
         SCOPED_TRACE(row.name);
         ServerVerification verification;
         verification.set_platform_verifier({&row.verifier, [](ICertVerifier *) {}});
