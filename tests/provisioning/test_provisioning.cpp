@@ -142,7 +142,7 @@ TEST_F(Provisioning, AnswersAndTheirResults) {
         const char *message = "";
         std::chrono::milliseconds timeout = 10s;
     } rows[] = {
-        {"byte by byte", after_request({send_split(http_ok(good), 1)}), ok},
+        {"byte by byte", after_request({drip(http_ok(good), 1)}), ok},
         {"length in lower case",
          after_request({send("HTTP/1.1 200 OK\r\ncontent-length: " + std::to_string(good.size()) +
                              "\r\n\r\n" + good),

@@ -34,7 +34,7 @@ std::string with(std::string_view header) {
 
 TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
     const std::string bytes = http_ok(new_table, "Server: x\r\n");
-    for (const Script &script : {ending_with(bytes), after_request({send_split(bytes, 1)})}) {
+    for (const Script &script : {ending_with(bytes), after_request({drip(bytes, 1)})}) {
         table.write(R"({"ABC": "old"})");
         const auto old = table.path() + "/old";
         std::filesystem::create_hard_link(table.file(), old);

@@ -120,10 +120,6 @@ Step send(std::string bytes) {
     return [=](PeerConnection &to) -> awaitable<void> { co_await to.write(bytes); };
 }
 
-Step send_split(std::string bytes, std::size_t piece) {
-    return drip(std::move(bytes), piece, milliseconds(0));
-}
-
 Step drip(std::string bytes, std::size_t piece, milliseconds pause) {
     return [=](PeerConnection &to) -> awaitable<void> {
         for (std::string_view rest = bytes; !rest.empty();) {

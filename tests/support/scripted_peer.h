@@ -36,8 +36,7 @@ Step expect_bytes(std::size_t count);
 Step expect_request();
 Step send(std::string bytes);
 /// Each piece is a TLS record of its own.
-Step send_split(std::string bytes, std::size_t piece);
-Step drip(std::string bytes, std::size_t piece, std::chrono::milliseconds pause);
+Step drip(std::string bytes, std::size_t piece, std::chrono::milliseconds pause = {});
 /// Past TLS, also after the handshake.
 Step send_plain(std::string bytes);
 /// Asks for a new handshake (TLS 1.2).

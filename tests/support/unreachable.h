@@ -1,11 +1,8 @@
 #pragma once
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
+#include "connection_server.h"
 
-#include <chrono>
 #include <string>
-#include <vector>
 
 // Ports of 127.0.0.1 to which nobody gets through.
 
@@ -28,25 +25,15 @@ private:
 class FullBacklog {
 public:
     FullBacklog() {
-        listener_.listen(0);
-        // How many connections the system queues beyond the stated none is its own affair: fill up
-        // until one is left waiting for longer than a loopback connection takes.
-        for (bool taken = true; taken;) {
-            taken = false;
-            waiting_.emplace_back(context_).async_connect(
-                endpoint(), [&taken](const boost::system::error_code &error) { taken = !error; });
-            context_.restart();
-            context_.run_for(std::chrono::milliseconds(50));
-        }
+        server_.start({}, [] { return true; });
+        server_.reconsider_refusing();
     }
 
-    tcp::endpoint endpoint() const { return listener_.local_endpoint(); }
+    tcp::endpoint endpoint() const { return server_.endpoint(); }
     std::string port() const { return std::to_string(endpoint().port()); }
 
 private:
-    boost::asio::io_context context_;
-    tcp::acceptor listener_{context_, tcp::endpoint(boost::asio::ip::make_address("127.0.0.1"), 0)};
-    std::vector<tcp::socket> waiting_;
+    broker_sim::ConnectionServer server_{"127.0.0.1", 0};
 };
 
 } // namespace test_support

@@ -36,7 +36,7 @@ TEST_F(PeerTest, DecidesHowAConnectionAndARequestEnd) {
     const Script drips = after_request({send(answer.substr(0, 50)), drip(big_body, 1, 20ms)});
     const Script fails =
         after_request({send("HTTP/1.1 500 Oh\r\nContent-Length: 8388608\r\n\r\n" + big_body)});
-    const Script trickles = after_request({send_split(answer, 1), expect_request(), send(answer)});
+    const Script trickles = after_request({drip(answer, 1), expect_request(), send(answer)});
     // Both answers come while the first request is being written, so they are read at once; when
     // the second request is sent, there is nothing left to wait for.
     const Script hasty = {handshake(),  expect_bytes(100), send(answer),
