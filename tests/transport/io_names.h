@@ -3,10 +3,9 @@
 #include "io_client.h"
 #include "transport/name_resolution.h"
 
-#include <condition_variable>
+#include <atomic>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -52,39 +51,31 @@ public:
 
     NameResolver::BlockingLookup lookup() const {
         return [state = state_](auto &&...) {
-            state->change([&] { ++state->waiting; });
-            state->wait([&] { return state->released; });
-            state->change([&] { --state->waiting; });
+            ++state->waiting;
+            state->released.wait(false);
+            --state->waiting;
             return state->answer;
         };
     }
+    /// What would be waited for without end fails the test.
     void wait_for_lookups(int number) const {
-        state_->wait([&] { return state_->waiting == number; });
+        const auto end = std::chrono::steady_clock::now() + 20s;
+        while (state_->waiting != number && std::chrono::steady_clock::now() < end)
+            std::this_thread::yield();
+        EXPECT_EQ(state_->waiting, number);
     }
     /// Answers all look-ups.
     void release() {
-        state_->change([this] { state_->released = true; });
+        state_->released = true;
+        state_->released.notify_all();
         wait_for_lookups(0);
     }
 
 private:
     struct State {
-        void change(const auto &make_it) {
-            const std::lock_guard lock(mutex);
-            make_it();
-            changed.notify_all();
-        }
-        /// What would be waited for without end fails the test.
-        void wait(const auto &condition) {
-            std::unique_lock lock(mutex);
-            EXPECT_TRUE(changed.wait_for(lock, 20s, condition));
-        }
-
         NameResolver::Endpoints answer;
-        std::mutex mutex;
-        std::condition_variable changed;
-        int waiting = 0;
-        bool released = false;
+        std::atomic<int> waiting = 0;
+        std::atomic<bool> released = false;
     };
     std::shared_ptr<State> state_ = std::make_shared<State>();
 };
