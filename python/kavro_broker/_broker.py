@@ -79,6 +79,12 @@ class Broker(Owned):
     def add_trust_anchor(self, der):
         check(library.kavro_broker_add_trust_anchor(self.handle, der, len(der)))
 
+    def add_key_pin(self, sha256):
+        check(library.kavro_broker_add_key_pin(self.handle, sha256, len(sha256)))
+
+    def clear_key_pins(self):
+        check(library.kavro_broker_clear_key_pins(self.handle))
+
     def use_signing_certificate(self, der, sign):
         """`sign` gives the signature of a digest, both as bytes, or None when it cannot be made."""
         self._sign_with(library.kavro_broker_use_signing_certificate, der, sign)

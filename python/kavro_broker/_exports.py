@@ -159,6 +159,7 @@ class CertificateVerdict(IntEnum):
     KEY_TOO_SHORT = 27
     HOST_NAME_MISMATCH = 28
     OTHER = 29
+    PIN_MISMATCH = 30
 
 
 class LogCategory(IntEnum):
@@ -191,9 +192,11 @@ kavro_broker_message_function = CFUNCTYPE(None, c_void_p, c_int32, c_int32, c_in
 
 # Result and parameters by name.
 FUNCTIONS = {
+    "kavro_broker_add_key_pin": (c_uint32, [c_void_p, c_char_p, c_size_t]),
     "kavro_broker_add_trust_anchor": (c_uint32, [c_void_p, c_char_p, c_size_t]),
     "kavro_broker_cancel": (None, [c_void_p]),
     "kavro_broker_cancel_find_type": (None, [c_void_p]),
+    "kavro_broker_clear_key_pins": (c_uint32, [c_void_p]),
     "kavro_broker_clear_session": (c_uint32, [c_void_p]),
     "kavro_broker_connect_to_desktop": (c_uint32, [c_void_p, c_char_p, c_void_p, POINTER(c_void_p)]),
     "kavro_broker_create": (c_uint32, [c_uint32, POINTER(c_void_p)]),

@@ -88,6 +88,12 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              const auto der = h->certificates.certificates.entries().back();
              EXPECT_EQ(kavro_broker_add_trust_anchor(h, der.data(), der.size()), KAVRO_BROKER_OK);
          }},
+        {"a pinned key", false, good,
+         [](Handle h) {
+             const std::array<std::uint8_t, 32> another{};
+             EXPECT_EQ(kavro_broker_add_key_pin(h, another.data(), 32), KAVRO_BROKER_OK);
+             EXPECT_EQ(kavro_broker_clear_key_pins(h), KAVRO_BROKER_OK);
+         }},
         {"the system's anchors", false, good,
          [](Handle) {
              const std::filesystem::path file = std::getenv("SSL_CERT_FILE");

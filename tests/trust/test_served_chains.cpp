@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <openssl/pem.h>
+#include <openssl/sha.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
@@ -36,6 +38,21 @@ OwnedHandle new_client(bool verify = true) {
 kavro_broker_result ask(const OwnedHandle &client, const ScriptedPeer &peer) {
     set_port(client, peer.port());
     return ask_method(client.get());
+}
+
+/// Pins the key of a certificate in PEM.
+void pin(const OwnedHandle &client, const std::string &pem) {
+    const std::unique_ptr<BIO, decltype(&BIO_free)> text(BIO_new_mem_buf(pem.data(), -1), BIO_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
+        PEM_read_bio_X509(text.get(), nullptr, nullptr, nullptr), X509_free);
+    std::array<std::uint8_t, SHA256_DIGEST_LENGTH> sha256{};
+    unsigned char *info = nullptr;
+    const int length = i2d_PUBKEY(X509_get0_pubkey(certificate.get()), &info);
+    SHA256(info, static_cast<std::size_t>(length), sha256.data());
+    OPENSSL_free(info);
+    EXPECT_EQ(kavro_broker_add_key_pin(client.get(), sha256.data(), 31),
+              KAVRO_BROKER_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(kavro_broker_add_key_pin(client.get(), sha256.data(), 32), KAVRO_BROKER_OK);
 }
 
 kavro_broker_result trust(const OwnedHandle &client, const std::vector<std::uint8_t> &der) {
@@ -81,6 +98,7 @@ struct Row {
     std::string verdicts{}; ///< by depth
     const char *text = "";  ///< a part of the reason
     int max_version = 0;
+    kavro_broker_result with_pin = result == warnable ? trusted : result; ///< of its own key
 };
 
 class ServedChains : public testing::Test {
@@ -115,6 +133,22 @@ protected:
             EXPECT_EQ(ask(unverified, peer), row.result == no_tls ? no_tls : trusted);
             EXPECT_EQ(verdicts(unverified) + error_text(unverified), "");
             EXPECT_EQ(chain_length(unverified), 0u);
+            expect_pinned_as_said(row, peer);
+        }
+    }
+
+    /// A pin of another key refuses whatever else is said; one of this key excuses the issuer.
+    static void expect_pinned_as_said(const Row &row, const ScriptedPeer &peer) {
+        const bool shakes_hands = row.result != no_tls;
+        for (const bool verify : {true, false}) {
+            const OwnedHandle client = new_client(verify);
+            pin(client, strange_root().certificate_pem());
+            EXPECT_EQ(ask(client, peer), shakes_hands ? rejected : no_tls);
+            EXPECT_EQ(verdicts(client).substr(0, 2), shakes_hands ? "30" : "");
+            pin(client, row.identity.certificate);
+            EXPECT_EQ(ask(client, peer), verify || !shakes_hands ? row.with_pin : trusted);
+            kavro_broker_clear_key_pins(client.get());
+            EXPECT_EQ(ask(client, peer), verify || !shakes_hands ? row.result : trusted);
         }
     }
 
@@ -144,6 +178,7 @@ TEST_F(ServedChains, TrustAndNames) {
         {"not yet valid", trusted_server(future), rejected, "8 0", "not yet"},
         {"wrong host", trusted_server(elsewhere), rejected, "28 0", wrong_name},
         {"self-signed", shown(self_signed()), warnable, "12", "self-signed"},
+        {"self-signed, wrong host", shown(self_signed(elsewhere)), warnable, "12", "", 0, rejected},
         {"self-signed but for its case", other_case, rejected, "12", "self-signed"},
         {"self-signed, expired", shown(self_signed(past)), rejected, "9", "expired"},
     });

@@ -54,6 +54,7 @@ constexpr CertificateVerdict verdicts[] = {
     {KAVRO_BROKER_CERTIFICATE_REJECTED, "is rejected here"},
     {KAVRO_BROKER_CERTIFICATE_KEY_TOO_SHORT, "has a key that is too short"},
     {KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH, "is for another host name"},
+    {KAVRO_BROKER_CERTIFICATE_PIN_MISMATCH, "has another key than the pinned one"},
     {KAVRO_BROKER_CERTIFICATE_OTHER, "was issued by somebody who is not known here"},
 };
 

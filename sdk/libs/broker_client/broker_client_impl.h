@@ -61,6 +61,7 @@ struct broker_client_impl {
     kavro::Variables hello_client_variables;
     /// The system's, where OpenSSL does not find them by itself, and then the caller's.
     kavro::Security::cX509_CERT_CHAIN trust_anchors;
+    kavro::KeyPins key_pins;
     std::chrono::seconds connect_to_desktop_timeout{180};
     kavro::TimeLimits limits;
     std::chrono::steady_clock::duration most_idle{0}; ///< of a kept connection

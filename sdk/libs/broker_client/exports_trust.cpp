@@ -1,11 +1,21 @@
 #include "export_guard.h"
 #include "kavro_broker_extras.h"
 
+#include <algorithm>
 #include <utility>
 
-// The authorities that the client trusts, and the certificate that it shows.
+// The authorities and keys that the client trusts, and the certificate that it shows.
 
 using namespace kavro;
+
+namespace {
+
+kavro_broker_result hand_over_pins(broker_client_impl &client) {
+    return client.protocol->set_key_pins(client.key_pins) ? KAVRO_BROKER_OK
+                                                          : KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
+}
+
+} // namespace
 
 kavro_broker_result kavro_broker_use_signing_certificate(kavro_broker_handle handle,
                                                          const uint8_t *certificate, size_t length,
@@ -33,6 +43,25 @@ kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle handle,
             return KAVRO_BROKER_ERR_INVALID_PARAMETER;
         client.add_trust_anchor({certificate, certificate + length});
         return KAVRO_BROKER_OK;
+    });
+}
+
+kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handle handle, const uint8_t *sha256,
+                                             size_t length) {
+    return with_handle(handle, {sha256}, [&](broker_client_impl &client) -> kavro_broker_result {
+        KeyPin pin;
+        if (length != pin.size())
+            return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+        std::copy_n(sha256, length, pin.begin());
+        client.key_pins.push_back(pin);
+        return hand_over_pins(client);
+    });
+}
+
+kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        client.key_pins.clear();
+        return hand_over_pins(client);
     });
 }
 

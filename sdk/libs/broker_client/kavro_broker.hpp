@@ -217,6 +217,10 @@ public:
     void add_trust_anchor(const bytes &der) {
         detail::check(kavro_broker_add_trust_anchor(get(), der.data(), der.size()));
     }
+    void add_key_pin(const bytes &sha256) {
+        detail::check(kavro_broker_add_key_pin(get(), sha256.data(), sha256.size()));
+    }
+    void clear_key_pins() { detail::check(kavro_broker_clear_key_pins(get())); }
     void use_signing_certificate(const bytes &der, sign_function sign) {
         sign_with(kavro_broker_use_signing_certificate, der, std::move(sign));
     }

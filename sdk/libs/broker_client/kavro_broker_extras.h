@@ -124,6 +124,28 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_
                                                                    const uint8_t *certificate,
                                                                    size_t length);
 
+/**
+ * Pins a key: from the next request on, the key of the broker's own certificate must be one of
+ * those that were pinned, whatever else is wrong and with verification switched off as well; else
+ * the request fails with #KAVRO_BROKER_ERR_CERTIFICATE_FAILED and the verdict
+ * #KAVRO_BROKER_CERTIFICATE_PIN_MISMATCH for certificate 0.
+ *
+ * A pinned key makes up for an issuer that is not known here and for a certificate that signed
+ * itself, and for nothing else: host name, dates and the lengths of the keys count. It outlives the
+ * certificate, as long as the next one is for the same key.
+ *
+ * @param sha256 the SHA-256 over the certificate's SubjectPublicKeyInfo in DER form (RFC 7469
+ *        section 2.4), copied.
+ * @param length its length in bytes, 32.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for another length;
+ *         #KAVRO_BROKER_ERR_NOT_IMPLEMENTED for a kind of broker whose client knows no pins.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handle handle,
+                                                              const uint8_t *sha256, size_t length);
+
+/** Forgets all keys that were pinned. */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle);
+
 /** The reason why the broker's certificate was not accepted; empty when it was. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_certificate_error_text(kavro_broker_handle handle, char *buffer, size_t *length);

@@ -229,7 +229,7 @@ void HttpsXmlClient::prepare_connection() {
     connection_->go_by(route());
     verification_.begin(without_zone(way_.peer.host), way_.connect_securely);
     signing_.install(connection_->native_handle());
-    if (!way_.connect_securely)
+    if (!verification_.judges_server())
         return;
     SSL_CTX_set1_cert_store(tls_.get(), anchors().get());
     connection_->set_verify_callback(verified_by(
@@ -288,14 +288,8 @@ ConnectResult HttpsXmlClient::unreached(const error_code &error) {
 
 ConnectResult HttpsXmlClient::stopped_by_proxy(const error_code &error) {
     if (error == ProxyError::certificate) {
-        verification_ = proxy_verification_;
-        report_->certificate_errors = verification_.error_codes();
         const std::string proxy_host = report_->proxy->host;
-        auto result =
-            finish_connect(verification_.outcome() == VerificationOutcome::failed_but_warnable
-                               ? ConnectCode::certificate_failed_but_warnable
-                               : ConnectCode::certificate_failed,
-                           "the proxy's certificate: " + verification_.error_text());
+        auto result = rejected_by(proxy_verification_, "the proxy's certificate: ");
         result.host = proxy_host;
         return result;
     }
@@ -318,7 +312,7 @@ ConnectResult HttpsXmlClient::handshake_failed(const error_code &error) {
     if (error.category() == asio::error::get_ssl_category()) {
         // Some brokers reject a client that they do not know in this way; without verification the
         // connection counts as made.
-        if (!way_.connect_securely && is_unknown_ca_alert(error))
+        if (!verification_.judges_server() && is_unknown_ca_alert(error))
             return finish_connect(ConnectCode::connected);
         return finish_connect(ConnectCode::tls_handshake_failed, text_of(error, *connection_));
     }
@@ -334,18 +328,22 @@ ConnectResult HttpsXmlClient::handshake_failed(const error_code &error) {
 ConnectResult HttpsXmlClient::judged() {
     waiter_->clear_deadline();
     record_tls();
-    switch (verification_.outcome()) {
-    case VerificationOutcome::failed:
-        return finish_connect(ConnectCode::certificate_failed, verification_.error_text());
-    case VerificationOutcome::failed_but_warnable:
-        return finish_connect(ConnectCode::certificate_failed_but_warnable,
-                              verification_.error_text());
-    case VerificationOutcome::not_checked:
-    case VerificationOutcome::passed:
-        break;
-    }
+    if (!is_accepted(verification_.outcome()))
+        return rejected_by(verification_);
     record_addresses();
     return finish_connect(ConnectCode::connected);
+}
+
+/// Its certificates are handed out, so that the user can be asked.
+ConnectResult HttpsXmlClient::rejected_by(const ServerVerification &judge, const char *whose) {
+    const auto code = judge.outcome() == VerificationOutcome::failed_but_warnable
+                          ? ConnectCode::certificate_failed_but_warnable
+                          : ConnectCode::certificate_failed;
+    report_->certificate_errors = judge.error_codes();
+    ConnectResult result = finish_connect(code, whose + judge.error_text());
+    result.certificates = judge.chain();
+    result.certificate_errors = judge.error_codes();
+    return result;
 }
 
 void HttpsXmlClient::record_tls() {
@@ -380,17 +378,13 @@ ConnectResult HttpsXmlClient::finish_connect(ConnectCode code, std::string error
     waiter_->drop_deadline();
     ConnectResult result;
     result.result = code;
-    const bool judged = code == ConnectCode::connected || code == ConnectCode::certificate_failed ||
-                        code == ConnectCode::certificate_failed_but_warnable;
-    if (judged) {
-        result.certificates = verification_.chain();
-        result.certificate_errors = verification_.error_codes();
-    }
     result.host = way_.peer.host;
     result.connect_securely = way_.connect_securely;
     if (connection_)
         report_->traffic = connection_->traffic();
     if (code == ConnectCode::connected) {
+        result.certificates = verification_.chain();
+        result.certificate_errors = verification_.error_codes();
         report_->enter(ConnectionPhase::ready);
     } else {
         connection_.reset();

@@ -127,6 +127,12 @@ public:
         proxy_verification_.set_platform_verifier(verifier);
         verification_.set_platform_verifier(std::move(verifier));
     }
+    /// With one, the broker's own key must be among them, verified or not; one that is needs no
+    /// known issuer. A proxy's is not asked for.
+    void set_key_pins(KeyPins pins) {
+        ++trust_changes_;
+        verification_.set_key_pins(std::move(pins));
+    }
     /// The way of the connections that are made from now on.
     void set_proxy(ProxyHandle proxy) { proxy_ = std::move(proxy); }
     /// The way of a connection to somebody else, who is judged as the broker is not: for as long as
@@ -183,6 +189,7 @@ private:
     ConnectResult stopped_by_proxy(const error_code &error);
     ConnectResult handshake_failed(const error_code &error);
     ConnectResult judged();
+    ConnectResult rejected_by(const ServerVerification &judge, const char *whose = "");
     ConnectResult finish_connect(ConnectCode code, std::string error_text = {});
     void record_tls();
     void record_addresses();

@@ -14,6 +14,7 @@ constexpr const char *host_name_text =
     "the host name on the certificate is invalid or does not match.";
 constexpr const char *key_length_text =
     "the RSA key length on the certificate is less than the minimum length.";
+constexpr const char *pinned_key_text = "the certificate's key is none of the pinned keys.";
 constexpr const char *changed_certificate_text =
     "the certificate is unverifiable and differs from the earlier unverifiable certificate.";
 
@@ -86,11 +87,11 @@ void lower(ChainVerdict &verdict, bool warnable, bool accepted) {
         verdict.outcome = VerificationOutcome::failed;
 }
 
-void note_code(const CertificateFacts &facts, bool host_ok, ChainVerdict &verdict) {
+void note_code(const CertificateFacts &facts, bool trusted, bool host_ok, ChainVerdict &verdict) {
     const auto depth = static_cast<std::size_t>(facts.depth);
     if (verdict.codes.size() <= depth)
         verdict.codes.resize(depth + 1);
-    if (!facts.trusted()) {
+    if (!trusted) {
         verdict.codes[depth] = certificate_error(facts.error);
     } else if (!host_ok) {
         verdict.error_text = host_name_text;
@@ -118,8 +119,11 @@ bool is_worth_storing(const CertificateFacts &facts, ChainVerdict &verdict) {
            facts.stored == StoredCertificate::other_not_accepted;
 }
 
+/// A self-signed certificate that the user is asked about need not name the host; one whose key is
+/// pinned is accepted without a question, and must.
 bool host_ok(const CertificateFacts &facts, const ChainVerdict &verdict) {
-    return facts.depth != 0 || facts.host_matches || verdict.self_signed_single;
+    const bool to_be_asked = verdict.self_signed_single && facts.pinned == PinnedKey::nothing;
+    return facts.depth != 0 || facts.host_matches || to_be_asked;
 }
 
 /// The frame of both judgements; `accept_warning` may turn a warnable fault into a plain one.
@@ -128,14 +132,20 @@ Judgement judge(const CertificateFacts &facts, ChainVerdict &verdict,
                 AcceptWarning accept_warning) {
     Judgement judgement;
     judgement.host_ok = host_ok(facts, verdict);
+    bool trusted = facts.trusted();
     bool warnable = false;
-    if (!facts.trusted()) {
-        warnable = is_warnable(facts, verdict) && accept_warning(verdict) && facts.key_long_enough;
-        verdict.error_text = facts.error_text;
+    if (!trusted) {
+        const bool unknown_issuer = is_warnable(facts, verdict) && accept_warning(verdict);
+        trusted = unknown_issuer && facts.pinned == PinnedKey::is_shown;
+        warnable = unknown_issuer && !trusted && facts.key_long_enough;
     }
-    judgement.accepted = judgement.host_ok && facts.key_long_enough && facts.trusted();
+    if (!trusted)
+        verdict.error_text = facts.error_text;
+    judgement.accepted = judgement.host_ok && facts.key_long_enough && trusted;
     lower(verdict, warnable, judgement.accepted);
-    note_code(facts, judgement.host_ok, verdict);
+    note_code(facts, trusted, judgement.host_ok, verdict);
+    if (facts.pinned == PinnedKey::is_not_shown)
+        refuse_key(verdict);
     return judgement;
 }
 
@@ -150,6 +160,14 @@ const char *outcome_name(VerificationOutcome outcome) {
 eCERTIFICATE_ERROR certificate_error(int x509_error) {
     const auto row = std::ranges::find(error_rows, x509_error, &ErrorRow::of_tls_library);
     return row == std::end(error_rows) ? CERTIFICATE_ERROR_OTHER : row->error;
+}
+
+void refuse_key(ChainVerdict &verdict) {
+    verdict.outcome = VerificationOutcome::failed;
+    verdict.error_text = pinned_key_text;
+    if (verdict.codes.empty())
+        verdict.codes.resize(1);
+    verdict.codes[0] = CERTIFICATE_ERROR_PIN_MISMATCH;
 }
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict) {

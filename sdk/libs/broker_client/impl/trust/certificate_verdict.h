@@ -22,6 +22,9 @@ enum class VerificationOutcome {
 
 const char *outcome_name(VerificationOutcome outcome);
 
+/// What the caller's pins say of the server's own key.
+enum class PinnedKey { nothing, is_shown, is_not_shown };
+
 /// What the TLS library and the checks beside it say of one certificate at one call.
 struct CertificateFacts {
     bool preverified = false;      ///< the TLS library's own verdict
@@ -32,6 +35,7 @@ struct CertificateFacts {
     bool self_signed = false;      ///< subject and issuer are the same
     bool host_matches = true;      ///< at depth 0
     bool key_long_enough = true;
+    PinnedKey pinned = PinnedKey::nothing;
     StoredCertificate stored = StoredCertificate::none; ///< at depth 0, for View brokers only
 
     bool trusted() const { return preverified || platform_trusted; }
@@ -59,6 +63,9 @@ struct Judgement {
 eCERTIFICATE_ERROR certificate_error(int x509_error);
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict);
+
+/// The server's key is none of those that were pinned, whatever else is wrong.
+void refuse_key(ChainVerdict &verdict);
 
 /// The rules for View brokers, with CertStoreCache as their memory. HttpsXmlClient::connect() is
 /// told to use them by nobody in this library: they are there for a client of View brokers that

@@ -53,10 +53,11 @@ bool ServerVerification::verify(Rules rules, bool preverified, X509_STORE_CTX *c
     log_debug("HttpsXmlClient::%s( preverified=%s ), security_mode=%s",
               rules == Rules::view ? "verify_server_view" : "verify_server_pbp",
               spelled(preverified), spelled(connect_securely_));
-    if (!connect_securely_)
-        return true;
     try {
-        judge_certificate(rules, preverified, context);
+        if (connect_securely_)
+            judge_certificate(rules, preverified, context);
+        else
+            check_key(context);
     } catch (...) {
         verdict_.outcome = VerificationOutcome::failed; // nothing is thrown through the TLS library
     }
@@ -83,6 +84,7 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified, X509_S
     facts.host_matches = fits_host(context, host_);
     facts.platform_trusted = !preverified && platform_verifier_->verify(certificate);
     facts.key_long_enough = key_long_enough(certificate, rules == Rules::view);
+    facts.pinned = pinned_key(context);
 
     Judgement judgement;
     if (rules == Rules::view)
@@ -92,6 +94,23 @@ void ServerVerification::judge_certificate(Rules rules, bool preverified, X509_S
     if (judgement.accepted)
         platform_verifier_->add(certificate);
     log_result(rules == Rules::view ? "verify_server_view" : "verify_server_pbp", facts, judgement);
+}
+
+/// All that is asked without verification.
+void ServerVerification::check_key(X509_STORE_CTX *context) {
+    const int depth = X509_STORE_CTX_get_error_depth(context);
+    leaf_seen_ = leaf_seen_ || depth == 0;
+    chain_.set_cert(static_cast<std::size_t>(depth), X509_STORE_CTX_get_current_cert(context));
+    if (pinned_key(context) == PinnedKey::is_not_shown)
+        refuse_key(verdict_);
+}
+
+/// Of the server's own certificate, whichever the call is about.
+PinnedKey ServerVerification::pinned_key(X509_STORE_CTX *context) const {
+    if (pins_.empty())
+        return PinnedKey::nothing;
+    return has_pinned_key(X509_STORE_CTX_get0_cert(context), pins_) ? PinnedKey::is_shown
+                                                                    : PinnedKey::is_not_shown;
 }
 
 void ServerVerification::judge_for_view(CertificateFacts &facts, X509 *certificate,
@@ -118,9 +137,10 @@ void ServerVerification::log_result(const char *function, const CertificateFacts
 }
 
 VerificationOutcome ServerVerification::outcome() const {
-    if (verdict_.outcome == VerificationOutcome::passed && !leaf_seen_)
-        return VerificationOutcome::failed;
-    return verdict_.outcome;
+    const bool accepted = verdict_.outcome == VerificationOutcome::passed ||
+                          verdict_.outcome == VerificationOutcome::not_checked;
+    return accepted && judges_server() && !leaf_seen_ ? VerificationOutcome::failed
+                                                      : verdict_.outcome;
 }
 
 } // namespace kavro

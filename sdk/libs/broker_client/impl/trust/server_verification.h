@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trust/certificate_verdict.h"
+#include "trust/key_pins.h"
 #include "utils/src/cert_chain.h"
 #include "utils/src/cert_verifier.h"
 
@@ -19,8 +20,15 @@ public:
     /// nobody's does, as at first.
     void set_platform_verifier(std::shared_ptr<ICertVerifier> verifier);
 
+    /// From the next handshake on. With one, the server's own key must be among them, verified or
+    /// not; one that is needs no known issuer.
+    void set_key_pins(KeyPins pins) { pins_ = std::move(pins); }
+
     /// Prepares for the next handshake.
     void begin(std::string host, bool connect_securely);
+
+    /// Whether the next handshake is to ask what it thinks of the server.
+    bool judges_server() const { return connect_securely_ || !pins_.empty(); }
 
     // Called by the TLS library for every certificate of the chain, the server's own (depth 0)
     // last, and once more for every fault. Always true: the verdict is in outcome().
@@ -38,11 +46,14 @@ private:
 
     bool verify(Rules rules, bool preverified, x509_store_ctx_st *context) noexcept;
     void judge_certificate(Rules rules, bool preverified, x509_store_ctx_st *context);
+    void check_key(x509_store_ctx_st *context);
+    PinnedKey pinned_key(x509_store_ctx_st *context) const;
     void judge_for_view(CertificateFacts &facts, x509_st *certificate, Judgement &judgement);
     void log_result(const char *function, const CertificateFacts &facts,
                     const Judgement &judgement) const;
 
     std::shared_ptr<ICertVerifier> platform_verifier_ = std::make_shared<AlwaysBadCertVerifier>();
+    KeyPins pins_;
     std::string host_;
     bool connect_securely_ = false;
     bool leaf_seen_ = false;

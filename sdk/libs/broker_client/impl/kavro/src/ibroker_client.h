@@ -5,6 +5,7 @@
 #include "transport/connection_report.h"
 #include "transport/proxy/proxy.h"
 #include "trust/client_signing.h"
+#include "trust/key_pins.h"
 #include "trust/trust_store.h"
 #include "utils/src/cert_chain.h"
 
@@ -117,6 +118,9 @@ public:
     /// False for a certificate that cannot be signed for.
     virtual bool set_client_certificate(X509Handle certificate) = 0;
     virtual void set_certificate_extractor(const CertificateExtractor &extractor) = 0;
+    /// With one, the broker's own key must be among them, verified or not; one that is needs no
+    /// known issuer. False when the client knows no pins.
+    virtual bool set_key_pins(const KeyPins &) { return false; }
     virtual std::string get_protocol_name() const = 0;
     virtual void enable_ipv6(bool enable) = 0;
     /// Runs handlers: all until no work is left (block), or only those that are ready.

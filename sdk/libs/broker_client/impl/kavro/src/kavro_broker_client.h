@@ -62,6 +62,10 @@ public:
     bool set_client_certificate(X509Handle certificate) override {
         return transport_.client_signing().set_client_certificate(std::move(certificate));
     }
+    bool set_key_pins(const KeyPins &pins) override {
+        transport_.set_key_pins(pins);
+        return true;
+    }
     void set_certificate_extractor(const CertificateExtractor &extractor) override {
         transport_.setCertificateExtractor(extractor);
     }
