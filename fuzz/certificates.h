@@ -6,8 +6,9 @@
 
 namespace fuzz {
 
-/// Certificates in DER form one behind the other, as many as can be read.
-inline std::vector<broker_sim::CertificatePtr> read_certificates(const std::uint8_t *data,
+/// Certificates in DER form one behind the other, as many as can be read, which is where `data`
+/// then is.
+inline std::vector<broker_sim::CertificatePtr> read_certificates(const std::uint8_t *&data,
                                                                  std::size_t size) {
     constexpr std::size_t most = 8;
     std::vector<broker_sim::CertificatePtr> chain;

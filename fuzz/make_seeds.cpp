@@ -1,6 +1,7 @@
 #include "minting.h"
 #include "protocol/message_case.h"
 #include "regcode/table_cache.h"
+#include "staple.h"
 #include "utils/src/cert_store_cache.h"
 
 #include <algorithm>
@@ -117,6 +118,11 @@ void add_chains(Seeds &seeds) {
     add({issued, between, trusted_root()});
     add({server(trusted_root(), {.key = "ed25519"}), trusted_root()});
     add({issued, between});
+    const auto leaf = der_of(issued), issuer = der_of(between);
+    const std::string chain =
+        std::string(leaf.begin(), leaf.end()).append(issuer.begin(), issuer.end());
+    for (const int status : {V_OCSP_CERTSTATUS_GOOD, V_OCSP_CERTSTATUS_REVOKED})
+        seeds.add("stapled_status", chain + staple(issued, between, between, {.status = status}));
 }
 
 void add_files(Seeds &seeds, const fs::path &folder) {

@@ -85,6 +85,9 @@ class Broker(Owned):
     def clear_key_pins(self):
         check(library.kavro_broker_clear_key_pins(self.handle))
 
+    def require_stapled_status(self, require):
+        check(library.kavro_broker_require_stapled_status(self.handle, require))
+
     def use_signing_certificate(self, der, sign):
         """`sign` gives the signature of a digest, both as bytes, or None when it cannot be made."""
         self._sign_with(library.kavro_broker_use_signing_certificate, der, sign)

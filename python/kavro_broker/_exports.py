@@ -160,6 +160,8 @@ class CertificateVerdict(IntEnum):
     HOST_NAME_MISMATCH = 28
     OTHER = 29
     PIN_MISMATCH = 30
+    REVOKED_BY_STAPLE = 31
+    NO_STAPLE = 32
 
 
 class LogCategory(IntEnum):
@@ -253,6 +255,7 @@ FUNCTIONS = {
     "kavro_broker_keep_connection": (c_uint32, [c_void_p, c_uint32]),
     "kavro_broker_perform_desktop_operation": (c_uint32, [c_void_p, c_char_p, c_uint32]),
     "kavro_broker_request_desktop_list": (c_uint32, [c_void_p, POINTER(c_void_p)]),
+    "kavro_broker_require_stapled_status": (c_uint32, [c_void_p, c_bool]),
     "kavro_broker_result_name": (c_char_p, [c_uint32]),
     "kavro_broker_result_text": (c_char_p, [c_uint32]),
     "kavro_broker_send_accept_disclaimer": (c_uint32, [c_void_p, c_uint8]),

@@ -2,6 +2,7 @@
 #include "conversation/conversation.h"
 #include "support/scripted_peer.h"
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -90,8 +91,8 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
          }},
         {"a pinned key", false, good,
          [](Handle h) {
-             const std::array<std::uint8_t, 32> another{};
-             EXPECT_EQ(kavro_broker_add_key_pin(h, another.data(), 32), KAVRO_BROKER_OK);
+             const std::array<std::uint8_t, 32> strange_key{};
+             EXPECT_EQ(kavro_broker_add_key_pin(h, strange_key.data(), 32), KAVRO_BROKER_OK);
              EXPECT_EQ(kavro_broker_clear_key_pins(h), KAVRO_BROKER_OK);
          }},
         {"the system's anchors", false, good,

@@ -229,7 +229,16 @@ Script welcome(std::string_view header_lines) {
 
 namespace {
 
-ssl::context server_context(const PeerTls &settings) {
+int show_staple(SSL *tls, void *staple) {
+    const auto &bytes = *static_cast<const std::string *>(staple);
+    if (bytes.empty())
+        return SSL_TLSEXT_ERR_NOACK;
+    SSL_set_tlsext_status_ocsp_resp(tls, OPENSSL_memdup(bytes.data(), bytes.size()),
+                                    static_cast<long>(bytes.size()));
+    return SSL_TLSEXT_ERR_OK;
+}
+
+ssl::context server_context(const PeerTls &settings, const std::string &staple) {
     ssl::context context(ssl::context::tls_server);
     SSL_CTX *const native = context.native_handle();
     SSL_CTX_set_min_proto_version(native, settings.min_version);
@@ -243,6 +252,8 @@ ssl::context server_context(const PeerTls &settings) {
         context.add_certificate_authority(asio::buffer(settings.client_authority));
     if (!settings.client_signatures.empty())
         SSL_CTX_set1_client_sigalgs_list(native, settings.client_signatures.c_str());
+    SSL_CTX_set_tlsext_status_cb(native, show_staple);
+    SSL_CTX_set_tlsext_status_arg(native, const_cast<std::string *>(&staple));
     return context;
 }
 
@@ -250,7 +261,10 @@ ssl::context server_context(const PeerTls &settings) {
 
 ScriptedPeer::ScriptedPeer(std::vector<Script> scripts, const PeerTls &tls,
                            const std::string &address)
-    : scripts_(std::move(scripts)), tls_(server_context(tls)), connections_(address, 0) {
+    : scripts_(std::move(scripts)),
+      staple_(tls.staple),
+      tls_(server_context(tls, staple_)),
+      connections_(address, 0) {
     connections_.start([this](Socket socket) { return serve(std::move(socket)); });
 }
 

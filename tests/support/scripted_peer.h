@@ -77,6 +77,7 @@ struct PeerTls {
     bool demand_client_certificate = false;
     std::string client_authority{};  ///< PEM; the issuer of the certificates that are accepted
     std::string client_signatures{}; ///< that are asked of clients, as OpenSSL lists them
+    std::string staple{};            ///< DER; shown to clients that ask for it
 };
 
 /// What a peer saw on one connection.
@@ -117,6 +118,7 @@ private:
     boost::asio::awaitable<void> serve(broker_sim::Socket socket);
 
     std::vector<Script> scripts_;
+    const std::string staple_;
     boost::asio::ssl::context tls_;
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;

@@ -55,6 +55,8 @@ constexpr CertificateVerdict verdicts[] = {
     {KAVRO_BROKER_CERTIFICATE_KEY_TOO_SHORT, "has a key that is too short"},
     {KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH, "is for another host name"},
     {KAVRO_BROKER_CERTIFICATE_PIN_MISMATCH, "has another key than the pinned one"},
+    {KAVRO_BROKER_CERTIFICATE_REVOKED_BY_STAPLE, "is revoked, as its issuer says"},
+    {KAVRO_BROKER_CERTIFICATE_NO_STAPLE, "comes without its issuer's word that it is not revoked"},
     {KAVRO_BROKER_CERTIFICATE_OTHER, "was issued by somebody who is not known here"},
 };
 

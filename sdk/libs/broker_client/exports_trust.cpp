@@ -10,9 +10,9 @@ using namespace kavro;
 
 namespace {
 
-kavro_broker_result hand_over_pins(broker_client_impl &client) {
-    return client.protocol->set_key_pins(client.key_pins) ? KAVRO_BROKER_OK
-                                                          : KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
+/// What a client of this kind of broker says to a setting.
+kavro_broker_result known(bool to_client) {
+    return to_client ? KAVRO_BROKER_OK : KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
 }
 
 } // namespace
@@ -54,14 +54,20 @@ kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handle handle, const u
             return KAVRO_BROKER_ERR_INVALID_PARAMETER;
         std::copy_n(sha256, length, pin.begin());
         client.key_pins.push_back(pin);
-        return hand_over_pins(client);
+        return known(client.protocol->set_key_pins(client.key_pins));
     });
 }
 
 kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle) {
     return with_handle(handle, {}, [&](broker_client_impl &client) {
         client.key_pins.clear();
-        return hand_over_pins(client);
+        return known(client.protocol->set_key_pins({}));
+    });
+}
+
+kavro_broker_result kavro_broker_require_stapled_status(kavro_broker_handle handle, bool require) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        return known(client.protocol->require_stapled_status(require));
     });
 }
 

@@ -248,8 +248,10 @@ enum {
     KAVRO_BROKER_CERTIFICATE_RESERVED_26 = 26,
     KAVRO_BROKER_CERTIFICATE_KEY_TOO_SHORT = 27,
     KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH = 28,
-    KAVRO_BROKER_CERTIFICATE_OTHER = 29,       /**< e.g. the issuer is not known here */
-    KAVRO_BROKER_CERTIFICATE_PIN_MISMATCH = 30 /**< see kavro_broker_add_key_pin() */
+    KAVRO_BROKER_CERTIFICATE_OTHER = 29,             /**< e.g. the issuer is not known here */
+    KAVRO_BROKER_CERTIFICATE_PIN_MISMATCH = 30,      /**< see kavro_broker_add_key_pin() */
+    KAVRO_BROKER_CERTIFICATE_REVOKED_BY_STAPLE = 31, /**< its issuer says so (RFC 6066 section 8) */
+    KAVRO_BROKER_CERTIFICATE_NO_STAPLE = 32 /**< see kavro_broker_require_stapled_status() */
 };
 
 /** Categories of a log message. */

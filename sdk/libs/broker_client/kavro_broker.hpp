@@ -221,6 +221,9 @@ public:
         detail::check(kavro_broker_add_key_pin(get(), sha256.data(), sha256.size()));
     }
     void clear_key_pins() { detail::check(kavro_broker_clear_key_pins(get())); }
+    void require_stapled_status(bool require) {
+        detail::check(kavro_broker_require_stapled_status(get(), require));
+    }
     void use_signing_certificate(const bytes &der, sign_function sign) {
         sign_with(kavro_broker_use_signing_certificate, der, std::move(sign));
     }

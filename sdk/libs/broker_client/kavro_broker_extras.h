@@ -146,6 +146,23 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handl
 /** Forgets all keys that were pinned. */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle);
 
+/**
+ * Says whether a broker that is verified must show what its certificate's issuer says of it: a
+ * stapled status (RFC 6066 section 8). Off at first.
+ *
+ * The status is always asked for. One that says "revoked", signed by the issuer or its delegate,
+ * ends the request with #KAVRO_BROKER_ERR_CERTIFICATE_FAILED and the verdict
+ * #KAVRO_BROKER_CERTIFICATE_REVOKED_BY_STAPLE. One that cannot be verified, is out of date or about
+ * another certificate counts as none. Without one the certificate is accepted, unless it is
+ * required here or the certificate itself says that there is always one (RFC 7633): the verdict is
+ * #KAVRO_BROKER_CERTIFICATE_NO_STAPLE then. Nothing is ever fetched.
+ *
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED for a kind of broker whose client
+ *         asks for no status.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_require_stapled_status(kavro_broker_handle handle,
+                                                                         bool require);
+
 /** The reason why the broker's certificate was not accepted; empty when it was. */
 KAVRO_BROKER_API kavro_broker_result
 kavro_broker_get_certificate_error_text(kavro_broker_handle handle, char *buffer, size_t *length);

@@ -231,6 +231,8 @@ void HttpsXmlClient::prepare_connection() {
     signing_.install(connection_->native_handle());
     if (!verification_.judges_server())
         return;
+    if (way_.connect_securely)
+        SSL_set_tlsext_status_type(connection_->native_handle(), TLSEXT_STATUSTYPE_ocsp);
     SSL_CTX_set1_cert_store(tls_.get(), anchors().get());
     connection_->set_verify_callback(verified_by(
         verification_, way_.use_view_verifier ? &ServerVerification::verify_server_view
@@ -327,6 +329,7 @@ ConnectResult HttpsXmlClient::handshake_failed(const error_code &error) {
 
 ConnectResult HttpsXmlClient::judged() {
     waiter_->clear_deadline();
+    verification_.judge_status(connection_->native_handle());
     record_tls();
     if (!is_accepted(verification_.outcome()))
         return rejected_by(verification_);

@@ -133,6 +133,11 @@ public:
         ++trust_changes_;
         verification_.set_key_pins(std::move(pins));
     }
+    /// Whether the broker, when it is verified, must show its certificate's status.
+    void require_stapled_status(bool require) {
+        ++trust_changes_;
+        verification_.require_stapled_status(require);
+    }
     /// The way of the connections that are made from now on.
     void set_proxy(ProxyHandle proxy) { proxy_ = std::move(proxy); }
     /// The way of a connection to somebody else, who is judged as the broker is not: for as long as

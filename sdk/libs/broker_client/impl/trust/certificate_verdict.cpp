@@ -15,6 +15,9 @@ constexpr const char *host_name_text =
 constexpr const char *key_length_text =
     "the RSA key length on the certificate is less than the minimum length.";
 constexpr const char *pinned_key_text = "the certificate's key is none of the pinned keys.";
+constexpr const char *revoked_text = "the certificate's issuer says that it is revoked.";
+constexpr const char *no_staple_text =
+    "the server must show the certificate's status, and shows none that counts.";
 constexpr const char *changed_certificate_text =
     "the certificate is unverifiable and differs from the earlier unverifiable certificate.";
 
@@ -145,7 +148,7 @@ Judgement judge(const CertificateFacts &facts, ChainVerdict &verdict,
     lower(verdict, warnable, judgement.accepted);
     note_code(facts, trusted, judgement.host_ok, verdict);
     if (facts.pinned == PinnedKey::is_not_shown)
-        refuse_key(verdict);
+        refuse(verdict, CERTIFICATE_ERROR_PIN_MISMATCH);
     return judgement;
 }
 
@@ -162,12 +165,14 @@ eCERTIFICATE_ERROR certificate_error(int x509_error) {
     return row == std::end(error_rows) ? CERTIFICATE_ERROR_OTHER : row->error;
 }
 
-void refuse_key(ChainVerdict &verdict) {
+void refuse(ChainVerdict &verdict, eCERTIFICATE_ERROR error) {
     verdict.outcome = VerificationOutcome::failed;
-    verdict.error_text = pinned_key_text;
+    verdict.error_text = error == CERTIFICATE_ERROR_PIN_MISMATCH ? pinned_key_text
+                         : error == CERTIFICATE_ERROR_NO_STAPLE  ? no_staple_text
+                                                                 : revoked_text;
     if (verdict.codes.empty())
         verdict.codes.resize(1);
-    verdict.codes[0] = CERTIFICATE_ERROR_PIN_MISMATCH;
+    verdict.codes[0] = error;
 }
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict) {

@@ -64,8 +64,9 @@ eCERTIFICATE_ERROR certificate_error(int x509_error);
 
 Judgement judge_pbp(const CertificateFacts &facts, ChainVerdict &verdict);
 
-/// The server's key is none of those that were pinned, whatever else is wrong.
-void refuse_key(ChainVerdict &verdict);
+/// Refuses the server's own certificate, whatever else is wrong.
+/// @param error a pinned key's or a stapled status's.
+void refuse(ChainVerdict &verdict, eCERTIFICATE_ERROR error);
 
 /// The rules for View brokers, with CertStoreCache as their memory. HttpsXmlClient::connect() is
 /// told to use them by nobody in this library: they are there for a client of View brokers that

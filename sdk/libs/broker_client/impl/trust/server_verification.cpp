@@ -2,8 +2,11 @@
 
 #include "trust/host_name.h"
 #include "trust/key_length.h"
+#include "trust/stapled_status.h"
 #include "utils/src/broker_log.h"
 #include "utils/src/openssl_handles.h"
+
+#include <openssl/ssl.h>
 
 namespace kavro {
 
@@ -102,7 +105,18 @@ void ServerVerification::check_key(X509_STORE_CTX *context) {
     leaf_seen_ = leaf_seen_ || depth == 0;
     chain_.set_cert(static_cast<std::size_t>(depth), X509_STORE_CTX_get_current_cert(context));
     if (pinned_key(context) == PinnedKey::is_not_shown)
-        refuse_key(verdict_);
+        refuse(verdict_, CERTIFICATE_ERROR_PIN_MISMATCH);
+}
+
+void ServerVerification::judge_status(SSL *tls) {
+    if (!connect_securely_ || verdict_.outcome == VerificationOutcome::failed)
+        return;
+    const StapledStatus status = stapled_status(tls);
+    const X509 *const leaf = SSL_get0_peer_certificate(tls);
+    if (status == StapledStatus::revoked)
+        refuse(verdict_, CERTIFICATE_ERROR_REVOKED_BY_STAPLE);
+    else if (status == StapledStatus::none && (status_required_ || !leaf || must_be_stapled(leaf)))
+        refuse(verdict_, CERTIFICATE_ERROR_NO_STAPLE);
 }
 
 /// Of the server's own certificate, whichever the call is about.

@@ -24,6 +24,9 @@ public:
     /// not; one that is needs no known issuer.
     void set_key_pins(KeyPins pins) { pins_ = std::move(pins); }
 
+    /// Whether a server must show the status of its certificate.
+    void require_stapled_status(bool require) { status_required_ = require; }
+
     /// Prepares for the next handshake.
     void begin(std::string host, bool connect_securely);
 
@@ -34,6 +37,8 @@ public:
     // last, and once more for every fault. Always true: the verdict is in outcome().
     bool verify_server_pbp(bool preverified, x509_store_ctx_st *context) noexcept;
     bool verify_server_view(bool preverified, x509_store_ctx_st *context) noexcept;
+    /// Once the handshake is over: what the issuer says, if the server has shown it.
+    void judge_status(ssl_st *tls);
 
     /// A secure handshake in which the server's own certificate was never judged has failed.
     VerificationOutcome outcome() const;
@@ -54,6 +59,7 @@ private:
 
     std::shared_ptr<ICertVerifier> platform_verifier_ = std::make_shared<AlwaysBadCertVerifier>();
     KeyPins pins_;
+    bool status_required_ = false;
     std::string host_;
     bool connect_securely_ = false;
     bool leaf_seen_ = false;

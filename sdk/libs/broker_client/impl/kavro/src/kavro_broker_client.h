@@ -66,6 +66,10 @@ public:
         transport_.set_key_pins(pins);
         return true;
     }
+    bool require_stapled_status(bool require) override {
+        transport_.require_stapled_status(require);
+        return true;
+    }
     void set_certificate_extractor(const CertificateExtractor &extractor) override {
         transport_.setCertificateExtractor(extractor);
     }
