@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -36,8 +35,9 @@ MessageCase with_id(const MessageCase &written, const std::string &id, const std
     MessageCase one = written;
     one.name += ": '" + id + "'";
     boost::replace_all(one.answer, "@ID@", id);
-    for (auto &[key, value] : one.headers)
-        boost::replace_all(value, "@ID@", id);
+    for (auto &[key, values] : one.headers)
+        for (std::string &value : values)
+            boost::replace_all(value, "@ID@", id);
     one.add("code", code);
     return one;
 }
@@ -101,12 +101,12 @@ void add_with_elements_left_out(const MessageCase &written, std::vector<MessageC
         MessageCase one = written;
         one.name += ": without " + element;
         one.answer = without(one.answer, element);
-        one.forget("info");
+        one.headers.erase("info");
         const auto complaint = complaints.find(element);
         one.whole = complaint != complaints.end();
         if (one.whole) {
             for (const char *key : {"message", "record", "log"})
-                one.forget(key);
+                one.headers.erase(key);
             one.add("code", "ERROR_CODE_PROTOCOL_MANGLED_RESPONSE");
             one.add("log", complaint->second);
         }
@@ -117,21 +117,13 @@ void add_with_elements_left_out(const MessageCase &written, std::vector<MessageC
 } // namespace
 
 std::vector<std::string> MessageCase::all(std::string_view key) const {
-    std::vector<std::string> values;
-    for (const auto &[header, value] : headers) {
-        if (header == key)
-            values.push_back(value);
-    }
-    return values;
+    const auto found = headers.find(key);
+    return found != headers.end() ? found->second : std::vector<std::string>();
 }
 
 std::string MessageCase::last(std::string_view key, const std::string &otherwise) const {
     const auto values = all(key);
     return values.empty() ? otherwise : values.back();
-}
-
-void MessageCase::forget(std::string_view key) {
-    std::erase_if(headers, [key](const auto &header) { return header.first == key; });
 }
 
 std::vector<MessageCase> read_cases(const std::string &file) {

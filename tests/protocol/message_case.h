@@ -1,8 +1,8 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace kavro {
@@ -27,15 +27,14 @@ namespace kavro {
 struct MessageCase {
     std::string name;
     std::string answer;
-    std::vector<std::pair<std::string, std::string>> headers;
+    std::map<std::string, std::vector<std::string>, std::less<>> headers;
     bool whole = true; ///< the record and what is logged besides errors are compared, too
 
     /// What these headers say, in their order.
     std::vector<std::string> all(std::string_view key) const;
     /// What the last of them says.
     std::string last(std::string_view key, const std::string &otherwise = {}) const;
-    void add(const std::string &key, const std::string &value) { headers.emplace_back(key, value); }
-    void forget(std::string_view key);
+    void add(const std::string &key, const std::string &value) { headers[key].push_back(value); }
 };
 
 std::vector<MessageCase> read_cases(const std::string &file);

@@ -13,7 +13,6 @@
 #include <initializer_list>
 #include <map>
 #include <regex>
-#include <span>
 
 namespace kavro {
 namespace {
@@ -22,17 +21,14 @@ namespace {
 /// list says that nothing was read.
 using RecordLines = std::vector<std::string>;
 
-std::string joined(const auto &texts) {
+template <class Texts = std::initializer_list<std::string_view>>
+std::string joined(const Texts &texts) {
     std::string all;
     for (const char *separator = ""; const auto &text : texts) {
         (all += separator) += text;
         separator = " | ";
     }
     return all;
-}
-
-std::string joined(std::initializer_list<std::string_view> texts) {
-    return joined(std::span(texts));
 }
 
 void add(RecordLines &lines, const std::string &name, std::string_view value) {
