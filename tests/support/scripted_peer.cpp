@@ -28,7 +28,6 @@ public:
         : peer(owner), stream(std::move(socket), owner.tls_), record_(record) {}
 
     Socket &socket() { return stream.next_layer(); }
-    awaitable<void> follow(const Script &script);
     awaitable<void> read_more();
     awaitable<void> write(std::string_view bytes);
 
@@ -45,29 +44,22 @@ public:
     bool encrypted = false;
 
 private:
+    /// Reads or writes, through TLS once that is there.
+    auto through(auto use) { return encrypted ? use(stream) : use(socket()); }
+
     PeerRecord &record_;
 };
 
-/// Until the other side has ended the connection, or TLS has failed on it.
-awaitable<void> PeerConnection::follow(const Script &script) {
-    for (const Step &step : script)
-        co_await step(*this);
-    for (;;)
-        co_await read_more();
-}
-
 awaitable<void> PeerConnection::write(std::string_view bytes) {
-    if (encrypted)
-        co_await asio::async_write(stream, asio::buffer(bytes), use_awaitable);
-    else
-        co_await asio::async_write(socket(), asio::buffer(bytes), use_awaitable);
+    co_await through(
+        [bytes](auto &to) { return asio::async_write(to, asio::buffer(bytes), use_awaitable); });
 }
 
 awaitable<void> PeerConnection::read_more() {
     std::array<char, 16 * 1024> buffer;
-    const std::size_t count =
-        encrypted ? co_await stream.async_read_some(asio::buffer(buffer), use_awaitable)
-                  : co_await socket().async_read_some(asio::buffer(buffer), use_awaitable);
+    const std::size_t count = co_await through([&buffer](auto &from) {
+        return from.async_read_some(asio::buffer(buffer), use_awaitable);
+    });
     unread.append(buffer.data(), count);
     change_record([&](PeerRecord &record) { record.received.append(buffer.data(), count); });
 }
@@ -277,7 +269,10 @@ awaitable<void> ScriptedPeer::serve(Socket socket) {
     connection.socket().set_option(tcp::no_delay(true));
     boost::system::error_code end;
     try {
-        co_await connection.follow(script);
+        for (const Step &step : script)
+            co_await step(connection);
+        for (;;)
+            co_await connection.read_more();
     } catch (const boost::system::system_error &failure) {
         // A step or the other side has ended the connection, or TLS has failed on it.
         if (failure.code().category() != asio::error::get_ssl_category())

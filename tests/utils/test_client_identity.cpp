@@ -53,10 +53,6 @@ TEST(LocalMacAddress, FormatsTheHardwareAddressOfTheAdapter) {
 TEST(LocalMacAddress, AgreesWithWhatTheSystemSaysOfEachInterface) {
     const CapturedLog log;
     EXPECT_EQ(get_local_mac_address("127.0.0.1"), unknown);
-    EXPECT_EQ(log.lines(),
-              (std::vector<LogLine>{{0, 1, -500,
-                                     "get_local_mac_address() received loopback ip address, "
-                                     "returning fallback"}}));
     const auto adapters = list_network_adapters();
     ASSERT_TRUE(adapters.has_value());
     for (const NetworkAdapter &listed : *adapters) {
@@ -100,9 +96,8 @@ TEST(Version1Uuid, IsOfThisTimeAndDiffersFromTheLast) {
     }));
 
     EXPECT_EQ(get_version1_uuid("01:23:45:67:89:a"), "");
-    EXPECT_EQ(log.lines(), (std::vector<LogLine>{{0, 1, -500,
-                                                  "get_version1_uuid(): local_mac 01:23:45:67:89:a "
-                                                  "is not sufficient (17 chars required)"}}));
+    EXPECT_EQ(CapturedLog::text(), "get_version1_uuid(): local_mac 01:23:45:67:89:a is not "
+                                   "sufficient (17 chars required)\n");
 }
 
 TEST(TimezoneWindows, NamesTheZoneOfTheSystem) {
