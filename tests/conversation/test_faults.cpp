@@ -115,12 +115,13 @@ TEST(Faults, AMessageFunctionHearsItsHandleAndNobodyElseDoes) {
         EXPECT_EQ(talk.list(), KAVRO_BROKER_OK) << talk.message();
         return Log::lines().size();
     };
+    kavro_broker_set_session_log_id_function([](const char *) { listener->ask(); });
     EXPECT_EQ(own.list(), KAVRO_BROKER_OK);
+    EXPECT_FALSE(heard.answers.empty()) << "the session has got its id";
+    kavro_broker_set_session_log_id_function([](const char *) {});
     const std::size_t usual = lines_of(own);
     kavro_broker_set_message_function(own.handle, Heard::hear, &heard);
-    kavro_broker_set_session_log_id_function([](const char *) { listener->ask(); });
     EXPECT_EQ(lines_of(own), 0u);
-    kavro_broker_set_session_log_id_function([](const char *) {});
     EXPECT_EQ(heard.lines.size(), usual);
     EXPECT_GT(lines_of(other), usual) << "which greets as well";
     EXPECT_EQ(heard.lines.size(), usual);

@@ -60,7 +60,9 @@ TEST(CancelAnywhere, FromInsideTheLogFunction) {
         {"Client-Log-ID", list},
         {"Received XML", list},
         {"Sending XML", kavro_broker_clear_session}};
-    const std::string long_answer = http_ok("<list>" + std::string(1 << 20, '&') + "</list>");
+    const std::string long_answer =
+        http_ok(broker_message("<get-resource-list-resp><x>" + std::string(1 << 20, '&') +
+                               "</x></get-resource-list-resp>"));
     for (const auto &[awaited, send] : rows) {
         SCOPED_TRACE(awaited);
         Conversation talk(open_door());
@@ -68,7 +70,7 @@ TEST(CancelAnywhere, FromInsideTheLogFunction) {
         talk.broker.set_override({.match = {.request = "get-resource-list"}, .raw = long_answer});
         Log::hook = [&talk, &awaited = awaited](const std::string &line) {
             EXPECT_EQ(talk.message(), "");
-            EXPECT_FALSE(line.starts_with("<list>"));
+            EXPECT_EQ(line.find("<x>"), std::string::npos);
             if (line.starts_with(awaited))
                 kavro_broker_cancel(talk.handle);
         };
