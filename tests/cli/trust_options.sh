@@ -14,6 +14,10 @@ log_in=(--broker "127.0.0.1:$port" --user alice --domain EXAMPLE --accept-discla
 expect 3 'Verdict +comes without its issuer' certificates "${log_in[@]}"
 pin=$(grep -oE '[0-9a-f]{64}' <<<"$output" | head -1)
 colons=$(sed 's/../&:/g; s/:$//' <<<"${pin^^}")
+openssl s_client -connect "127.0.0.1:$port" </dev/null 2>/dev/null |
+  openssl x509 -pubkey -noout | openssl pkey -pubin -outform DER | openssl dgst -sha256 -binary >"$folder/key"
+key=$(od -An -v -tx1 "$folder/key" | tr -d ' \n')
+key_pin=sha256//$(base64 "$folder/key")
 other=$(tr '0-9a-f' 'f0-9a-e' <<<"$pin")
 
 expect 3 'KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE' list "${log_in[@]}"
@@ -26,7 +30,13 @@ expect 0 'Office' list "${log_in[@]}" --pin "$colons" --trust-anchor "$folder/ca
 expect 3 'another certificate than the pinned one' list "${log_in[@]}" --pin "$other" --trust-anchor "$folder/ca.pem"
 expect 3 'the pinned one. The .* not known here. \(301 ' list "${log_in[@]}" --pin "$other"
 expect 3 '"sha256": "'"$pin" certificates "${log_in[@]}" --json
+expect 3 "Key pin +${key_pin//+/\\+}" certificates "${log_in[@]}"
+expect 3 "give --pin ${key_pin//+/\\+}, or" list "${log_in[@]}"
+expect 0 'Office' list "${log_in[@]}" --pin "$key_pin"
+expect 0 'Office' list "${log_in[@]}" --pin "$key"
+expect 3 'another certificate than the pinned one' list "${log_in[@]}" --pin "sha256//$(base64 <<<'another key of the same length..' | head -c 43)="
 expect 1 '64 hexadecimal digits' list "${log_in[@]}" --pin abc
+expect 1 'sha256// and its base64' list "${log_in[@]}" --pin sha256//AAAA
 expect 1 'excludes' list "${log_in[@]}" --pin "$pin" --insecure
 expect 0 'WARNING' list "${log_in[@]}" --insecure
 echo "trust options: all as expected"

@@ -29,9 +29,13 @@ struct Release {
     }
 };
 using X509Handle = std::unique_ptr<X509, Release<X509_free>>;
+void release(unsigned char *memory) {
+    OPENSSL_free(memory);
+}
 using BioHandle = std::unique_ptr<BIO, Release<BIO_free>>;
 
-constexpr std::size_t fingerprint_digits = 64;
+constexpr std::size_t sha256_size = 32;
+constexpr std::string_view key_pin_prefix = "sha256//";
 
 std::string name_text(const X509_NAME *name) {
     const BioHandle text(BIO_new(BIO_s_mem()));
@@ -50,11 +54,36 @@ std::string time_text(const ASN1_TIME *time) {
     return text;
 }
 
+std::string hexadecimal(const bytes &sha256) {
+    return fmt::format("{:02x}", fmt::join(sha256, ""));
+}
+
+/// As other tools print a key's, too.
+std::string key_pin_text(const bytes &sha256) {
+    unsigned char base64[4 * ((sha256_size + 2) / 3) + 1];
+    const int length = EVP_EncodeBlock(base64, sha256.data(), static_cast<int>(sha256.size()));
+    return fmt::format(
+        "{}{}", key_pin_prefix,
+        std::string_view(reinterpret_cast<char *>(base64), static_cast<std::size_t>(length)));
+}
+
 std::string fingerprint(const X509 *certificate) {
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned length = 0;
-    X509_digest(certificate, EVP_sha256(), digest, &length);
-    return fmt::format("{:02x}", fmt::join(digest, digest + length, ""));
+    bytes sha256(sha256_size);
+    X509_digest(certificate, EVP_sha256(), sha256.data(), nullptr);
+    return hexadecimal(sha256);
+}
+
+/// Over its SubjectPublicKeyInfo (RFC 7469 section 2.4).
+std::string key_pin(const X509 *certificate) {
+    unsigned char *info = nullptr;
+    const int length = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate), &info);
+    if (length < 0)
+        return {};
+    bytes sha256(sha256_size);
+    EVP_Digest(info, static_cast<std::size_t>(length), sha256.data(), nullptr, EVP_sha256(),
+               nullptr);
+    OPENSSL_free(info);
+    return key_pin_text(sha256);
 }
 
 std::string key_text(const X509 *certificate) {
@@ -77,6 +106,7 @@ Certificate describe_one(const kavro_broker::certificate &shown) {
     certificate.valid_from = time_text(X509_get0_notBefore(parsed.get()));
     certificate.valid_to = time_text(X509_get0_notAfter(parsed.get()));
     certificate.sha256 = fingerprint(parsed.get());
+    certificate.key_pin = key_pin(parsed.get());
     certificate.key = key_text(parsed.get());
     return certificate;
 }
@@ -115,6 +145,7 @@ void print_certificates(const std::vector<Certificate> &certificates, std::ostre
             {"Valid", certificate.valid_from + " to " + certificate.valid_to},
             {"SHA-256", certificate.sha256},
             {"Key", certificate.key},
+            {"Key pin", certificate.key_pin},
             {"Verdict", describe_certificate(certificate.verdict)}};
         for (const auto &[title, text] : rows)
             out << fmt::format("  {:<8}  {}\n", title, visible(text));
@@ -130,6 +161,7 @@ nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates) {
                         {"valid_to", certificate.valid_to},
                         {"sha256", certificate.sha256},
                         {"key", certificate.key},
+                        {"key_pin", certificate.key_pin},
                         {"verdict", certificate.verdict},
                         {"reason", describe_certificate(certificate.verdict)}});
     return list;
@@ -152,17 +184,32 @@ std::vector<bytes> load_certificates(const std::string &path) {
     return certificates;
 }
 
-std::string normalized_fingerprint(const std::string &text) {
-    std::string digits;
-    for (const char c : text) {
-        if (c == ':' || c == ' ')
-            continue;
-        const char lower = c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
-        if ((lower < '0' || lower > '9') && (lower < 'a' || lower > 'f'))
-            return {};
-        digits += lower;
+std::optional<Pin> read_pin(const std::string &text) {
+    if (text.starts_with(key_pin_prefix)) {
+        const std::string base64 = text.substr(key_pin_prefix.size());
+        bytes sha256(sha256_size + 1); // and the zero that the padding stands for
+        if (base64.size() != 44 || base64.back() != '=' ||
+            EVP_DecodeBlock(sha256.data(), reinterpret_cast<const unsigned char *>(base64.data()),
+                            static_cast<int>(base64.size())) != static_cast<int>(sha256.size()))
+            return std::nullopt;
+        sha256.resize(sha256_size);
+        return Pin{std::move(sha256), true};
     }
-    return digits.size() == fingerprint_digits ? digits : std::string();
+    std::string digits;
+    std::ranges::copy_if(text, std::back_inserter(digits),
+                         [](char c) { return c != ':' && c != ' '; });
+    long length = 0;
+    const std::unique_ptr<unsigned char, Release<release>> read(
+        OPENSSL_hexstr2buf(digits.c_str(), &length));
+    ERR_clear_error();
+    if (!read || length != sha256_size)
+        return std::nullopt;
+    return Pin{bytes(read.get(), read.get() + length), false};
+}
+
+bool fits(const Pin &pin, const Certificate &certificate) {
+    return certificate.key_pin == key_pin_text(pin.sha256) ||
+           (!pin.is_of_key && certificate.sha256 == hexadecimal(pin.sha256));
 }
 
 } // namespace kavro_cli

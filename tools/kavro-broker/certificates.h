@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,8 @@ nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates);
 /// The certificates of a file, PEM (one or several) or DER. Throws a Failure when there are none.
 std::vector<kavro_broker::bytes> load_certificates(const std::string &path);
 
-/// A SHA-256 fingerprint as it is compared: lower case without separators. Empty when the text is
-/// none.
-std::string normalized_fingerprint(const std::string &text);
+/// "sha256//" and the base64 of a key's, or hexadecimal digits of either with or without colons.
+std::optional<Pin> read_pin(const std::string &text);
+bool fits(const Pin &pin, const Certificate &certificate);
 
 } // namespace kavro_cli

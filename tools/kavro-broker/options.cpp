@@ -60,15 +60,18 @@ void add_broker_options(CLI::App &app, Options &options) {
              "Trust the certificates in this file, PEM or DER, as well; may be repeated",
              [&options](const std::string &file) { options.trust_anchor_files.push_back(file); });
     const auto take_pin = [&options](const std::string &text) {
-        options.pin = normalized_fingerprint(text);
-        if (options.pin.empty())
-            throw CLI::ValidationError("--pin", "takes the 64 hexadecimal digits of a SHA-256");
+        const auto pin = read_pin(text);
+        if (!pin)
+            throw CLI::ValidationError("--pin", "takes the 64 hexadecimal digits of a SHA-256, or "
+                                                "sha256// and its base64");
+        options.pin = *pin;
     };
-    auto *pin = app.add_option_function<std::string>(
-                       "--pin", take_pin,
-                       "Talk only to a broker whose certificate has this fingerprint; one that is "
-                       "merely unknown here is trusted by it")
-                    ->type_name("SHA256");
+    auto *pin =
+        app.add_option_function<std::string>(
+               "--pin", take_pin,
+               "Talk only to a broker whose certificate or key has this fingerprint; one that is "
+               "merely unknown here is trusted by it")
+            ->type_name("SHA256");
     app.add_flag("--insecure", options.insecure, "Accept every certificate, whoever showed it")
         ->excludes(pin);
     app.add_option("--locale", options.locale, "Locale to tell the broker, e.g. de_DE")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "certificate.h"
 #include "records.h"
 
 #include <array>
@@ -61,7 +62,7 @@ struct Options {
     std::array<std::optional<uint32_t>, 4> time_limits;
     bool insecure = false;
     std::vector<std::string> trust_anchor_files;
-    std::string pin; ///< fingerprint of the broker's own certificate; empty for none
+    Pin pin; ///< of the broker's own certificate
     Form form = Form::text;
     Colouring colouring = Colouring::automatic;
     int32_t log_level = 0;

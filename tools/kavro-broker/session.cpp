@@ -56,6 +56,8 @@ Session::Session(const Options &options, const Surroundings &surroundings)
         if (const auto &milliseconds = options.time_limits[limit])
             broker_.set_time_limit(limit, std::chrono::milliseconds(*milliseconds));
     broker_.fail_if_unverified(!options.insecure);
+    if (pin_.is_of_key)
+        broker_.add_key_pin(pin_.sha256);
     broker_.enable_oauth(true);
     for (const auto &file : options.trust_anchor_files)
         for (const auto &certificate : load_certificates(file))
@@ -88,7 +90,7 @@ uint32_t Session::auth_method() {
     try {
         method = ask();
     } catch (Failure &failure) {
-        if (failure.status == ExitStatus::untrusted && !pin_.empty() && !shows_pinned_certificate())
+        if (failure.status == ExitStatus::untrusted && is_pinned() && !shows_pinned_certificate())
             failure.before = another_certificate;
         if (failure.code != KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE ||
             !shows_pinned_certificate())
@@ -111,12 +113,12 @@ void Session::tell_what_the_code_stands_for() {
 
 bool Session::shows_pinned_certificate() const {
     const auto chain = certificates();
-    return !chain.empty() && !pin_.empty() && chain.front().sha256 == pin_;
+    return !chain.empty() && is_pinned() && fits(pin_, chain.front());
 }
 
 /// Before anything secret is sent: the log-in begins with the question for the method.
 void Session::check_pin() const {
-    if (pin_.empty() || shows_pinned_certificate())
+    if (!is_pinned() || shows_pinned_certificate())
         return;
     Failure failure(ExitStatus::untrusted, "PIN_MISMATCH", another_certificate);
     failure.certificates = certificates();
@@ -206,6 +208,10 @@ Failure Session::failure(const kavro_broker::error &error) const {
         failure.detail =
             std::string("The broker's certificate ") + describe_certificate(verdict) + ".";
     failure.certificates = certificates();
+    if (error.code() == KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE)
+        failure.detail += fmt::format(" If its administrator confirms the key, give --pin {}, or "
+                                      "its issuer's certificate with --trust-anchor.",
+                                      failure.certificates.front().key_pin);
     return failure;
 }
 

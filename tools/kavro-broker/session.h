@@ -63,6 +63,7 @@ public:
 
 private:
     void set_address(const Options &options);
+    bool is_pinned() const { return !pin_.sha256.empty(); }
     bool shows_pinned_certificate() const;
     void check_pin() const;
     void tell_what_the_code_stands_for();
@@ -78,7 +79,7 @@ private:
     }
 
     const Surroundings &surroundings_;
-    std::string pin_;
+    Pin pin_;
     std::string registration_code_; ///< of which the user has not been told what it stands for
     const ClientCertificate *client_certificate_ = nullptr;
     std::optional<std::vector<Desktop>> desktops_;
