@@ -24,7 +24,7 @@ while IFS='|' read -r status name words scenario arguments; do
 done <<'ROWS'
 0|healthy|, is healthy.|{}
 3|expired|that has expired|{"tls": {"expired": true}}
-3|wrong-name|for another name|{"tls": {"names": ["other.test"], "automatic_names": false}}
+3|wrong-name|for another name: other.test|{"tls": {"names": ["other.test"], "automatic_names": false}}
 3|self-signed|signed itself|{"tls": {"issuer": "self"}}
 3|unknown-authority|issuer is not known here|{"tls": {"issuer": "stranger"}}
 3|weak-key|a key that is too short|{"tls": {"key": "rsa-768"}}

@@ -30,6 +30,7 @@ expect 0 'Office' list "${log_in[@]}" --pin "$colons" --trust-anchor "$folder/ca
 expect 3 'another certificate than the pinned one' list "${log_in[@]}" --pin "$other" --trust-anchor "$folder/ca.pem"
 expect 3 'the pinned one. The .* not known here. \(301 ' list "${log_in[@]}" --pin "$other"
 expect 3 '"sha256": "'"$pin" certificates "${log_in[@]}" --json
+expect 3 'Names +.*127.0.0.1.*\([0-9]+ days left\)' certificates "${log_in[@]}"
 expect 3 "Key pin +${key_pin//+/\\+}" certificates "${log_in[@]}"
 expect 3 "give --pin ${key_pin//+/\\+}, or" list "${log_in[@]}"
 expect 0 'Office' list "${log_in[@]}" --pin "$key_pin"

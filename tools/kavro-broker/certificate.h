@@ -9,7 +9,9 @@ namespace kavro_cli {
 /// One certificate of the chain that the broker showed, fit to be looked at by a person.
 struct Certificate {
     std::string subject, issuer;
+    std::vector<std::string> names;   ///< hosts and addresses that it is good for
     std::string valid_from, valid_to; ///< UTC, as 2026-11-21T09:30:00Z
+    int days_left = 0;                ///< below 0 when it has expired
     std::string sha256;               ///< fingerprint, lower-case hexadecimal
     std::string key_pin;              ///< the key's, as "sha256//BASE64"
     std::string key;                  ///< kind and length

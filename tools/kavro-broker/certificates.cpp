@@ -8,6 +8,7 @@
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <ctime>
@@ -37,12 +38,16 @@ using BioHandle = std::unique_ptr<BIO, Release<BIO_free>>;
 constexpr std::size_t sha256_size = 32;
 constexpr std::string_view key_pin_prefix = "sha256//";
 
+std::string content_of(BIO *text) {
+    char *start = nullptr;
+    const long length = BIO_get_mem_data(text, &start);
+    return std::string(start, static_cast<std::size_t>(length));
+}
+
 std::string name_text(const X509_NAME *name) {
     const BioHandle text(BIO_new(BIO_s_mem()));
     X509_NAME_print_ex(text.get(), name, 0, XN_FLAG_ONELINE & ~ASN1_STRFLGS_ESC_MSB);
-    char *start = nullptr;
-    const long length = BIO_get_mem_data(text.get(), &start);
-    return std::string(start, static_cast<std::size_t>(length));
+    return content_of(text.get());
 }
 
 std::string time_text(const ASN1_TIME *time) {
@@ -52,6 +57,30 @@ std::string time_text(const ASN1_TIME *time) {
         std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts) == 0)
         return "unknown";
     return text;
+}
+
+/// Whole days, those of the past below 0.
+int days_until(const ASN1_TIME *time) {
+    int days = 0, seconds = 0;
+    ASN1_TIME_diff(&days, &seconds, nullptr, time);
+    return seconds < 0 ? days - 1 : days;
+}
+
+std::vector<std::string> alternative_names(const X509 *certificate) {
+    const std::unique_ptr<GENERAL_NAMES, Release<GENERAL_NAMES_free>> all(
+        static_cast<GENERAL_NAMES *>(
+            X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
+    std::vector<std::string> names;
+    for (int i = 0; all && i < sk_GENERAL_NAME_num(all.get()); ++i) {
+        GENERAL_NAME *const name = sk_GENERAL_NAME_value(all.get(), i);
+        if (name->type != GEN_DNS && name->type != GEN_IPADD)
+            continue;
+        const BioHandle text(BIO_new(BIO_s_mem()));
+        GENERAL_NAME_print(text.get(), name);
+        const std::string shown = content_of(text.get());
+        names.push_back(shown.substr(shown.find(':') + 1)); // behind what kind it is
+    }
+    return names;
 }
 
 std::string hexadecimal(const bytes &sha256) {
@@ -103,12 +132,20 @@ Certificate describe_one(const kavro_broker::certificate &shown) {
         return certificate;
     certificate.subject = name_text(X509_get_subject_name(parsed.get()));
     certificate.issuer = name_text(X509_get_issuer_name(parsed.get()));
+    certificate.names = alternative_names(parsed.get());
+    certificate.days_left = days_until(X509_get0_notAfter(parsed.get()));
     certificate.valid_from = time_text(X509_get0_notBefore(parsed.get()));
     certificate.valid_to = time_text(X509_get0_notAfter(parsed.get()));
     certificate.sha256 = fingerprint(parsed.get());
     certificate.key_pin = key_pin(parsed.get());
     certificate.key = key_text(parsed.get());
     return certificate;
+}
+
+std::string validity(const Certificate &certificate) {
+    const int days = certificate.days_left;
+    return fmt::format("{} to {} ({})", certificate.valid_from, certificate.valid_to,
+                       days < 0 ? "over" : fmt::format("{} days left", days));
 }
 
 bytes to_der(X509 *certificate) {
@@ -135,6 +172,10 @@ std::vector<Certificate> describe(const std::vector<kavro_broker::certificate> &
     return certificates;
 }
 
+std::string names_of(const std::vector<Certificate> &chain) {
+    return chain.empty() ? "" : fmt::format("{}", fmt::join(chain.front().names, ", "));
+}
+
 void print_certificates(const std::vector<Certificate> &certificates, std::ostream &out) {
     for (std::size_t depth = 0; depth < certificates.size(); ++depth) {
         const auto &certificate = certificates[depth];
@@ -142,13 +183,15 @@ void print_certificates(const std::vector<Certificate> &certificates, std::ostre
         const std::pair<const char *, std::string> rows[] = {
             {"Subject", certificate.subject},
             {"Issuer", certificate.issuer},
-            {"Valid", certificate.valid_from + " to " + certificate.valid_to},
+            {"Names", names_of({certificate})},
+            {"Valid", validity(certificate)},
             {"SHA-256", certificate.sha256},
             {"Key", certificate.key},
             {"Key pin", certificate.key_pin},
             {"Verdict", describe_certificate(certificate.verdict)}};
         for (const auto &[title, text] : rows)
-            out << fmt::format("  {:<8}  {}\n", title, visible(text));
+            if (!text.empty())
+                out << fmt::format("  {:<8}  {}\n", title, visible(text));
     }
 }
 
@@ -157,8 +200,10 @@ nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates) {
     for (const auto &certificate : certificates)
         list.push_back({{"subject", certificate.subject},
                         {"issuer", certificate.issuer},
+                        {"names", certificate.names},
                         {"valid_from", certificate.valid_from},
                         {"valid_to", certificate.valid_to},
+                        {"days_left", certificate.days_left},
                         {"sha256", certificate.sha256},
                         {"key", certificate.key},
                         {"key_pin", certificate.key_pin},

@@ -15,6 +15,9 @@ namespace kavro_cli {
 /// A chain as people read it, the broker's own certificate first.
 std::vector<Certificate> describe(const std::vector<kavro_broker::certificate> &chain);
 
+/// The names that the broker's own is good for, as "a.test, b.test".
+std::string names_of(const std::vector<Certificate> &chain);
+
 void print_certificates(const std::vector<Certificate> &certificates, std::ostream &out);
 nlohmann::ordered_json to_json(const std::vector<Certificate> &certificates);
 

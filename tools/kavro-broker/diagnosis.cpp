@@ -1,5 +1,7 @@
 #include "diagnosis.h"
 
+#include "certificates.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -25,7 +27,8 @@ struct Condition {
     bool usable_port = true;
 };
 
-/// In the words "{0}" is the host, "{1}" the port and "{2}" the proxy.
+/// In the words "{0}" is the host, "{1}" the port, "{2}" the proxy and "{3}" what the certificate
+/// is for.
 struct Finding {
     const char *name;
     Condition condition;
@@ -209,7 +212,7 @@ constexpr Finding findings[] = {
      "Another service may have the port, or a load balancer that has no broker behind it."},
     {"wrong-name",
      {.verdict = KAVRO_BROKER_CERTIFICATE_HOST_NAME_MISMATCH},
-     "{0} shows a certificate for another name.",
+     "{0} shows a certificate for another name: {3}.",
      "Use the name that the broker was set up for: kavro-broker certificates shows it. When the "
      "name is right, a log-in page of the network may be in the way: open a web page in a browser, "
      "and log in there."},
@@ -368,6 +371,13 @@ std::string ports_of(const Evidence &evidence) {
     return ports;
 }
 
+/// By its names, or else by its owner.
+std::string good_for(const Evidence &evidence) {
+    const auto &chain = evidence.result.certificates;
+    const std::string names = names_of(chain);
+    return names.empty() && !chain.empty() ? chain.front().subject : names;
+}
+
 } // namespace
 
 std::string proxy_of(const nlohmann::ordered_json &connection) {
@@ -395,7 +405,7 @@ Diagnosis diagnose(const Evidence &evidence) {
     const std::string host = text_at(evidence.connection(), "host");
     const std::string words =
         fmt::format(fmt::runtime(finding->words), host.empty() ? evidence.broker : host,
-                    ports_of(evidence), proxy_of(evidence.connection()));
+                    ports_of(evidence), proxy_of(evidence.connection()), good_for(evidence));
     const std::string &before = evidence.result.before;
     return {finding->name, before.empty() ? words : before + " " + words, finding->advice,
             finding->status.value_or(evidence.result.status)};
