@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <iterator>
 
 using namespace broker_sim;
 using namespace std::chrono_literals;
@@ -97,14 +96,6 @@ TEST(Status, ForgetsTheOldest) {
     }
 }
 
-std::string http_answer(std::uint16_t port, const std::string &head) {
-    boost::asio::ip::tcp::iostream stream;
-    stream.expires_after(20s);
-    stream.connect("127.0.0.1", std::to_string(port));
-    stream << head << "Connection: close\r\n\r\n" << std::flush;
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 TEST(StatusServer, AnswersReadersOfThisMachineOnly) {
     const StatusServer server(0, [] { return "{\"the\": \"status\"}"; });
     const std::string port = ":" + std::to_string(server.port());
@@ -125,7 +116,8 @@ TEST(StatusServer, AnswersReadersOfThisMachineOnly) {
     };
     for (const auto &[request, host, status, body] : cases) {
         const std::string answer =
-            http_answer(server.port(), request + " HTTP/1.1\r\nHost: " + host + "\r\n");
+            say("127.0.0.1", server.port(),
+                request + " HTTP/1.1\r\nHost: " + host + "\r\nConnection: close\r\n\r\n");
         EXPECT_TRUE(answer.starts_with(std::string("HTTP/1.1 ") + status)) << request << answer;
         EXPECT_NE(answer.find("Content-Security-Policy: default-src 'none'"), answer.npos)
             << answer;

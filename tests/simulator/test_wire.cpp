@@ -115,18 +115,9 @@ TEST(Wire, EndingsCutTheAnswerOrTheHandshake) {
     EXPECT_EQ(simulator.connections(), std::size(rows) - 1) << "the last was never accepted";
 }
 
-/// What the proxy, and the server behind it, send to these bytes of plain TCP.
-std::string say_to_proxy(const Simulator &simulator, std::string_view bytes) {
-    asio::ip::tcp::iostream stream;
-    stream.expires_after(limit);
-    stream.connect(simulator.address(), std::to_string(simulator.port(server_name::proxy)));
-    stream << bytes << std::flush;
-    stream.socket().shutdown(asio::socket_base::shutdown_send);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 TEST(Wire, TheProxyTellsWhoMayPass) {
     using namespace std::string_literals;
+    using server_name::proxy;
     const std::string connect = "CONNECT broker.test:443 HTTP/1.1\r\nConnection: close\r\n",
                       offer = "Proxy-Authenticate: Basic realm=\"simulator\", charset=\"UTF-8\"",
                       ann = "\x01\x03"
@@ -156,7 +147,7 @@ TEST(Wire, TheProxyTellsWhoMayPass) {
     for (const auto &[said, heard, scripted] : rows) {
         simulator.clear_faults();
         simulator.set_override(scripted);
-        const std::string answer = say_to_proxy(simulator, said);
+        const std::string answer = say(simulator.address(), simulator.port(proxy), said);
         EXPECT_EQ(answer.substr(0, heard.size()), heard) << said;
         EXPECT_EQ(answer.find(offer) != answer.npos, heard == "HTTP/1.1 407 ") << answer;
     }

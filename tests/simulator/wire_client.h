@@ -11,6 +11,7 @@
 
 #include <array>
 #include <chrono>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,16 @@ inline Received converse(const broker_sim::Simulator &simulator, std::string_vie
     });
     io.run_for(limit);
     return received;
+}
+
+/// What comes back to these bytes of plain TCP, which are all that is said.
+inline std::string say(const std::string &address, std::uint16_t port, std::string_view bytes) {
+    boost::asio::ip::tcp::iostream stream;
+    stream.expires_after(std::chrono::seconds(20));
+    stream.connect(address, std::to_string(port));
+    stream << bytes << std::flush;
+    stream.socket().shutdown(boost::asio::socket_base::shutdown_send);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// An HTTP request to the broker around a message element; the end of the connection follows its
