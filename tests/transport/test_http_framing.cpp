@@ -219,8 +219,8 @@ TEST(HttpResponse, NothingBeyondTheLimitsIsHeld) {
         {chunked + "2;" + extension + "\r\nhi\r\n0\r\n", State::complete, "hi"},
         {chunked + "2;e" + extension + "\r\nhi\r\n0\r\n", State::mangled, ""},
         // In time that grows with its length.
-        {chunked + repeated("1\r\nx\r\n", 300'000) + "0\r\n\r\n", State::complete,
-         std::string(300'000, 'x')},
+        {chunked + repeated("1\r\nx\r\n", 100'000) + "0\r\n\r\n", State::complete,
+         std::string(100'000, 'x')},
     };
     for (const auto &row : rows)
         check(row);
