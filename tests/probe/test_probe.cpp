@@ -181,7 +181,7 @@ TEST_F(Probe, OnlyAPlausibleNameIsLookedUp) {
 
     const ScriptedPeer peer({answering("<kavro-client/>")});
     names.set("good.test", {peer.endpoint()});
-    for (int number = 0; number <= NameResolver::max_abandoned; ++number)
+    for (int number = 0; number <= BlockingCall::max_abandoned; ++number)
         EXPECT_EQ(find(finder, "good.test", "443"), "KAVR 443") << "ended look-ups do not add up";
 
     // An address that cannot be connected to is not the last word on a name.

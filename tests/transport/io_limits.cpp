@@ -93,7 +93,7 @@ TEST_F(LimitTest, AbandonedLookUpsAreBounded) {
     EXPECT_EQ(outcome.result.result, ConnectCode::resolve_failed);
     EXPECT_LT(outcome.took, margin);
     EXPECT_EQ(resolve(client, "desktop.test").result, "");
-    silent_.wait_for_lookups(NameResolver::max_abandoned);
+    silent_.wait_for_lookups(BlockingCall::max_abandoned);
 
     silent_.release();
     while (resolve(client, "desktop.test").result != "192.0.2.1") // as soon as a thread has ended
@@ -109,7 +109,7 @@ TEST_F(LimitTest, LookUpsThatAnswerInSpiteOfACancelAreNotAbandoned) {
         return NameResolver::Endpoints{{boost::asio::ip::make_address("192.0.2.1"), 0}};
     };
     HttpsXmlClient client(answering, waiter);
-    for (int i = 0; i < 100 * NameResolver::max_abandoned; ++i)
+    for (int i = 0; i < 100 * BlockingCall::max_abandoned; ++i)
         resolve(client, "desktop.test");
     *cancelling = false;
     std::string found;

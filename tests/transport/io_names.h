@@ -1,6 +1,7 @@
 #pragma once
 
 #include "io_client.h"
+#include "transport/blocking_call.h"
 #include "transport/name_resolution.h"
 
 #include <atomic>
@@ -82,7 +83,7 @@ private:
 
 /// Leaves as many look-ups behind as there may be: each of a connection that is cancelled.
 inline void abandon_lookups(const SilentNames &silent) {
-    for (int i = 1; i <= NameResolver::max_abandoned; ++i) {
+    for (int i = 1; i <= BlockingCall::max_abandoned; ++i) {
         HttpsXmlClient client(silent.lookup());
         const auto canceller = cancel_after(client, [&] { silent.wait_for_lookups(i); });
         EXPECT_EQ(connect(client, "broker.test:443").result.result, ConnectCode::cancelled);

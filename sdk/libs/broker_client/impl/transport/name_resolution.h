@@ -13,9 +13,7 @@ namespace kavro {
 
 /// Looks up host names without ever making its owner wait for the system's resolver.
 ///
-/// The system call cannot be interrupted, so it runs on a thread of its own. A look-up that is
-/// abandoned leaves its thread to run out unheard, and at most 16 such threads exist in the
-/// process: with that many, further look-ups fail at once.
+/// The system call cannot be interrupted, so it is a BlockingCall.
 class NameResolver {
 public:
     /// The addresses in the system's order, at most 16 of them.
@@ -26,7 +24,6 @@ public:
                                                    boost::system::error_code &error)>;
 
     static constexpr std::size_t max_endpoints = 16;
-    static constexpr int max_abandoned = 16;
 
     /// Asks the system's resolver.
     static Endpoints system_lookup(const std::string &host, const std::string &port,
