@@ -57,7 +57,12 @@ std::optional<std::uint16_t> status_code(std::string_view status_line) {
     return to_number<std::uint16_t>(code, 10);
 }
 
-/// RFC 9110 section 5.6.1: whether a list of tokens, in any letter case, has this one.
+bool has_control_characters(std::string_view text) {
+    return std::ranges::any_of(text, ascii::is_control);
+}
+
+} // namespace
+
 bool lists(std::string_view list, std::string_view token) {
     while (!list.empty()) {
         const auto end = std::min(list.find(','), list.size());
@@ -67,12 +72,6 @@ bool lists(std::string_view list, std::string_view token) {
     }
     return false;
 }
-
-bool has_control_characters(std::string_view text) {
-    return std::ranges::any_of(text, ascii::is_control);
-}
-
-} // namespace
 
 SecureText http_post_request(std::string_view path, std::string_view host,
                              std::string_view client_log_id, const CookieTable &cookies,

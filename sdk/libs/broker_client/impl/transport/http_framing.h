@@ -23,6 +23,10 @@ struct HttpLimits {
     static constexpr std::size_t cookie_bytes = 4 * 1024;
 };
 
+/// Whether a list of tokens, with commas between, has this one in any letter case (RFC 9110 section
+/// 5.6.1).
+bool lists(std::string_view list, std::string_view token);
+
 /// The whole POST request, head and body.
 SecureText http_post_request(std::string_view path, std::string_view host,
                              std::string_view client_log_id, const CookieTable &cookies,

@@ -113,14 +113,4 @@ std::vector<Challenge> parse_challenges(std::string_view text) {
     return Reader(text).read();
 }
 
-bool lists_word(std::string_view list, std::string_view word) {
-    while (!list.empty()) {
-        const std::string_view next = list.substr(0, list.find_first_of(", \t"));
-        if (ascii::equal_ignoring_case(next, word))
-            return true;
-        list.remove_prefix(std::min(next.size() + 1, list.size()));
-    }
-    return false;
-}
-
 } // namespace kavro

@@ -22,7 +22,4 @@ struct Challenge {
 /// Reads the value of one field line, which may hold several. What cannot be read ends it.
 std::vector<Challenge> parse_challenges(std::string_view text);
 
-/// Whether a list of words, with commas or blanks between, holds this one in any letter case.
-bool lists_word(std::string_view list, std::string_view word);
-
 } // namespace kavro

@@ -1,5 +1,6 @@
 #include "transport/proxy/digest.h"
 
+#include "transport/http_framing.h"
 #include "utils/src/ascii.h"
 #include "utils/src/openssl_handles.h"
 
@@ -75,7 +76,7 @@ void add_quoted(SecureText &answer, std::string_view name, std::string_view valu
 int strength_of(const Challenge &challenge) {
     const auto *const algorithm = algorithm_of(challenge);
     const std::string_view protection = challenge.parameter("qop");
-    if (algorithm == nullptr || (!protection.empty() && !lists_word(protection, "auth")))
+    if (algorithm == nullptr || (!protection.empty() && !lists(protection, "auth")))
         return 0;
     return static_cast<int>(algorithm - algorithms) + 1;
 }

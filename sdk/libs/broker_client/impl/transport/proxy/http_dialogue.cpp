@@ -46,9 +46,9 @@ private:
         if (!equal_ignoring_case(name, "Connection") &&
             !equal_ignoring_case(name, "Proxy-Connection"))
             return;
-        if (lists_word(value, "close"))
+        if (lists(value, "close"))
             closes = true;
-        else if (lists_word(value, "keep-alive"))
+        else if (lists(value, "keep-alive"))
             closes = false;
     }
 };
