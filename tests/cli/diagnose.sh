@@ -45,6 +45,7 @@ done <<'ROWS'
 0|healthy|, is healthy.|{"proxy": {}}|--proxy socks5h://127.0.0.1:PROXY
 2|proxy-log-in|wants a log-in|{"proxy": {"log_in": ["basic"], "users": [{"username": "ann", "password": "wonderland"}]}}|--proxy http://127.0.0.1:PROXY --proxy-user ann --proxy-password-fd 0
 2|proxy-log-in|wants a log-in|{"proxy": {"log_in": ["ntlm"]}}|--proxy socks5h://127.0.0.1:PROXY
+2|proxy-log-in|takes tickets|{"proxy": {"log_in": ["negotiate", "ntlm"]}}|--proxy http://127.0.0.1:PROXY
 2|proxy-forbids|let anybody through|{"proxy": {}, "overrides": [{"request": "connect", "status": 403}]}|--proxy http://127.0.0.1:PROXY
 2|proxy-forbids|let anybody through|{"proxy": {}, "overrides": [{"request": "connect", "status": 403}]}|--proxy socks5://127.0.0.1:PROXY
 2|proxy-finds-none|not get through|{"proxy": {}, "overrides": [{"request": "connect", "status": 502}]}|--proxy http://127.0.0.1:PROXY

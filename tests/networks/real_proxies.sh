@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The same conversation through the proxies that companies have: real_proxies.sh SIMULATOR CLIENT
-# Needs squid, tinyproxy and danted; all of them listen on 127.0.0.1 and leave nothing behind.
+# Needs squid, tinyproxy, danted and krb5kdc; all of them listen on 127.0.0.1 and leave nothing behind.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 . "$here/../../tools/simulator.sh"
@@ -57,6 +57,43 @@ CONF
   start "$proxy_port" squid -N -f "$folder/squid-$1/conf"
 }
 
+# A realm of its own, in which the proxy is known by the name "localhost", and the user may log in.
+start_kdc() {
+  local kdc_port
+  kdc_port=$(free_port)
+  export KRB5_CONFIG=$folder/krb5.conf KRB5_KDC_PROFILE=$folder/kdc.conf
+  export KRB5CCNAME=FILE:$folder/tickets KRB5_KTNAME=$folder/keytab KRB5RCACHETYPE=none
+  cat >krb5.conf <<CONF
+[libdefaults]
+default_realm = TEST
+dns_lookup_kdc = false
+dns_canonicalize_hostname = false
+udp_preference_limit = 1
+[realms]
+TEST = {
+  kdc = 127.0.0.1:$kdc_port
+}
+CONF
+  cat >kdc.conf <<CONF
+[kdcdefaults]
+kdc_listen = ""
+kdc_tcp_listen = 127.0.0.1:$kdc_port
+[realms]
+TEST = {
+  database_name = $folder/principals
+  key_stash_file = $folder/stash
+}
+[logging]
+default = FILE:$folder/kdc.log
+CONF
+  kdb5_util create -s -r TEST -P master >/dev/null 2>&1
+  kadmin.local -q "add_principal -pw \"$password\" $user" >/dev/null 2>&1
+  kadmin.local -q 'add_principal -randkey HTTP/localhost' >/dev/null 2>&1
+  kadmin.local -q "ktadd -k $folder/keytab HTTP/localhost" >/dev/null 2>&1
+  chmod 644 keytab # its reader has changed to a user of its own
+  start "$kdc_port" krb5kdc -n -r TEST
+}
+
 start_tinyproxy() {
   proxy_port=$(free_port)
   printf '%s\n' "Port $proxy_port" 'Listen 127.0.0.1' 'Timeout 30' 'MaxClients 10' "$@" >tinyproxy.conf
@@ -103,6 +140,13 @@ echo "squid, Digest"
 start_squid digest "digest_file_auth -c $folder/digest" 'auth_param digest realm test'
 through 0 Office "http://localhost:$proxy_port" "$password"
 through 2 'refuses the log-in' "http://localhost:$proxy_port" wrong
+echo "squid, Negotiate"
+start_kdc
+start_squid negotiate "negotiate_kerberos_auth -k $folder/keytab -s HTTP/localhost@TEST"
+through 2 'Negotiate: No Kerberos credentials available' "http://localhost:$proxy_port" "$password"
+kinit "$user" <<<"$password" >/dev/null
+through 0 Office "http://localhost:$proxy_port"
+through 2 'Negotiate: Server HTTP/127.0.0.1@TEST not found' "http://127.0.0.1:$proxy_port"
 echo "tinyproxy, dante"
 start_tinyproxy
 through 0 Office "http://localhost:$proxy_port"

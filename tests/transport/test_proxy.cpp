@@ -1,10 +1,14 @@
 #include "transport/proxy/digest.h"
 #include "transport/proxy/environment_proxy.h"
 #include "transport/proxy/proxy_dialogue.h"
+#include "transport/proxy/proxy_setting.h"
+#include "transport/waiter.h"
+#include "utils/src/base64.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
+#include <span>
 #include <vector>
 
 namespace kavro {
@@ -93,6 +97,37 @@ TEST(ProxyOfTheEnvironment, IsWhatTheVariablesSay) {
     }
 }
 
+TEST(ProxyOfWindows, IsWhatItsListsSay) {
+    const struct {
+        const char *list, *exceptions;
+        const char *reading; ///< null for a list that cannot be used
+    } rows[] = {
+        {"", "", "none"},
+        {"p.test:1", "*.other.test;<local>", "http p.test:1"},
+        {"http=p.test:1;https=q.test:2 socks=r.test:3", "", "http q.test:2"},
+        {"ftp=p.test:1", "", "none"},
+        {"http://p.test:1;q.test:2", "", "http p.test:1"},
+        {"socks://p.test:1", "", "socks5 p.test:1"},
+        {"p.test", "", nullptr},
+        {"p.test;q.test:2", "", "http q.test:2"},
+        {"p.test:1", "10.*;*.Broker.test", "none"},
+        {"p.test:1", "x.*r.t*st", "none"},
+        {"p.test:1", "broker.test; *roker", "http p.test:1"},
+        {"p.test:1", "*", "none"},
+    };
+    for (const auto &[list, exceptions, reading] : rows) {
+        const Expected<ProxyHandle> proxy =
+            windows_excepts(exceptions, "x.broker.test") ? ProxyHandle() : proxy_of_windows(list);
+        ASSERT_EQ(static_cast<bool>(proxy), reading != nullptr) << list;
+        if (proxy) {
+            EXPECT_EQ(*proxy ? name_of((*proxy)->kind) + " "s + authority_of((*proxy)->peer)
+                             : "none",
+                      reading);
+        }
+    }
+    EXPECT_TRUE(windows_excepts("<local>", "broker"));
+}
+
 // The example of RFC 7616 section 3.9.1.
 TEST(Digest, IsThatOfTheStandard) {
     const struct {
@@ -156,9 +191,10 @@ void play(const DialogueRow &row, std::size_t piece) {
     const auto proxy = *parse_proxy(row.proxy, row.user, "secret");
     const Peer target{"broker.test", "443"};
     const bool here = proxy->kind == ProxyKind::socks5;
+    Waiter waiter;
     const auto dialogue =
         proxy->kind == ProxyKind::http
-            ? http_dialogue(*proxy, target)
+            ? http_dialogue(*proxy, target, system_tickets(waiter))
             : socks_dialogue(*proxy, target,
                              here ? Addresses{boost::asio::ip::make_address("::1"),
                                               boost::asio::ip::make_address("1.2.3.4")}
@@ -295,6 +331,86 @@ TEST(ProxyDialogueTest, EndsAsTheProxyDecides) {
         for (const std::size_t piece : {std::size_t(1), std::size_t(100000)})
             play(row, piece);
     }
+}
+
+TEST(ProxyTickets, AreTheSystems) {
+    constexpr const char *tickets = "http://tickets.test:1", *none = "http://p.test:1";
+    const auto says = [](const std::string &scheme, const std::string &token) {
+        const auto text = encode_base64(std::as_bytes(std::span(token)));
+        return connect_with("Proxy-Authorization: " + scheme + " " + std::string(text) +
+                            "\r\n\r\n");
+    };
+    const std::string plain = connect_with("\r\n"), consent = "HTTP/1.1 200 Fine\r\n\r\nEARLY",
+                      basic = connect_with("Proxy-Authorization: Basic ZXZlOnNlY3JldA==\r\n\r\n"),
+                      more = "NTLM Z28gb24=", refuses = "the proxy refuses the log-in";
+    const DialogueRow rows[] = {
+        {"the strongest, by the user's ticket",
+         tickets,
+         nullptr,
+         {{plain, wants("Basic, NTLM, Negotiate, Digest nonce=n")},
+          {says("Negotiate", "HTTP@tickets.test 1"), consent}},
+         Next::open},
+        {"by name and password, from token to token on one connection",
+         none,
+         "ann",
+         {{plain, wants("NTLM", "Connection: close\r\n")},
+          {says("NTLM", "HTTP@p.test ann 1"), wants(more)},
+          {says("NTLM", "HTTP@p.test ann 2"), consent}},
+         Next::open,
+         {},
+         2},
+        {"no ticket",
+         none,
+         nullptr,
+         {{plain, wants("Negotiate, Basic")}},
+         Next::log_in,
+         "the proxy wants a log-in (Negotiate: words 2)"},
+        {"no such user there, who is not named",
+         none,
+         "eve",
+         {{plain, wants("Negotiate, NTLM, Basic")}, {basic, wants("Basic")}},
+         Next::log_in,
+         refuses + " (Negotiate: words 2; NTLM: status 13)"},
+        {"a ticket refused, then the password: neither is said again",
+         tickets,
+         "ann",
+         {{plain, wants("Negotiate, NTLM, Basic")},
+          {says("Negotiate", "HTTP@tickets.test 1"), wants("Negotiate, NTLM, Basic")},
+          {says("NTLM", "HTTP@tickets.test ann 1"), wants("Negotiate, NTLM, Basic")}},
+         Next::log_in,
+         refuses},
+        {"a ticket refused: not said in another way",
+         tickets,
+         nullptr,
+         {{plain, wants("Negotiate, NTLM")},
+          {says("Negotiate", "HTTP@tickets.test 1"), wants("Negotiate, NTLM")}},
+         Next::log_in,
+         refuses},
+        {"a token that is no base64",
+         tickets,
+         nullptr,
+         {{plain, wants("NTLM")}, {says("NTLM", "HTTP@tickets.test 1"), wants("NTLM Z28gb24")}},
+         Next::log_in,
+         refuses + " (NTLM: the proxy's token is mangled)"},
+        {"a token that is none",
+         tickets,
+         nullptr,
+         {{plain, wants("NTLM")}, {says("NTLM", "HTTP@tickets.test 1"), wants("NTLM YmFk")}},
+         Next::log_in,
+         refuses + " (NTLM: words 1)"},
+        {"tokens without end",
+         tickets,
+         nullptr,
+         {{plain, wants("NTLM")},
+          {says("NTLM", "HTTP@tickets.test 1"), wants(more)},
+          {says("NTLM", "HTTP@tickets.test 2"), wants(more)},
+          {says("NTLM", "HTTP@tickets.test 3"), wants(more)},
+          {says("NTLM", "HTTP@tickets.test 4"), wants(more)}},
+         Next::log_in,
+         refuses},
+    };
+    for (const auto &row : rows)
+        play(row, 100000);
 }
 
 } // namespace

@@ -151,8 +151,9 @@ constexpr Command diagnose_command{
     "wrong, with the time that each step took. When it is no broker that answers, it looks for\n"
     "other kinds there, as probe does, unless the host is not trusted. It tells nobody a name or "
     "a\n"
-    "password, a proxy neither. The object of --json holds the library's report and nothing\n"
-    "secret, so that it can be sent to an administrator.\n\n"
+    "password and shows no ticket, a proxy neither. The object of --json holds the library's "
+    "report\n"
+    "and nothing secret, so that it can be sent to an administrator.\n\n"
     "Examples:\n"
     "  kavro-broker diagnose --broker broker.example\n"
     "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",

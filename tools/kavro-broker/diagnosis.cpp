@@ -95,6 +95,12 @@ constexpr Finding findings[] = {
      "It may be looking for the broker in vain: check the broker's name and port, then have the "
      "proxy looked at."},
     {"proxy-log-in",
+     {.result = KAVRO_BROKER_ERR_PROXY_AUTH_REQUIRED, .error = "(Negotiate"},
+     "The proxy {2} wants a log-in, and takes tickets.",
+     "The other commands show it the ticket that you have on this machine (klist, kinit), or give "
+     "them --proxy-user and --proxy-password-fd. This one tells nobody who you are, and so it "
+     "cannot look behind the proxy."},
+    {"proxy-log-in",
      {.result = KAVRO_BROKER_ERR_PROXY_AUTH_REQUIRED},
      "The proxy {2} wants a log-in.",
      "Give the other commands --proxy-user and --proxy-password-fd. This one tells nobody a name "

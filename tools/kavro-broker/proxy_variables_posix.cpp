@@ -25,6 +25,7 @@ void forget_log_in_of_environment() {
         if (const std::size_t at = text.rfind('@'); at != text.npos && at >= begin)
             setenv(name, text.erase(begin, at + 1 - begin).c_str(), 1);
     }
+    setenv("KAVRO_BROKER_NO_TICKETS", "1", 1);
 }
 
 } // namespace kavro_cli

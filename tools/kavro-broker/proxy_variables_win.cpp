@@ -10,7 +10,9 @@ bool environment_names_proxy() {
     return value != nullptr && *value != '\0';
 }
 
-/// The system's own settings count here, and they hold none.
-void forget_log_in_of_environment() {}
+/// The system's own settings count here, and they hold no log-in.
+void forget_log_in_of_environment() {
+    _putenv_s("KAVRO_BROKER_NO_TICKETS", "1");
+}
 
 } // namespace kavro_cli

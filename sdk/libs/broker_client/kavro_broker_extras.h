@@ -73,11 +73,15 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_time_limit(kavro_broker_ha
  * - "socks5://HOST:PORT": by SOCKS 5 (RFC 1928), the broker's name being looked up here;
  *   "socks5h://HOST:PORT": looked up by the proxy. With HTTP it is the proxy, too, who looks it up.
  * - "system": what the machine is set to, asked anew for each connection: on Linux the variables
- *   `https_proxy` and `no_proxy`; on Windows nothing is asked yet, and the way is direct.
+ *   `https_proxy` and `no_proxy`, else libproxy where it is installed; on Windows the user's and the
+ *   machine's settings, automatic configuration included.
  *
  * An IPv6 address stands in brackets. The user and the password are sent when the proxy asks for
- * them only: by SOCKS (RFC 1929), or by the strongest of Digest (RFC 7616) and Basic that it
- * offers. The broker's certificate is judged against the broker's name, whatever the way.
+ * them only: by SOCKS (RFC 1929), or by the strongest of Negotiate (RFC 4559), NTLM, Digest
+ * (RFC 7616) and Basic that it offers. For Negotiate and NTLM the system makes the tokens: with the
+ * tickets of whoever runs the program, unless the environment has KAVRO_BROKER_NO_TICKETS, or with
+ * the user and the password (by NTLM; on Windows by both). The broker's certificate is judged
+ * against the broker's name, whatever the way.
  *
  * @param handle null sets the way of every type finder and of the registration codes' download, and
  * of no handle.

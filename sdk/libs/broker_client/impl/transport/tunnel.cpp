@@ -95,7 +95,7 @@ error_code TlsConnection::open_tunnel(const Proxy &proxy, const NameResolver &re
 std::unique_ptr<ProxyDialogue>
 TlsConnection::dialogue_with(const Proxy &proxy, const NameResolver &resolver, error_code &error) {
     if (!is_socks(proxy.kind))
-        return http_dialogue(proxy, peer_);
+        return http_dialogue(proxy, peer_, system_tickets(waiter_));
     Addresses addresses;
     if (proxy.kind == ProxyKind::socks5 || as_literal(peer_.host))
         for (const auto &endpoint : find(peer_, resolver, error))
@@ -137,6 +137,7 @@ ProxyDialogue::Next TlsConnection::talk(ProxyDialogue &dialogue, error_code &err
             next = dialogue.received({answer.data(), bytes});
         }
     }
+    error = waiter_.check(); // a ticket may have been waited for
     return next;
 }
 

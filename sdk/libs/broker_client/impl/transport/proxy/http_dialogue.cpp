@@ -56,8 +56,8 @@ private:
 /// CONNECT (RFC 9110 section 9.3.6).
 class HttpDialogue final : public ProxyDialogue {
 public:
-    HttpDialogue(const Proxy &proxy, const Peer &target)
-        : target_(authority_of(target)), log_in_(proxy, target_) {}
+    HttpDialogue(const Proxy &proxy, const Peer &target, const Tickets &tickets)
+        : target_(authority_of(target)), log_in_(proxy, target_, tickets) {}
     ~HttpDialogue() override { wipe(authorization_); }
 
     Next connected() override {
@@ -117,7 +117,7 @@ private:
         const LogInWanted wanted(answer_->head());
         auto authorization = log_in_.answer(wanted.challenges);
         if (!authorization)
-            return wants_log_in(!authorization_.empty());
+            return wants_log_in(!authorization_.empty(), log_in_.reasons());
         wipe(authorization_);
         authorization_ = std::move(*authorization);
         if (!whole || wanted.closes || !answer_->has_length())
@@ -136,8 +136,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<ProxyDialogue> http_dialogue(const Proxy &proxy, const Peer &target) {
-    return std::make_unique<HttpDialogue>(proxy, target);
+std::unique_ptr<ProxyDialogue> http_dialogue(const Proxy &proxy, const Peer &target,
+                                             const Tickets &tickets) {
+    return std::make_unique<HttpDialogue>(proxy, target, tickets);
 }
 
 } // namespace kavro

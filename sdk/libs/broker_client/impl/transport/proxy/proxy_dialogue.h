@@ -1,6 +1,6 @@
 #pragma once
 
-#include "transport/proxy/proxy.h"
+#include "transport/proxy/proxy_tickets.h"
 
 #include <boost/asio/ip/address.hpp>
 
@@ -47,8 +47,10 @@ protected:
         reason_ = std::move(reason);
         return Next::refused;
     }
-    Next wants_log_in(bool another) {
+    /// @param more is said behind it.
+    Next wants_log_in(bool another, std::string_view more = {}) {
         reason_ = another ? "the proxy refuses the log-in" : "the proxy wants a log-in";
+        reason_ += more;
         return Next::log_in;
     }
 
@@ -60,7 +62,9 @@ protected:
 
 using Addresses = std::vector<boost::asio::ip::address>;
 
-std::unique_ptr<ProxyDialogue> http_dialogue(const Proxy &proxy, const Peer &target);
+/// The tickets may make it wait.
+std::unique_ptr<ProxyDialogue> http_dialogue(const Proxy &proxy, const Peer &target,
+                                             const Tickets &tickets);
 /// @param addresses of the target, to be tried in this order; none lets the proxy look it up.
 std::unique_ptr<ProxyDialogue> socks_dialogue(const Proxy &proxy, const Peer &target,
                                               Addresses addresses);

@@ -14,10 +14,10 @@ namespace kavro {
 
 namespace {
 
-/// Once it was said and refused, it is not said again in another way.
+/// Once it was said and refused, it is not said again in another way; no more is a ticket.
 struct Password {
     const Proxy &proxy;
-    bool said = false;
+    bool said = false, ticket_said = false;
 
     bool known() const { return !proxy.user.empty(); }
 };
@@ -28,6 +28,58 @@ std::string random_text() {
         throw_openssl_error("RAND_bytes");
     return std::string(encode_base64(std::as_bytes(std::span(bytes))));
 }
+
+/// RFC 4559, and NTLM in the same way.
+class TokenLogIn final : public LogInScheme {
+public:
+    TokenLogIn(const char *name, std::shared_ptr<Password> password, const Tickets &tickets)
+        : name_(name), password_(std::move(password)), tickets_(tickets) {}
+
+    const char *name() const override { return name_; }
+    std::string_view reason() const override { return reason_; }
+
+    std::optional<SecureText> answer(std::span<const Challenge> challenges) override {
+        return tokens_ ? go_on(challenges.front().token) : begin();
+    }
+
+private:
+    std::optional<SecureText> begin() {
+        tokens_ = tickets_(name_, password_->proxy);
+        bool &said = tokens_->are_by_password() ? password_->said : password_->ticket_said;
+        if (said)
+            return std::nullopt;
+        auto token = next({});
+        said = token.has_value();
+        return token;
+    }
+
+    /// A challenge without a token is now a refusal.
+    std::optional<SecureText> go_on(std::string_view challenge) {
+        const auto received = decode_base64(challenge);
+        if (!received)
+            return no_answer("the proxy's token is mangled");
+        return received->empty() ? std::nullopt
+                                 : next(SecureText(received->begin(), received->end()));
+    }
+
+    std::optional<SecureText> next(const SecureText &received) {
+        const auto token = tokens_->next(received);
+        if (!token)
+            return no_answer(token.error());
+        return SecureText(name_) + " " + encode_base64(std::as_bytes(std::span(*token)));
+    }
+
+    std::nullopt_t no_answer(const std::string &reason) {
+        reason_ = reason;
+        return std::nullopt;
+    }
+
+    const char *const name_;
+    const std::shared_ptr<Password> password_;
+    const Tickets tickets_;
+    std::unique_ptr<Tokens> tokens_;
+    std::string reason_;
+};
 
 /// RFC 7616.
 class DigestLogIn final : public LogInScheme {
@@ -84,8 +136,10 @@ private:
 
 } // namespace
 
-ProxyLogIn::ProxyLogIn(const Proxy &proxy, std::string uri) {
+ProxyLogIn::ProxyLogIn(const Proxy &proxy, std::string uri, const Tickets &tickets) {
     const auto password = std::make_shared<Password>(Password{proxy});
+    for (const char *const name : {"Negotiate", "NTLM"})
+        schemes_.push_back(std::make_unique<TokenLogIn>(name, password, tickets));
     schemes_.push_back(std::make_unique<DigestLogIn>(password, std::move(uri)));
     schemes_.push_back(std::make_unique<BasicLogIn>(password));
 }
@@ -104,6 +158,17 @@ std::optional<SecureText> ProxyLogIn::answer(std::span<const Challenge> challeng
             return words;
     }
     return std::nullopt;
+}
+
+std::string ProxyLogIn::reasons() const {
+    std::string text;
+    for (const auto &scheme : schemes_)
+        if (const auto reason = scheme->reason(); !reason.empty())
+            text.append(text.empty() ? " (" : "; ")
+                .append(scheme->name())
+                .append(": ")
+                .append(reason);
+    return text.empty() ? text : text + ")";
 }
 
 } // namespace kavro

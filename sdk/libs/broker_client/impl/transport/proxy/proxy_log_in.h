@@ -1,7 +1,7 @@
 #pragma once
 
 #include "transport/proxy/challenge.h"
-#include "transport/proxy/proxy.h"
+#include "transport/proxy/proxy_tickets.h"
 
 #include <memory>
 #include <optional>
@@ -19,6 +19,8 @@ public:
     /// The value of the Proxy-Authorization field, in answer to challenges of this scheme; nothing
     /// when there is no answer, or none that has not been refused.
     virtual std::optional<SecureText> answer(std::span<const Challenge> challenges) = 0;
+    /// Why there was no answer, when that is worth telling.
+    virtual std::string_view reason() const { return {}; }
 };
 
 /// Logs in to an HTTP proxy: by the strongest scheme that it offers and that this machine can do,
@@ -28,9 +30,11 @@ public:
     static constexpr int most_rounds = 4;
 
     /// @param uri what the requests ask for.
-    ProxyLogIn(const Proxy &proxy, std::string uri);
+    ProxyLogIn(const Proxy &proxy, std::string uri, const Tickets &tickets);
 
     std::optional<SecureText> answer(std::span<const Challenge> challenges);
+    /// Which schemes were passed over for which reason, as " (Negotiate: no ticket)".
+    std::string reasons() const;
 
 private:
     std::vector<std::unique_ptr<LogInScheme>> schemes_; ///< the strongest first
