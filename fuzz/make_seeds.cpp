@@ -153,6 +153,8 @@ void add_proxies(Seeds &seeds) {
     for (const char *challenge :
          {"Basic realm=\"a\", NTLM", "Digest realm=\"r\", nonce=\"n\", qop=\"auth\", stale=true"})
         seeds.add("proxy_http", wanted + challenge + "\r\n\r\nno\n.\n" + consent);
+    seeds.add("proxy_http",
+              wanted + "NTLM\r\n\r\nno\n.\n" + wanted + "NTLM Z28gb24=\r\n\r\nno\n.\n" + consent);
     const std::string done = "\x05\x00\x00\x01\x01\x02\x03\x04\x00\x01"s;
     seeds.add("proxy_socks", "\x05\x00\n.\n"s + done);
     seeds.add("proxy_socks", "\x05\x02\n.\n\x01\x00\n.\n"s + done);

@@ -52,6 +52,7 @@ done <<'ROWS'
 2|proxy-finds-none|not get through|{"proxy": {}, "overrides": [{"request": "connect", "status": 4}]}|--proxy socks5h://127.0.0.1:PROXY
 2|network-log-in|The network wants|{"proxy": {}, "overrides": [{"request": "connect", "status": 511}]}|--proxy http://127.0.0.1:PROXY
 2|no-proxy|no proxy of that kind|{"proxy": {}, "overrides": [{"request": "connect", "raw": "220 mail.test\r\n\r\n"}]}|--proxy http://127.0.0.1:PROXY
+7|proxy-silent|does not say|{"proxy": {}, "faults": [{"server": "proxy", "ending": "stall"}]}|--proxy http://127.0.0.1:PROXY --connect-timeout 0.5
 2|proxy-closed|without an answer|{"proxy": {}, "faults": [{"server": "proxy", "ending": "close"}]}|--proxy http://127.0.0.1:PROXY
 3|proxy-certificate|is not known here|{"proxy": {"tls": {"issuer": "stranger"}}}|--proxy https://127.0.0.1:PROXY
 2|proxy-unreachable|cannot be reached|{}|--proxy http://127.0.0.1:1

@@ -6,6 +6,7 @@ using namespace conversation;
 using namespace test_support;
 using namespace std::string_literals;
 using broker_sim::Scenario;
+namespace server_name = broker_sim::server_name;
 
 namespace {
 
@@ -73,6 +74,27 @@ TEST(Conversation, TheBrokersVersionIsAdopted) {
     EXPECT_NE(talk.broker.requests()[1].body.find("version=\"2.0\""), std::string::npos);
     ASSERT_EQ(talk.allocate("desktop-office"), KAVRO_BROKER_OK);
     EXPECT_EQ(talk.property(KAVRO_BROKER_CONNECTION_GATEWAY_TICKET), "(result 8)");
+}
+
+/// The broker and the provisioning server that it names: each connection is one of the proxy's.
+TEST(Conversation, NobodyIsReachedButThroughTheProxy) {
+    auto scenario = open_door();
+    scenario.proxy = broker_sim::Proxy{.log_in = {"basic"}, .users = {{"ann", "sesame"}}};
+    scenario.provisioning = broker_sim::Provisioning{};
+    auto &desktop = scenario.desktops.at(0);
+    desktop.allocation =
+        std::make_shared<broker_sim::Allocation>(broker_sim::Allocation{.provisioned = true});
+    const std::string id = desktop.id;
+    Conversation talk(scenario);
+    const auto at = [&talk](std::string_view server) { return talk.broker.connections(server); };
+    for (const std::string kind : {"http", "https", "socks5", "socks5h"}) {
+        const std::string url =
+            kind + "://127.0.0.1:" + std::to_string(talk.broker.port(server_name::proxy));
+        kavro_broker_set_proxy(talk.handle, url.c_str(), "ann", "sesame");
+        EXPECT_EQ(talk.allocate(id.c_str()), KAVRO_BROKER_OK) << kind << ": " << talk.message();
+        EXPECT_EQ(at(server_name::proxy), at(server_name::broker) + at(server_name::provisioning));
+    }
+    EXPECT_EQ(at(server_name::provisioning), 4u);
 }
 
 TEST(Conversation, TargetsGivenByName) {

@@ -107,6 +107,8 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              EXPECT_EQ(kavro_broker_use_signing_certificate(h, der.data(), der.size(), sign, h),
                        KAVRO_BROKER_OK);
          }},
+        {"a proxy", false, good,
+         [](Handle h) { kavro_broker_set_proxy(h, "system", nullptr, nullptr); }},
         {"idle for too long", false, good, [](Handle h) { h->most_idle = 1ns; }},
         {"switched off meanwhile", false, good,
          [](Handle h) {

@@ -128,7 +128,7 @@ TEST_F(LimitTest, ExceptionOnTheThreadIsAFailedLookUp) {
 
 // The handshake, the wait for an answer and its writing down are cancelled through the public
 // interface.
-TEST_F(LimitTest, ACancelEndsTheLookUpAndTheConnect) {
+TEST_F(LimitTest, ACancelEndsTheLookUpTheConnectAndTheProxysPhase) {
     Client resolving(silent_.lookup());
     {
         const auto canceller = cancel_after(resolving, [&] { silent_.wait_for_lookups(1); });
@@ -142,6 +142,14 @@ TEST_F(LimitTest, ACancelEndsTheLookUpAndTheConnect) {
     });
     EXPECT_EQ(outcome.result.result, ConnectCode::cancelled);
     EXPECT_LT(outcome.took, margin);
+
+    const ScriptedPeer proxy({{expect_request(), stall()}});
+    HttpsXmlClient asking;
+    asking.set_proxy(*parse_proxy("http://" + proxy.address(), nullptr, nullptr));
+    const auto canceller = cancel_after(asking, [&proxy] {
+        proxy.wait_for(0, [](const PeerRecord &seen) { return !seen.received.empty(); });
+    });
+    EXPECT_EQ(connect(asking, "broker.test:443").result.result, ConnectCode::cancelled);
 }
 
 /// Nothing waits between the last byte and the handler: what reads the answer listens as well.
