@@ -35,17 +35,19 @@ std::string with(std::string_view header) {
 
 TEST_F(TableUpdate, TakesAGoodTableHoweverItComes) {
     const std::string bytes = http_ok(new_table, "Server: x\r\n");
-    const Script whole = ending_with(bytes), pieces = after_request({drip(bytes, 1)});
+    const Script whole = ending_with(bytes);
     Script by_proxy = {expect_request(), send("HTTP/1.1 200 Fine\r\n\r\n")};
     by_proxy.insert(by_proxy.end(), whole.begin(), whole.end());
-    for (const Script *const script : {&whole, &pieces, &by_proxy}) {
+    const std::pair<Script, bool> rows[] = {
+        {whole, false}, {after_request({drip(bytes, 1)}), false}, {by_proxy, true}};
+    for (const auto &[script, proxied] : rows) {
         table.write(R"({"ABC": "old"})");
         const auto old = table.path() + "/old";
         std::filesystem::create_hard_link(table.file(), old);
-        const ScriptedPeer peer({*script});
-        if (script == &by_proxy)
+        const ScriptedPeer peer({script});
+        if (proxied)
             set_common_proxy(*parse_proxy("http://" + peer.address(), nullptr, nullptr));
-        update(script == &by_proxy ? "1" : peer.port());
+        update(proxied ? "1" : peer.port());
         set_common_proxy(nullptr);
         EXPECT_EQ(read_plain_file(old, before.size()), before) << "a power cut may come any time";
         std::filesystem::remove(old);
