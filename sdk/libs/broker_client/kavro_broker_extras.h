@@ -73,8 +73,8 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_set_time_limit(kavro_broker_ha
  * - "socks5://HOST:PORT": by SOCKS 5 (RFC 1928), the broker's name being looked up here;
  *   "socks5h://HOST:PORT": looked up by the proxy. With HTTP it is the proxy, too, who looks it up.
  * - "system": what the machine is set to, asked anew for each connection: on Linux the variables
- *   `https_proxy` and `no_proxy`, else libproxy where it is installed; on Windows the user's and the
- *   machine's settings, automatic configuration included.
+ *   `https_proxy` and `no_proxy`, else libproxy where it is installed; on Windows the user's and
+ * the machine's settings, automatic configuration included.
  *
  * An IPv6 address stands in brackets. The user and the password are sent when the proxy asks for
  * them only: by SOCKS (RFC 1929), or by the strongest of Negotiate (RFC 4559), NTLM, Digest
