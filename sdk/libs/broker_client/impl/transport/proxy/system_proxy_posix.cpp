@@ -49,6 +49,16 @@ Expected<ProxyHandle> ask_libproxy(const Peer &server) {
     return proxy;
 }
 
+/// What a desktop knows of its user is for nobody when tickets are not.
+ProxyHandle without_log_in(const ProxyHandle &proxy) {
+    if (!proxy || std::getenv("KAVRO_BROKER_NO_TICKETS") == nullptr)
+        return proxy;
+    Proxy bare;
+    bare.kind = proxy->kind;
+    bare.peer = proxy->peer;
+    return std::make_shared<const Proxy>(bare);
+}
+
 } // namespace
 
 Expected<ProxyHandle> system_proxy(const Peer &server, Waiter &waiter) {
@@ -59,7 +69,9 @@ Expected<ProxyHandle> system_proxy(const Peer &server, Waiter &waiter) {
         return decision->value_or(nullptr);
     boost::system::error_code error;
     const auto answer = BlockingCall::ask([server] { return ask_libproxy(server); }, waiter, error);
-    return answer ? *answer : Expected<ProxyHandle>(error.message());
+    if (!answer)
+        return error.message();
+    return *answer ? Expected<ProxyHandle>(without_log_in(**answer)) : *answer;
 }
 
 } // namespace kavro
