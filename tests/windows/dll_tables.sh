@@ -6,7 +6,7 @@ objdump=$1 dll=$2 list=$3
 
 diff <("$objdump" -p "$dll" | sed -n '/Ordinal\/Name Pointer/,/^$/s/^\t\[.*\] //p' | sort) "$list"
 
-system='(ADVAPI32|bcrypt|CRYPT32|IPHLPAPI|KERNEL32|msvcrt|MSWSOCK|USER32|WS2_32)\.dll'
+system='(ADVAPI32|bcrypt|CRYPT32|IPHLPAPI|KERNEL32|msvcrt|MSWSOCK|Secur32|USER32|WINHTTP|WS2_32)\.dll'
 needed=$("$objdump" -p "$dll" | sed -n 's/^\tDLL Name: //p')
 echo "needs" $needed
 ! grep -vixE "$system" <<<"$needed"
