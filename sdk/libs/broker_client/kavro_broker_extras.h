@@ -161,6 +161,7 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_ha
  * required here or the certificate itself says that there is always one (RFC 7633): the verdict is
  * #KAVRO_BROKER_CERTIFICATE_NO_STAPLE then. Nothing is ever fetched.
  *
+ * @param require whether a broker without one is refused.
  * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED for a kind of broker whose client
  *         asks for no status.
  */
