@@ -53,8 +53,12 @@ kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handle handle, const u
         if (length != pin.size())
             return KAVRO_BROKER_ERR_INVALID_PARAMETER;
         std::copy_n(sha256, length, pin.begin());
-        client.key_pins.push_back(pin);
-        return known(client.protocol->set_key_pins(client.key_pins));
+        KeyPins pins = client.key_pins;
+        pins.push_back(pin);
+        const bool taken = client.protocol->set_key_pins(pins);
+        if (taken)
+            client.key_pins = std::move(pins);
+        return known(taken);
     });
 }
 
