@@ -85,6 +85,9 @@ class Broker(Owned):
     def clear_key_pins(self):
         check(library.kavro_broker_clear_key_pins(self.handle))
 
+    def use_platform_verifier(self, use):
+        check(library.kavro_broker_use_platform_verifier(self.handle, use))
+
     def require_stapled_status(self, require):
         check(library.kavro_broker_require_stapled_status(self.handle, require))
 

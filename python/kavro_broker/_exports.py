@@ -284,5 +284,6 @@ FUNCTIONS = {
     "kavro_broker_set_time_limit": (c_uint32, [c_void_p, c_uint32, c_uint32]),
     "kavro_broker_set_timezone": (c_uint32, [c_void_p, c_char_p]),
     "kavro_broker_set_variable": (c_uint32, [c_void_p, c_uint32, c_char_p, c_char_p]),
+    "kavro_broker_use_platform_verifier": (c_uint32, [c_void_p, c_bool]),
     "kavro_broker_use_signing_certificate": (c_uint32, [c_void_p, c_char_p, c_size_t, kavro_broker_sign_function, c_void_p]),
 }

@@ -95,6 +95,11 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              EXPECT_EQ(kavro_broker_add_key_pin(h, strange_key.data(), 32), KAVRO_BROKER_OK);
              EXPECT_EQ(kavro_broker_clear_key_pins(h), KAVRO_BROKER_OK);
          }},
+        {"the platform's word", false, good,
+         [](Handle h) {
+             kavro_broker_use_platform_verifier(h, true); // where there is one
+             EXPECT_EQ(kavro_broker_use_platform_verifier(h, false), KAVRO_BROKER_OK);
+         }},
         {"a required status", false, good,
          [](Handle h) {
              EXPECT_EQ(kavro_broker_require_stapled_status(h, true), KAVRO_BROKER_OK);

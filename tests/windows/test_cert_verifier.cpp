@@ -1,5 +1,8 @@
 #include "captured_log.h"
+#include "kavro_broker_extras.h"
 #include "minting.h"
+#include "requests.h"
+#include "scripted_peer.h"
 #include "system.h"
 #include "utils/src/cert_verifier_win.h"
 #include "utils/src/system_trust.h"
@@ -84,6 +87,8 @@ TEST_F(CertVerifierWinTest, SaysWhatIsWrong) {
     const LogLine incomplete = error("Certificate chain is incomplete");
     const LogLine signature = error("Certificate in chain has invalid signature");
     const Server past = {.valid_from_days = -20, .valid_to_days = -10};
+    const LogLine purpose = error("A certificate in chain is not valid in its proposed usage");
+    const Server for_clients = {.extensions = {{NID_ext_key_usage, "clientAuth"}}};
     const Identity issuer = authority(machine_root());
     const struct {
         const char *what;
@@ -94,6 +99,7 @@ TEST_F(CertVerifierWinTest, SaysWhatIsWrong) {
         {"untrusted root alone", self_signed(), {untrusted, fails("Test server")}},
         {"expired", server(machine_root(), past), {time, fails("Test server")}},
         {"expired under an untrusted root", self_signed(past), {time, fails("Test server")}},
+        {"for clients only", server(machine_root(), for_clients), {purpose, fails("Test server")}},
         {"without its issuer", server(issuer), {incomplete, fails("Test server")}},
         {"bad signature",
          with_bad_signature(server(machine_root())),
@@ -123,6 +129,32 @@ TEST_F(CertVerifierWinTest, RememberedIntermediateCompletesAChain) {
     CertVerifierWin other;
     EXPECT_TRUE(other.add(strange_root().certificate.get()));
     EXPECT_FALSE(other.verify(server(strange_root()).certificate.get()));
+}
+
+// A handle has read the stores' anchors when it is made: a later one is known to Windows alone.
+TEST_F(CertVerifierWinTest, IsAskedForAHandleThatWantsIt) {
+    const CapturedLog log;
+    const OwnedHandle client = new_handle(std::chrono::seconds(30));
+    const SystemStoreEntry later("ROOT", strange_root());
+    const struct {
+        const char *what;
+        Server server;
+        kavro_broker_result without, with;
+    } rows[] = {
+        {"sound", {}, 301, 0},
+        {"for another host", {.names = {"127.0.0.2"}}, 300, 300},
+        {"expired", {.valid_from_days = -20, .valid_to_days = -10}, 300, 300},
+        {"short key", {.key = "rsa-1023"}, 300, 300},
+        {"for clients", {.extensions = {{NID_ext_key_usage, "clientAuth"}}}, 300, 300},
+    };
+    for (const auto &row : rows) {
+        const ScriptedPeer peer({welcome()}, {shown(server(strange_root(), row.server))});
+        set_port(client, peer.port());
+        for (const bool use : {true, false}) {
+            EXPECT_EQ(kavro_broker_use_platform_verifier(client.get(), use), KAVRO_BROKER_OK);
+            EXPECT_EQ(ask_method(client.get()), use ? row.with : row.without) << row.what;
+        }
+    }
 }
 
 TEST_F(CertVerifierWinTest, EveryBitHasItsLine) {

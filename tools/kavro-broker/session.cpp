@@ -56,6 +56,8 @@ Session::Session(const Options &options, const Surroundings &surroundings)
         if (const auto &milliseconds = options.time_limits[limit])
             broker_.set_time_limit(limit, std::chrono::milliseconds(*milliseconds));
     broker_.fail_if_unverified(!options.insecure);
+    // Where there is none, the anchors decide alone.
+    kavro_broker_use_platform_verifier(broker_.get(), true);
     if (pin_.is_of_key)
         broker_.add_key_pin(pin_.sha256);
     broker_.enable_oauth(true);

@@ -69,6 +69,12 @@ kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle) {
     });
 }
 
+kavro_broker_result kavro_broker_use_platform_verifier(kavro_broker_handle handle, bool use) {
+    return with_handle(handle, {}, [&](broker_client_impl &client) {
+        return known(client.protocol->use_platform_verifier(use));
+    });
+}
+
 kavro_broker_result kavro_broker_require_stapled_status(kavro_broker_handle handle, bool require) {
     return with_handle(handle, {}, [&](broker_client_impl &client) {
         return known(client.protocol->require_stapled_status(require));

@@ -221,6 +221,9 @@ public:
         detail::check(kavro_broker_add_key_pin(get(), sha256.data(), sha256.size()));
     }
     void clear_key_pins() { detail::check(kavro_broker_clear_key_pins(get())); }
+    void use_platform_verifier(bool use) {
+        detail::check(kavro_broker_use_platform_verifier(get(), use));
+    }
     void require_stapled_status(bool require) {
         detail::check(kavro_broker_require_stapled_status(get(), require));
     }

@@ -151,6 +151,23 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_add_key_pin(kavro_broker_handl
 KAVRO_BROKER_API kavro_broker_result kavro_broker_clear_key_pins(kavro_broker_handle handle);
 
 /**
+ * Says whether the platform's own judgement counts beside the library's. Off at first.
+ *
+ * It is asked about each certificate that the library's own check does not trust: on Windows by
+ * CertGetCertificateChain(), which knows the company's policies, issuers that a server does not
+ * send and roots that Windows has not fetched yet. A certificate that it trusts for a server counts
+ * as trusted; host name, lengths of keys, pins and stapled statuses count as before. Windows may
+ * fetch issuers and roots meanwhile, for at most five seconds a certificate, in which a cancel has
+ * to wait. A stapled status is verified with the trust anchors alone.
+ *
+ * @param use whether it counts.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_NOT_IMPLEMENTED where the platform has none, which is
+ *         everywhere but on Windows; `false` is understood everywhere.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_use_platform_verifier(kavro_broker_handle handle,
+                                                                        bool use);
+
+/**
  * Says whether a broker that is verified must show what its certificate's issuer says of it: a
  * stapled status (RFC 6066 section 8). Off at first.
  *

@@ -121,6 +121,8 @@ public:
     /// With one, the broker's own key must be among them, verified or not; one that is needs no
     /// known issuer. False when the client knows no pins.
     virtual bool set_key_pins(const KeyPins &) { return false; }
+    /// Whether the platform's word counts beside the client's own. False when there is none to ask.
+    virtual bool use_platform_verifier(bool use) { return !use; }
     /// Whether the broker must show its certificate's status. False when the client asks for none.
     virtual bool require_stapled_status(bool) { return false; }
     virtual std::string get_protocol_name() const = 0;

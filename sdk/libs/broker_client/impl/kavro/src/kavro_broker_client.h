@@ -4,6 +4,7 @@
 #include "kavro/src/ibroker_client.h"
 #include "kavro/src/session_provisioning.h"
 #include "transport/https_xml_client.h"
+#include "utils/src/system_trust.h"
 
 #include <string>
 
@@ -65,6 +66,13 @@ public:
     bool set_key_pins(const KeyPins &pins) override {
         transport_.set_key_pins(pins);
         return true;
+    }
+    bool use_platform_verifier(bool use) override {
+        auto verifier = use ? platform_verifier() : nullptr;
+        const bool there = verifier != nullptr;
+        if (there || !use)
+            transport_.set_platform_verifier(std::move(verifier));
+        return there || !use;
     }
     bool require_stapled_status(bool require) override {
         transport_.require_stapled_status(require);

@@ -8,6 +8,7 @@
 #include <openssl/x509.h>
 #include <windows.h>
 
+#define CERT_CHAIN_PARA_HAS_EXTRA_FIELDS
 #include <wincrypt.h>
 
 #include <cstddef>
@@ -62,12 +63,19 @@ ChainEngine create_chain_engine() {
     return ChainEngine(engine);
 }
 
-/// By the system's own engine; `store` helps with issuers.
+/// What a handshake waits for an issuer that Windows fetches, in milliseconds.
+constexpr DWORD most_for_fetching = 5000;
+
+/// To a server's, by the system's own engine; `store` helps with issuers.
 Chain build_chain(PCCERT_CONTEXT certificate, HCERTSTORE store) {
-    CERT_CHAIN_PARA any_usage{};
-    any_usage.cbSize = sizeof any_usage;
+    static char server_authentication[] = szOID_PKIX_KP_SERVER_AUTH;
+    char *purposes[] = {server_authentication};
+    CERT_CHAIN_PARA wanted{};
+    wanted.cbSize = sizeof wanted;
+    wanted.RequestedUsage = {USAGE_MATCH_TYPE_AND, {1, purposes}};
+    wanted.dwUrlRetrievalTimeout = most_for_fetching;
     PCCERT_CHAIN_CONTEXT chain = nullptr;
-    CertGetCertificateChain(nullptr, certificate, nullptr, store, &any_usage, 0, nullptr, &chain);
+    CertGetCertificateChain(nullptr, certificate, nullptr, store, &wanted, 0, nullptr, &chain);
     return Chain(chain);
 }
 

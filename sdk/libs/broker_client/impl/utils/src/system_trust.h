@@ -9,8 +9,7 @@ namespace kavro {
 /// certificates of the system stores "CA" and "ROOT", in that order; elsewhere none.
 Security::cX509_CERT_CHAIN system_trust_anchors();
 
-/// The system's own word on certificates; null where there is none. No client asks it unless a
-/// caller wants that, and no export says so yet.
+/// The system's own word on certificates, for one client; null where there is none.
 std::shared_ptr<ICertVerifier> platform_verifier();
 
 } // namespace kavro
