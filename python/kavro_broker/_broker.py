@@ -4,12 +4,39 @@ from ctypes import byref, c_uint32, c_void_p, create_string_buffer, memmove, str
 from typing import NamedTuple
 
 from ._exports import (AuthMethod, BrokerType, Operation, Result, kavro_broker_message_function,
-                       kavro_broker_name_value, kavro_broker_sign_function)
+                       kavro_broker_name_value, kavro_broker_sign_function,
+                       kavro_broker_sign_scheme_function)
 from ._library import (Error, Owned, check, encode, library, make, read_each, read_text, read_texts,
                        read_value)
 from ._process import LogMessage
 from ._records import (BrokerInfo, Dialog, VariableList, read_certificate, read_connection, read_desktops,
                        read_dialog_button, read_dialog_field, read_variables)
+
+
+def put_signature(made, signature, length):
+    """Whether it was made, and there is room for it."""
+    if made is None or len(made) > length:
+        return None
+    memmove(signature, made, len(made))
+    return len(made)
+
+
+def digest_signer(sign):
+    def deliver(_, digest, digest_length, signature, length):
+        made = put_signature(sign(string_at(digest, digest_length)), signature, length[0])
+        length[0] = made or 0
+        return made is not None
+
+    return kavro_broker_sign_function(deliver)
+
+
+def scheme_signer(sign):
+    def deliver(_, scheme, digest, digest_length, signature, length):
+        room, length[0] = length[0], 0  # what is raised ends as the result 0, and no signature
+        length[0] = put_signature(sign(scheme, string_at(digest, digest_length)), signature, room) or 0
+        return 0
+
+    return kavro_broker_sign_scheme_function(deliver)
 
 
 class Broker(Owned):
@@ -93,10 +120,15 @@ class Broker(Owned):
 
     def use_signing_certificate(self, der, sign):
         """`sign` gives the signature of a digest, both as bytes, or None when it cannot be made."""
-        self._sign_with(library.kavro_broker_use_signing_certificate, der, sign)
+        self._sign_with(library.kavro_broker_use_signing_certificate, der, digest_signer(sign))
+
+    def use_signing_key(self, certificates, sign):
+        """`certificates`: one in DER form, or several in PEM form. `sign` gives the signature, by a
+        TLS SignatureScheme, of a digest, as bytes, or None when it cannot be made."""
+        self._sign_with(library.kavro_broker_use_signing_key, certificates, scheme_signer(sign))
 
     def set_client_certificate(self, der, sign):
-        self._sign_with(library.kavro_broker_set_client_certificate, der, sign)
+        self._sign_with(library.kavro_broker_set_client_certificate, der, digest_signer(sign))
 
     # Requests
 
@@ -225,17 +257,9 @@ class Broker(Owned):
         if result != Result.OK:
             raise Error(result, self.broker_error_message())
 
-    def _sign_with(self, use, der, sign):
-        def deliver(_, digest, digest_length, signature, signature_length):
-            made = sign(string_at(digest, digest_length))
-            if made is None or len(made) > signature_length[0]:
-                return 0
-            memmove(signature, made, len(made))
-            signature_length[0] = len(made)
-            return 1
-
-        self._callbacks.append(kavro_broker_sign_function(deliver))
-        check(use(self.handle, der, len(der), self._callbacks[-1], None))
+    def _sign_with(self, use, certificates, callback):
+        self._callbacks.append(callback)
+        check(use(self.handle, certificates, len(certificates), callback, None))
 
 
 class FoundType(NamedTuple):

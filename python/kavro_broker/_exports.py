@@ -190,6 +190,7 @@ class kavro_broker_name_value(Structure):
 kavro_broker_log_function = CFUNCTYPE(None, c_int32, c_int32, c_int32, c_char_p, c_void_p)
 kavro_broker_session_log_id_function = CFUNCTYPE(None, c_char_p)
 kavro_broker_sign_function = CFUNCTYPE(c_int, c_void_p, POINTER(c_uint8), c_size_t, POINTER(c_uint8), POINTER(c_size_t))
+kavro_broker_sign_scheme_function = CFUNCTYPE(c_int, c_void_p, c_uint16, POINTER(c_uint8), c_size_t, POINTER(c_uint8), POINTER(c_size_t))
 kavro_broker_message_function = CFUNCTYPE(None, c_void_p, c_int32, c_int32, c_int32, c_char_p)
 
 # Result and parameters by name.
@@ -286,4 +287,5 @@ FUNCTIONS = {
     "kavro_broker_set_variable": (c_uint32, [c_void_p, c_uint32, c_char_p, c_char_p]),
     "kavro_broker_use_platform_verifier": (c_uint32, [c_void_p, c_bool]),
     "kavro_broker_use_signing_certificate": (c_uint32, [c_void_p, c_char_p, c_size_t, kavro_broker_sign_function, c_void_p]),
+    "kavro_broker_use_signing_key": (c_uint32, [c_void_p, c_char_p, c_size_t, kavro_broker_sign_scheme_function, c_void_p]),
 }

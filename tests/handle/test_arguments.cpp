@@ -57,6 +57,7 @@ void try_nulls(std::string_view, Result (*function)(Parameters...), const auto &
 struct Arguments : testing::Test {
     static void hear(void *, int32_t, int32_t, int32_t, const char *) {}
     static int sign(void *, const uint8_t *, size_t, uint8_t *, size_t *) { return 1; }
+    static int sign_by(void *, uint16_t, const uint8_t *, size_t, uint8_t *, size_t *) { return 0; }
 
     Arguments() {
         handle.handle->auth.domains = {"EXAMPLE"};
@@ -103,7 +104,7 @@ TEST_F(Arguments, NullIsRefusedWhereSomethingIsNeededElseIgnored) {
         kavro_broker_variable_list(&variables), kavro_broker_type_finder(&finder), &made,
         &made_list, &made_info, &made_variables, &made_finder, &field, words,
         (const uint8_t *)words, (const void *)words, (void *)text, &text[0], &length, &number,
-        &flag, &sign, &hear, uint32_t(0), uint16_t(1), uint8_t(1), size_t(4), true);
+        &flag, &sign, &sign_by, &hear, uint32_t(0), uint16_t(1), uint8_t(1), size_t(4), true);
 #define EXPORT(function) try_nulls(#function, function, good);
 #include "exports.inc"
 #undef EXPORT

@@ -148,9 +148,18 @@ void sign_with_zeros(Conversation &c, std::size_t length) {
     });
 }
 
+void sign_by_scheme_with_zeros(Conversation &c, std::size_t length) {
+    c.broker.use_signing_key(c.certificate, [&c, length](std::uint16_t scheme, const auto &) {
+        c.digest_lengths.push_back(scheme);
+        return kavro_broker::bytes(length);
+    });
+}
+
 const std::map<std::string, Call> calls{
     {"trust", [](auto &c, Words) { return c.broker.add_trust_anchor(c.certificate), json(); }},
     {"sign_with_zeros", [](auto &c, Words w) { return sign_with_zeros(c, w.at(1)), json(); }},
+    {"sign_by_scheme_with_zeros",
+     [](auto &c, Words w) { return sign_by_scheme_with_zeros(c, w.at(1)), json(); }},
     {"digest_lengths", [](auto &c, Words) { return c.digest_lengths; }},
     {"reported_result",
      [](auto &c, Words) { return json::parse(c.broker.request_report())["result"]["name"]; }},

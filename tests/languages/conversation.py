@@ -35,6 +35,10 @@ class Conversation:
         self.broker.use_signing_certificate(
             self.certificate, lambda digest: self.digests.append(len(digest)) or bytes(length))
 
+    def sign_by_scheme_with_zeros(self, length):
+        self.broker.use_signing_key(
+            self.certificate, lambda scheme, _: self.digests.append(scheme) or bytes(length))
+
     def digest_lengths(self):
         return self.digests
 

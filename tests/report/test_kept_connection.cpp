@@ -117,6 +117,13 @@ TEST(KeptConnection, ServesOnlyWhileNothingSpeaksAgainstIt) {
              EXPECT_EQ(kavro_broker_use_signing_certificate(h, der.data(), der.size(), sign, h),
                        KAVRO_BROKER_OK);
          }},
+        {"a signing key", false, good,
+         [](Handle h) {
+             const auto der = h->certificates.certificates.entries().front();
+             const auto sign = [](auto...) { return 1; };
+             EXPECT_EQ(kavro_broker_use_signing_key(h, der.data(), der.size(), sign, h),
+                       KAVRO_BROKER_OK);
+         }},
         {"a proxy", false, good,
          [](Handle h) { kavro_broker_set_proxy(h, "system", nullptr, nullptr); }},
         {"idle for too long", false, good, [](Handle h) { h->most_idle = 1ns; }},

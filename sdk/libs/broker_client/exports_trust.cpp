@@ -36,6 +36,23 @@ kavro_broker_result kavro_broker_use_signing_certificate(kavro_broker_handle han
     });
 }
 
+kavro_broker_result kavro_broker_use_signing_key(kavro_broker_handle handle,
+                                                 const uint8_t *certificates, size_t length,
+                                                 kavro_broker_sign_scheme_function sign,
+                                                 void *context) {
+    if (sign == nullptr)
+        return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    return with_handle(handle, {certificates}, [&](broker_client_impl &client) {
+        auto decoded = Security::decode_certificates({certificates, length});
+        const auto in_context = [sign, context](auto... arguments) {
+            return sign(context, arguments...);
+        };
+        return !decoded.empty() && client.protocol->set_signing_key(std::move(decoded), in_context)
+                   ? KAVRO_BROKER_OK
+                   : KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    });
+}
+
 kavro_broker_result kavro_broker_add_trust_anchor(kavro_broker_handle handle,
                                                   const uint8_t *certificate, size_t length) {
     return with_handle(handle, {certificate}, [&](broker_client_impl &client) {

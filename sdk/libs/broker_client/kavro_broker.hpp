@@ -41,6 +41,8 @@ using log_function = std::function<void(const log_message &)>;
 using session_log_id_function = std::function<void(const std::string &session_id)>;
 /// Gives the signature of a digest, or nothing when it cannot be made.
 using sign_function = std::function<std::optional<bytes>(const bytes &digest)>;
+using sign_scheme_function =
+    std::function<std::optional<bytes>(std::uint16_t scheme, const bytes &digest)>;
 
 namespace detail {
 
@@ -85,14 +87,21 @@ inline void deliver_session_log_id(const char *session_id) {
     process_hook<session_log_id_function>()(session_id);
 }
 
-inline int deliver_digest(void *context, const std::uint8_t *digest, std::size_t digest_length,
-                          std::uint8_t *signature, std::size_t *signature_length) {
-    const auto made = (*static_cast<sign_function *>(context))({digest, digest + digest_length});
+inline int deliver_scheme(void *context, std::uint16_t scheme, const std::uint8_t *digest,
+                          std::size_t digest_length, std::uint8_t *signature,
+                          std::size_t *signature_length) {
+    const auto &sign = *static_cast<sign_scheme_function *>(context);
+    const auto made = sign(scheme, {digest, digest + digest_length});
     if (!made || made->size() > *signature_length)
-        return 0;
+        return 1;
     std::copy(made->begin(), made->end(), signature);
     *signature_length = made->size();
-    return 1;
+    return 0;
+}
+
+inline int deliver_digest(void *context, const std::uint8_t *digest, std::size_t digest_length,
+                          std::uint8_t *signature, std::size_t *signature_length) {
+    return deliver_scheme(context, 0, digest, digest_length, signature, signature_length) == 0;
 }
 
 } // namespace detail
@@ -228,10 +237,17 @@ public:
         detail::check(kavro_broker_require_stapled_status(get(), require));
     }
     void use_signing_certificate(const bytes &der, sign_function sign) {
-        sign_with(kavro_broker_use_signing_certificate, der, std::move(sign));
+        sign_with(kavro_broker_use_signing_certificate, der, detail::deliver_digest,
+                  any_scheme(std::move(sign)));
+    }
+    /// One certificate in DER form, or several in PEM form, the client's own first.
+    void use_signing_key(const bytes &certificates, sign_scheme_function sign) {
+        sign_with(kavro_broker_use_signing_key, certificates, detail::deliver_scheme,
+                  std::move(sign));
     }
     void set_client_certificate(const bytes &der, sign_function sign) {
-        sign_with(kavro_broker_set_client_certificate, der, std::move(sign));
+        sign_with(kavro_broker_set_client_certificate, der, detail::deliver_digest,
+                  any_scheme(std::move(sign)));
     }
 
     std::uint32_t auth_method() {
@@ -360,17 +376,22 @@ private:
             throw error(result, broker_error_message());
     }
 
+    static sign_scheme_function any_scheme(sign_function sign) {
+        return
+            [sign = std::move(sign)](std::uint16_t, const bytes &digest) { return sign(digest); };
+    }
+
     /// Keeps every signing function until the broker is freed: which one the library still holds is
     /// its own affair.
-    template <class Use>
-    void sign_with(Use use, const bytes &der, sign_function sign) {
-        signers_.push_back(std::make_unique<sign_function>(std::move(sign)));
+    template <class Use, class Deliver>
+    void sign_with(Use use, const bytes &certificates, Deliver deliver, sign_scheme_function sign) {
+        signers_.push_back(std::make_unique<sign_scheme_function>(std::move(sign)));
         detail::check(
-            use(get(), der.data(), der.size(), detail::deliver_digest, signers_.back().get()));
+            use(get(), certificates.data(), certificates.size(), deliver, signers_.back().get()));
     }
 
     // These outlive the handle.
-    std::vector<std::unique_ptr<sign_function>> signers_;
+    std::vector<std::unique_ptr<sign_scheme_function>> signers_;
     std::vector<std::unique_ptr<log_function>> listeners_;
     detail::owned<kavro_broker_handle> handle_;
 };

@@ -117,6 +117,50 @@ kavro_broker_use_signing_certificate(kavro_broker_handle handle, const uint8_t *
                                      size_t length, kavro_broker_sign_function sign, void *context);
 
 /**
+ * Signs a digest with a key that the library never sees.
+ *
+ * Called on the thread that is inside the request, which waits for it: no deadline interrupts it.
+ * Requests on the same handle from inside return #KAVRO_BROKER_ERR_INVALID_STATE; another key may
+ * be set, for later connections. What the function throws ends in the library, as a failure.
+ *
+ * @param context as it was given to kavro_broker_use_signing_key().
+ * @param scheme a TLS SignatureScheme (RFC 8446 section 4.2.3): 0x0401, 0x0501 and 0x0601 for PKCS
+ * #1 v1.5 with SHA-256, -384 and -512 (TLS 1.2 only), 0x0804, 0x0805 and 0x0806 for PSS with a salt
+ *        of the digest's length, 0x0403, 0x0503 and 0x0603 for ECDSA.
+ * @param digest of what is to be signed, by the scheme's hash function.
+ * @param signature takes the signature, that of ECDSA in DER form (RFC 3279 section 2.2.3).
+ * @param signature_length the room in `signature` on entry, the signature's length on return.
+ * @return 0; anything else ends the handshake, and so does a signature that is empty, longer than
+ *         the room or, by RSA, shorter than the key.
+ */
+typedef int (*kavro_broker_sign_scheme_function)(void *context, uint16_t scheme,
+                                                 const uint8_t *digest, size_t digest_length,
+                                                 uint8_t *signature, size_t *signature_length);
+
+/**
+ * Lets the client show a certificate to brokers that ask for one, and sign with a key outside the
+ * library: RSA, or EC over P-256, P-384 or P-521; by TLS 1.2 or 1.3, with PSS where the broker
+ * wants it. Of this and kavro_broker_use_signing_certificate(), the one called last counts.
+ *
+ * A signing function that fails ends the request with #KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED. With
+ * TLS 1.3 a broker that refuses the certificate or the signature says so after the handshake, in
+ * place of its first answer.
+ *
+ * @param certificates the client's certificate in DER form, or several in PEM form, the client's
+ * own first, which are then sent as they are; copied.
+ * @param length their length in bytes.
+ * @param sign makes every signature, until the handle is freed or another function is set.
+ * @param context handed to `sign` as it is, and the caller's, who keeps it for as long; may be
+ * null.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for a missing argument, bytes that
+ *         are cut short or no certificates, and another kind of key, such as Ed25519 or one for PSS
+ *         alone; the setting before then stays.
+ */
+KAVRO_BROKER_API kavro_broker_result
+kavro_broker_use_signing_key(kavro_broker_handle handle, const uint8_t *certificates, size_t length,
+                             kavro_broker_sign_scheme_function sign, void *context);
+
+/**
  * Trusts a certificate as an issuer of brokers' certificates, besides the system's own anchors, for
  * this handle. May be called repeatedly, for several.
  *

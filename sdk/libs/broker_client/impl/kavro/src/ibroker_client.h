@@ -117,6 +117,9 @@ public:
     virtual void set_signing_function(SigningFunction sign) = 0;
     /// False for a certificate that cannot be signed for.
     virtual bool set_client_certificate(X509Handle certificate) = 0;
+    /// The same for certificates, the client's own first, and a function of their own. False for a
+    /// key that is not signed with.
+    virtual bool set_signing_key(std::vector<X509Handle>, SchemeSigningFunction) { return false; }
     virtual void set_certificate_extractor(const CertificateExtractor &extractor) = 0;
     /// With one, the broker's own key must be among them, verified or not; one that is needs no
     /// known issuer. False when the client knows no pins.

@@ -63,6 +63,11 @@ public:
     bool set_client_certificate(X509Handle certificate) override {
         return transport_.client_signing().set_client_certificate(std::move(certificate));
     }
+    bool set_signing_key(std::vector<X509Handle> certificates,
+                         SchemeSigningFunction sign) override {
+        return transport_.client_signing().set_signing_key(std::move(certificates),
+                                                           std::move(sign));
+    }
     bool set_key_pins(const KeyPins &pins) override {
         transport_.set_key_pins(pins);
         return true;

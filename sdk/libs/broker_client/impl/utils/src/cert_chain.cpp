@@ -16,14 +16,26 @@ int no_password(char *, int, int, void *) {
     return -1;
 }
 
-X509Handle parse_pem(std::string_view pem) {
+/// The certificates of a PEM text one by one. A bad one is null, and so is what follows the last.
+class PemReader {
+public:
     // What fails here is told by the result; the error queue belongs to the TLS operations.
-    ERR_set_mark();
-    const BioHandle text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-    X509Handle certificate(PEM_read_bio_X509(text.get(), nullptr, no_password, nullptr));
-    ERR_pop_to_mark();
-    return certificate;
-}
+    explicit PemReader(std::string_view pem)
+        : text_(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()))) {
+        ERR_set_mark();
+    }
+    ~PemReader() { ERR_pop_to_mark(); }
+    PemReader(const PemReader &) = delete;
+    PemReader &operator=(const PemReader &) = delete;
+
+    X509Handle next() {
+        return X509Handle(PEM_read_bio_X509(text_.get(), nullptr, no_password, nullptr));
+    }
+    bool at_end() const { return ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE; }
+
+private:
+    BioHandle text_;
+};
 
 } // namespace
 
@@ -33,6 +45,24 @@ X509Handle decode_certificate(std::span<const uint8_t> der) {
     X509Handle certificate(d2i_X509(nullptr, &rest, static_cast<long>(der.size())));
     ERR_pop_to_mark();
     return rest == der.data() + der.size() ? std::move(certificate) : nullptr;
+}
+
+std::vector<X509Handle> decode_certificates(std::span<const uint8_t> der_or_pem) {
+    std::vector<X509Handle> certificates;
+    if (auto alone = decode_certificate(der_or_pem)) {
+        certificates.push_back(std::move(alone));
+        return certificates;
+    }
+    std::string_view text(reinterpret_cast<const char *>(der_or_pem.data()), der_or_pem.size());
+    text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+    if (!text.ends_with("CERTIFICATE-----"))
+        return certificates;
+    PemReader reader(text);
+    while (auto certificate = reader.next())
+        certificates.push_back(std::move(certificate));
+    if (!reader.at_end())
+        certificates.clear();
+    return certificates;
 }
 
 std::string one_line_name(const X509_NAME *name) {
@@ -52,7 +82,7 @@ void cX509_CERT_CHAIN::set_cert(std::size_t depth, X509 *certificate) {
 }
 
 bool cX509_CERT_CHAIN::set_cert(std::size_t depth, std::string_view pem) {
-    const X509Handle certificate = parse_pem(pem);
+    const X509Handle certificate = PemReader(pem).next();
     if (certificate == nullptr)
         return false;
     set_cert(depth, certificate.get());

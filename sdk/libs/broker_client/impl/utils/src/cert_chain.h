@@ -15,6 +15,10 @@ namespace kavro::Security {
 /// The certificate that these bytes are, all of them; null when they are none.
 X509Handle decode_certificate(std::span<const uint8_t> der);
 
+/// The certificates that these bytes are: one in DER form, or all of a PEM text, which ends with
+/// one. Empty when they are none, or not all of them whole.
+std::vector<X509Handle> decode_certificates(std::span<const uint8_t> der_or_pem);
+
 /// An owner or issuer in one line, fit for the log.
 std::string one_line_name(const X509_name_st *name);
 
