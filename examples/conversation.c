@@ -50,25 +50,22 @@ static kavro_broker_result log_in(kavro_broker_handle broker, const char *user, 
 }
 
 static kavro_broker_result show_target(kavro_broker_handle broker, kavro_broker_desktop_list list) {
-    char id[256], address[256], port[16];
-    size_t id_size = sizeof id, address_size = sizeof address, port_size = sizeof port;
+    kavro_broker_desktop desktop;
+    kavro_broker_desktop_connection connection;
     kavro_broker_desktop_connection_info target;
-    kavro_broker_result result = kavro_broker_get_desktop_id(list, 0, id, &id_size);
+    kavro_broker_result result = kavro_broker_get_desktop(list, 0, &desktop, sizeof desktop);
     if (result == KAVRO_BROKER_OK)
-        result = kavro_broker_connect_to_desktop(broker, id, NULL, &target);
+        result = kavro_broker_connect_to_desktop(broker, desktop.id.data, NULL, &target);
     if (result == KAVRO_BROKER_ERR_CONNECT_DESKTOP_PENDING) {
-        printf("%s is being made ready; ask again later\n", id);
+        printf("%s is being made ready; ask again later\n", desktop.id.data);
         return KAVRO_BROKER_OK;
     }
     if (result != KAVRO_BROKER_OK)
         return result;
-    result = kavro_broker_get_desktop_connection_property(
-        target, KAVRO_BROKER_CONNECTION_TARGET_ADDRESS, address, &address_size);
+    result = kavro_broker_get_desktop_connection(target, &connection, sizeof connection);
     if (result == KAVRO_BROKER_OK)
-        result = kavro_broker_get_desktop_connection_property(target, KAVRO_BROKER_CONNECTION_PORT,
-                                                              port, &port_size);
-    if (result == KAVRO_BROKER_OK)
-        printf("%s waits at %s, port %s\n", id, address, port);
+        printf("%s waits at %s, port %s\n", desktop.id.data, connection.address.data,
+               connection.port.data);
     kavro_broker_free_desktop_connection_info(target);
     return result;
 }
@@ -81,11 +78,10 @@ static kavro_broker_result show_desktops(kavro_broker_handle broker) {
         return result;
     result = kavro_broker_get_num_desktops(list, &count);
     for (uint32_t i = 0; result == KAVRO_BROKER_OK && i < count; ++i) {
-        char name[256];
-        size_t size = sizeof name;
-        result = kavro_broker_get_desktop_name(list, i, name, &size);
+        kavro_broker_desktop desktop;
+        result = kavro_broker_get_desktop(list, i, &desktop, sizeof desktop);
         if (result == KAVRO_BROKER_OK)
-            printf("desktop %u: %s\n", (unsigned)i, name);
+            printf("desktop %u: %s\n", (unsigned)i, desktop.name.data);
     }
     if (result == KAVRO_BROKER_OK && count > 0)
         result = show_target(broker, list);

@@ -140,6 +140,14 @@ private:
                                                       std::uint8_t *, std::size_t *) { return 0; });
     }
 
+    /// As long as the size that follows says.
+    kavro_broker_desktop *make(std::type_identity<kavro_broker_desktop *>) {
+        return buffer<kavro_broker_desktop>();
+    }
+    kavro_broker_desktop_connection *make(std::type_identity<kavro_broker_desktop_connection *>) {
+        return buffer<kavro_broker_desktop_connection>();
+    }
+
     template <class Record>
     Record *make(std::type_identity<Record *>) {
         return or_null(std::get<Made<Record *>>(made_).latest);

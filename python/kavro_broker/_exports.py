@@ -187,6 +187,18 @@ class TimeLimit(IntEnum):
 class kavro_broker_name_value(Structure):
     _fields_ = [("name", c_char_p), ("value", c_char_p)]
 
+
+class kavro_broker_text(Structure):
+    _fields_ = [("data", c_char_p), ("size", c_size_t)]
+
+
+class kavro_broker_desktop(Structure):
+    _fields_ = [("name", kavro_broker_text), ("id", kavro_broker_text), ("type", kavro_broker_text), ("state", kavro_broker_text), ("health", kavro_broker_text), ("operations", c_uint32)]
+
+
+class kavro_broker_desktop_connection(Structure):
+    _fields_ = [("address", kavro_broker_text), ("host_name", kavro_broker_text), ("server_name", kavro_broker_text), ("port", kavro_broker_text), ("session_id", kavro_broker_text), ("connect_tag", kavro_broker_text), ("use_broker_address", c_uint32), ("gateway_ticket", kavro_broker_text), ("gateway_ticket_created", kavro_broker_text), ("gateway_ticket_expires", kavro_broker_text)]
+
 kavro_broker_log_function = CFUNCTYPE(None, c_int32, c_int32, c_int32, c_char_p, c_void_p)
 kavro_broker_session_log_id_function = CFUNCTYPE(None, c_char_p)
 kavro_broker_sign_function = CFUNCTYPE(c_int, c_void_p, POINTER(c_uint8), c_size_t, POINTER(c_uint8), POINTER(c_size_t))
@@ -230,6 +242,8 @@ FUNCTIONS = {
     "kavro_broker_get_broker_info": (c_uint32, [c_void_p, c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t)]),
     "kavro_broker_get_certificate_error": (c_uint32, [c_void_p, c_uint32, POINTER(c_uint32)]),
     "kavro_broker_get_certificate_error_text": (c_uint32, [c_void_p, c_char_p, POINTER(c_size_t)]),
+    "kavro_broker_get_desktop": (c_uint32, [c_void_p, c_uint32, POINTER(kavro_broker_desktop), c_size_t]),
+    "kavro_broker_get_desktop_connection": (c_uint32, [c_void_p, POINTER(kavro_broker_desktop_connection), c_size_t]),
     "kavro_broker_get_desktop_connection_agent_variable": (c_uint32, [c_void_p, c_uint32, c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t)]),
     "kavro_broker_get_desktop_connection_alternate_target": (c_uint32, [c_void_p, c_uint32, c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t), c_char_p, POINTER(c_size_t)]),
     "kavro_broker_get_desktop_connection_property": (c_uint32, [c_void_p, c_uint32, c_char_p, POINTER(c_size_t)]),

@@ -76,6 +76,13 @@ def read_text(accessor, *arguments):
     return read_texts(1, lambda *out: accessor(*arguments, *out))[0]
 
 
+def read_record(kind, accessor, *arguments):
+    """What `accessor` lends of a whole record."""
+    record = kind()
+    check(accessor(*arguments, ctypes.byref(record), ctypes.sizeof(record)))
+    return record
+
+
 def read_each(count, owner, read):
     """`read(index)` for as many as `count(owner, ...)` tells."""
     return [read(index) for index in range(read_value(ctypes.c_uint32, count, owner))]

@@ -1,12 +1,12 @@
 """What requests and accessors return, and how it is read through the C interface."""
 
-from ctypes import byref, c_size_t, c_uint8, c_uint32, create_string_buffer
+from ctypes import byref, c_size_t, c_uint8, c_uint32
 from dataclasses import dataclass
 from typing import List, NamedTuple, Optional
 
 from ._exports import (CertificateVerdict, ConnectionProperty, DialogFieldKind, Operation, Result,
-                       TextType)
-from ._library import Owned, check, encode, library, make, read_each, read_text, read_texts, read_value
+                       TextType, kavro_broker_desktop, kavro_broker_desktop_connection)
+from ._library import Owned, check, encode, library, make, read_each, read_record, read_texts
 
 
 class Variable(NamedTuple):
@@ -121,17 +121,15 @@ def read_variables(count, accessor, owner):
     return read_each(count, owner, lambda index: read_variable(accessor, owner, index))
 
 
-def read_desktop(desktops, index):
-    def offers(operation):
-        return read_value(c_uint8, library.kavro_broker_get_desktop_operation_allowed, desktops, index,
-                          operation)
+def _copy(text):
+    return text.data.decode(errors="replace")
 
-    return Desktop(read_text(library.kavro_broker_get_desktop_name, desktops, index),
-                   read_text(library.kavro_broker_get_desktop_id, desktops, index),
-                   read_text(library.kavro_broker_get_desktop_type, desktops, index),
-                   read_text(library.kavro_broker_get_desktop_state, desktops, index),
-                   read_text(library.kavro_broker_get_desktop_health, desktops, index),
-                   [operation for operation in Operation if offers(operation)])
+
+def read_desktop(desktops, index):
+    lent = read_record(kavro_broker_desktop, library.kavro_broker_get_desktop, desktops, index)
+    return Desktop(_copy(lent.name), _copy(lent.id), _copy(lent.type), _copy(lent.state),
+                   _copy(lent.health),
+                   [operation for operation in Operation if lent.operations >> operation & 1])
 
 
 def read_desktops(desktops):
@@ -139,22 +137,10 @@ def read_desktops(desktops):
                      lambda index: read_desktop(desktops, index))
 
 
-def _read_gateway_ticket(info):
-    size = c_size_t()
-    if library.kavro_broker_get_desktop_connection_property(
-            info, ConnectionProperty.GATEWAY_TICKET, None, byref(size)) == Result.ERR_NOT_AVAILABLE:
-        return None
-    return GatewayTicket(*(
-        read_text(library.kavro_broker_get_desktop_connection_property, info, which)
-        for which in (ConnectionProperty.GATEWAY_TICKET, ConnectionProperty.GATEWAY_TICKET_CREATION,
-                      ConnectionProperty.GATEWAY_TICKET_EXPIRY)))
-
-
-def _read_use_broker_address(info):
-    flag = create_string_buffer(1)
-    check(library.kavro_broker_get_desktop_connection_property(
-        info, ConnectionProperty.USE_BROKER_ADDRESS, flag, byref(c_size_t(1))))
-    return flag.raw != b"\0"
+def _has_gateway_ticket(info):
+    """An empty ticket is one."""
+    return library.kavro_broker_get_desktop_connection_property(
+        info, ConnectionProperty.GATEWAY_TICKET, None, byref(c_size_t())) != Result.ERR_NOT_AVAILABLE
 
 
 def _read_alternate_target(info, index):
@@ -163,14 +149,13 @@ def _read_alternate_target(info, index):
 
 
 def read_connection(info):
-    def text(which):
-        return read_text(library.kavro_broker_get_desktop_connection_property, info, which)
-
+    lent = read_record(kavro_broker_desktop_connection, library.kavro_broker_get_desktop_connection, info)
+    ticket = GatewayTicket(_copy(lent.gateway_ticket), _copy(lent.gateway_ticket_created),
+                           _copy(lent.gateway_ticket_expires))
     return DesktopConnection(
-        Target(text(ConnectionProperty.TARGET_ADDRESS), text(ConnectionProperty.HOST_NAME),
-               text(ConnectionProperty.SERVER_NAME), text(ConnectionProperty.PORT)),
-        text(ConnectionProperty.SESSION_ID), text(ConnectionProperty.CONNECT_TAG),
-        _read_use_broker_address(info), _read_gateway_ticket(info),
+        Target(_copy(lent.address), _copy(lent.host_name), _copy(lent.server_name), _copy(lent.port)),
+        _copy(lent.session_id), _copy(lent.connect_tag), bool(lent.use_broker_address),
+        ticket if _has_gateway_ticket(info) else None,
         read_variables(library.kavro_broker_get_num_desktop_connection_agent_variables,
                        library.kavro_broker_get_desktop_connection_agent_variable, info),
         read_each(library.kavro_broker_get_num_desktop_connection_alternate_targets, info,

@@ -98,13 +98,16 @@ TEST_F(Arguments, NullIsRefusedWhereSomethingIsNeededElseIgnored) {
     kavro_broker_variable_list made_variables = nullptr;
     kavro_broker_type_finder made_finder = nullptr;
     const kavro_broker_name_value field = {"pin", "1234"};
-    const char *const words = "words";
+    const char *const words = "sixteen letters.";
+    kavro_broker_desktop desktop;
+    kavro_broker_desktop_connection connection;
     const std::tuple good(
         h, kavro_broker_desktop_list(&list), kavro_broker_desktop_connection_info(&info),
         kavro_broker_variable_list(&variables), kavro_broker_type_finder(&finder), &made,
         &made_list, &made_info, &made_variables, &made_finder, &field, words,
         (const uint8_t *)words, (const void *)words, (void *)text, &text[0], &length, &number,
-        &flag, &sign, &sign_by, &hear, uint32_t(0), uint16_t(1), uint8_t(1), size_t(4), true);
+        &flag, &desktop, &connection, &sign, &sign_by, &hear, uint32_t(0), uint16_t(1), uint8_t(1),
+        sizeof(kavro_broker_text), true);
 #define EXPORT(function) try_nulls(#function, function, good);
 #include "exports.inc"
 #undef EXPORT
@@ -113,6 +116,8 @@ TEST_F(Arguments, NullIsRefusedWhereSomethingIsNeededElseIgnored) {
 
 TEST_F(Arguments, ValuesOutOfRange) {
     kavro_broker_variable_list none = nullptr;
+    kavro_broker_desktop desktop;
+    kavro_broker_desktop_connection connection;
     const kavro_broker_name_value half_given = {"pin", nullptr};
     const std::pair<const char *, kavro_broker_result> results[] = {
         {"disclaimer 2", kavro_broker_send_accept_disclaimer(h, 2)},
@@ -133,6 +138,9 @@ TEST_F(Arguments, ValuesOutOfRange) {
         {"certificate", kavro_broker_get_broker_certificate(h, 0, &flag, &length)},
         {"verdict", kavro_broker_get_certificate_error(h, 0, &number)},
         {"desktop", kavro_broker_get_desktop_name(&list, 1, text, &length)},
+        {"desktop's record", kavro_broker_get_desktop(&list, 1, &desktop, sizeof desktop)},
+        {"size of a desktop", kavro_broker_get_desktop(&list, 0, &desktop, 15)},
+        {"size of a target", kavro_broker_get_desktop_connection(&info, &connection, 15)},
         {"operation 5", kavro_broker_get_desktop_operation_allowed(&list, 0, 5, &flag)},
         {"property 10", kavro_broker_get_desktop_connection_property(&info, 10, text, &length)},
         {"alternate target",
@@ -158,6 +166,36 @@ TEST_F(Arguments, TextsAreCopiedByOneRule) {
                   fits ? KAVRO_BROKER_OK : KAVRO_BROKER_ERR_BUFFER_TOO_SMALL);
         EXPECT_EQ(length, sizeof "Desktop");
         EXPECT_EQ(buffer, fits ? "Desktop\0"s + std::string(57, '#') : std::string(65, '#'));
+    }
+}
+
+/// By callers who know of the first text only, of all there is, and of more.
+TEST_F(Arguments, ARecordIsWrittenAsFarAsItsReaderKnowsIt) {
+    info.connection.port = "4172";
+    info.connection.use_broker_address = true;
+    for (const std::size_t size : {sizeof(kavro_broker_text), sizeof(kavro_broker_desktop),
+                                   sizeof(kavro_broker_desktop_connection), std::size_t(192)}) {
+        union {
+            char bytes[200];
+            kavro_broker_desktop desktop;
+            kavro_broker_desktop_connection target;
+        } room;
+        const auto is_kept_from = [&room](std::size_t written) {
+            return std::ranges::count(room.bytes + written, std::end(room.bytes), '#') ==
+                   std::ptrdiff_t(sizeof room - written);
+        };
+        std::ranges::fill(room.bytes, '#');
+        ASSERT_EQ(kavro_broker_get_desktop(&list, 0, &room.desktop, size), KAVRO_BROKER_OK);
+        EXPECT_STREQ(room.desktop.name.data, "Desktop");
+        EXPECT_TRUE(size < sizeof room.desktop ||
+                    (*room.desktop.health.data == '\0' && room.desktop.operations == 1u << 2));
+        EXPECT_TRUE(is_kept_from(std::min(size, sizeof room.desktop)));
+        std::ranges::fill(room.bytes, '#');
+        ASSERT_EQ(kavro_broker_get_desktop_connection(&info, &room.target, size), KAVRO_BROKER_OK);
+        EXPECT_STREQ(room.target.address.data, "");
+        EXPECT_TRUE(size < sizeof room.target ||
+                    (room.target.port.size == 4 && room.target.use_broker_address == 1u));
+        EXPECT_TRUE(is_kept_from(std::min(size, sizeof room.target)));
     }
 }
 

@@ -116,12 +116,12 @@ class Types:
 
 
 def definitions(code, types):
-    """The struct and the callbacks, which functions name in turn."""
-    for body, name in re.findall(r"typedef struct \{(.*?)\} (\w+);", code, re.DOTALL):
+    """The structs and the callbacks, which functions name in turn."""
+    for body, name in re.findall(r"typedef struct (?:\w+ )?\{(.*?)\} (\w+);", code, re.DOTALL):
         members = [part.strip() for part in body.split(";") if part.strip()]
         fields = ", ".join(f'("{part.split("*")[-1].split()[-1]}", {types.parameters(part)[0]})'
                            for part in members)
-        types.known[f"{name} *"] = f"POINTER({name})"
+        types.known.update({name: name, f"{name} *": f"POINTER({name})"})
         yield f"\nclass {name}(Structure):\n    _fields_ = [{fields}]\n\n"
     for result, name, parameters in re.findall(r"typedef (\w+) \(\*(\w+)\)\((.*?)\);", code, re.DOTALL):
         types.known[name] = name

@@ -2,6 +2,7 @@
 #include "kavro_broker_extras.h"
 #include "records.h"
 
+#include <algorithm>
 #include <iterator>
 #include <new>
 
@@ -56,6 +57,28 @@ kavro_broker_result put_property(const cDESKTOP_CONNECTION_RESULT &connection,
     return put_text({connection.*property_texts[property], buffer, length});
 }
 
+/// A text that a zero follows, unless it is empty.
+kavro_broker_text lent(std::string_view text) {
+    return {text.empty() ? "" : text.data(), text.size()};
+}
+
+/// The operations that are allowed, as bits.
+std::uint32_t bits_of(const decltype(cDESKTOP_LIST_RESULT::allowed) &allowed) {
+    std::uint32_t bits = 0;
+    for (std::size_t operation = 0; operation < allowed.size(); ++operation)
+        bits |= std::uint32_t{allowed[operation]} << operation;
+    return bits;
+}
+
+/// As much of a record as the caller knows of, which is its first member at least.
+template <class Record>
+kavro_broker_result put_record(const Record &record, Record *out, std::size_t size) {
+    if (size < sizeof(kavro_broker_text))
+        return KAVRO_BROKER_ERR_INVALID_PARAMETER;
+    kavro_memcpy_s(out, size, &record, std::min(size, sizeof record));
+    return KAVRO_BROKER_OK;
+}
+
 } // namespace
 
 kavro_broker_result kavro_broker_get_num_desktops(kavro_broker_desktop_list list, uint32_t *count) {
@@ -101,6 +124,18 @@ kavro_broker_result kavro_broker_get_desktop_operation_allowed(kavro_broker_desk
     });
 }
 
+kavro_broker_result kavro_broker_get_desktop(kavro_broker_desktop_list list, uint32_t index,
+                                             kavro_broker_desktop *desktop,
+                                             size_t size_of_desktop) {
+    return with_handle(list, {desktop}, [&](auto &record) {
+        return with_item(*record.desktops, index, [&](const cDESKTOP_LIST_RESULT &of) {
+            return put_record({lent(of.resource_name), lent(of.resource_id), lent(of.resource_type),
+                               lent(of.resource_state), lent(of.health_state), bits_of(of.allowed)},
+                              desktop, size_of_desktop);
+        });
+    });
+}
+
 void kavro_broker_free_desktop_list(kavro_broker_desktop_list list) {
     delete list;
 }
@@ -110,6 +145,20 @@ kavro_broker_get_desktop_connection_property(kavro_broker_desktop_connection_inf
                                              uint32_t property, char *buffer, size_t *length) {
     return with_handle(info, {}, [&](auto &record) {
         return put_property(record.connection, property, buffer, length);
+    });
+}
+
+kavro_broker_result kavro_broker_get_desktop_connection(kavro_broker_desktop_connection_info info,
+                                                        kavro_broker_desktop_connection *connection,
+                                                        size_t size_of_connection) {
+    return with_handle(info, {connection}, [&](auto &record) {
+        const cDESKTOP_CONNECTION_RESULT &of = record.connection;
+        return put_record({lent(of.target_address), lent(of.host_name), lent(of.server_name),
+                           lent(of.port), lent(of.session_id), lent(of.connect_tag),
+                           std::uint32_t{of.use_broker_address}, lent(of.gateway_ticket),
+                           lent(of.gateway_ticket_creation_time),
+                           lent(of.gateway_ticket_expiry_time)},
+                          connection, size_of_connection);
     });
 }
 

@@ -251,6 +251,63 @@ KAVRO_BROKER_API kavro_broker_result kavro_broker_enable_oauth(kavro_broker_hand
 KAVRO_BROKER_API kavro_broker_result kavro_broker_send_oauth_code(kavro_broker_handle handle,
                                                                   const char *code);
 
+/** A text that is part of a record: UTF-8, never null, valid until the record is freed. */
+typedef struct kavro_broker_text {
+    const char *data; /**< followed by a zero */
+    size_t size;      /**< in bytes, without the zero */
+} kavro_broker_text;
+
+/** One desktop of a list. A text that the broker did not send is empty. */
+typedef struct kavro_broker_desktop {
+    kavro_broker_text name;   /**< to be shown */
+    kavro_broker_text id;     /**< to be asked for */
+    kavro_broker_text type;   /**< in the broker's words */
+    kavro_broker_text state;  /**< in the broker's words */
+    kavro_broker_text health; /**< in the broker's words */
+    uint32_t operations;      /**< bit n is set when it offers the `KAVRO_BROKER_OPERATION_...` n */
+} kavro_broker_desktop;
+
+/** What to connect to. A text that the broker did not send is empty. */
+typedef struct kavro_broker_desktop_connection {
+    kavro_broker_text address;        /**< of the target */
+    kavro_broker_text host_name;      /**< of the target */
+    kavro_broker_text server_name;    /**< of the target, for its certificate */
+    kavro_broker_text port;           /**< of the target */
+    kavro_broker_text session_id;     /**< of the session that the desktop belongs to */
+    kavro_broker_text connect_tag;    /**< secret: what the target lets the client in for */
+    uint32_t use_broker_address;      /**< 1 when the broker's address is to be used, else 0 */
+    kavro_broker_text gateway_ticket; /**< secret; empty, as the next two, where there is none */
+    kavro_broker_text gateway_ticket_created; /**< when it was made, in the broker's words */
+    kavro_broker_text gateway_ticket_expires; /**< when it ends, in the broker's words */
+} kavro_broker_desktop_connection;
+
+/**
+ * Tells all of one desktop in one call, without a copy.
+ *
+ * @param index from 0, in the order of the list.
+ * @param desktop receives it, unless the call fails. Its texts are the list's.
+ * @param size_of_desktop `sizeof(kavro_broker_desktop)` as the caller was built with: no more than
+ * that is written. Members are only ever added at the end.
+ * @return #KAVRO_BROKER_OK; #KAVRO_BROKER_ERR_INVALID_PARAMETER for an index out of range and a
+ * size without room for the first member.
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop(kavro_broker_desktop_list list,
+                                                              uint32_t index,
+                                                              kavro_broker_desktop *desktop,
+                                                              size_t size_of_desktop);
+
+/**
+ * Tells what to connect to in one call, without a copy. What there may be several of has its own
+ * functions.
+ *
+ * @param connection receives it, unless the call fails. Its texts are the record's.
+ * @param size_of_connection `sizeof(kavro_broker_desktop_connection)`, as with
+ * kavro_broker_get_desktop().
+ */
+KAVRO_BROKER_API kavro_broker_result kavro_broker_get_desktop_connection(
+    kavro_broker_desktop_connection_info info, kavro_broker_desktop_connection *connection,
+    size_t size_of_connection);
+
 /** The number of other targets that the broker names for the desktop. */
 KAVRO_BROKER_API kavro_broker_result kavro_broker_get_num_desktop_connection_alternate_targets(
     kavro_broker_desktop_connection_info info, uint32_t *count);

@@ -194,17 +194,25 @@ std::vector<variable> read_variables(Count count, Accessor accessor, Owner owner
                      [&](std::uint32_t index) { return read_variable(accessor, owner, index); });
 }
 
+/// What an accessor lends of a whole record.
+template <class Record, class Accessor, class... Arguments>
+Record read_record(Accessor accessor, Arguments... arguments) {
+    Record record{};
+    check(accessor(arguments..., &record, sizeof record));
+    return record;
+}
+
+inline std::string copy(const kavro_broker_text &text) {
+    return {text.data, text.size};
+}
+
 inline desktop read_desktop(kavro_broker_desktop_list list, std::uint32_t index) {
-    desktop read{read_text(kavro_broker_get_desktop_name, list, index),
-                 read_text(kavro_broker_get_desktop_id, list, index),
-                 read_text(kavro_broker_get_desktop_type, list, index),
-                 read_text(kavro_broker_get_desktop_state, list, index),
-                 read_text(kavro_broker_get_desktop_health, list, index),
-                 {}};
+    const auto lent = read_record<kavro_broker_desktop>(kavro_broker_get_desktop, list, index);
+    desktop read{copy(lent.name),  copy(lent.id),     copy(lent.type),
+                 copy(lent.state), copy(lent.health), {}};
     for (std::uint32_t operation = KAVRO_BROKER_OPERATION_OS_RESTART;
          operation <= KAVRO_BROKER_OPERATION_RESUME; ++operation)
-        if (read_value<std::uint8_t>(kavro_broker_get_desktop_operation_allowed, list, index,
-                                     operation) != 0)
+        if ((lent.operations >> operation & 1U) != 0)
             read.operations.push_back(operation);
     return read;
 }
@@ -218,28 +226,20 @@ inline target read_alternate_target(kavro_broker_desktop_connection_info info,
 }
 
 inline desktop_connection read_connection(kavro_broker_desktop_connection_info info) {
-    const auto text = [info](std::uint32_t property) {
-        return read_text(kavro_broker_get_desktop_connection_property, info, property);
-    };
+    const auto lent =
+        read_record<kavro_broker_desktop_connection>(kavro_broker_get_desktop_connection, info);
     desktop_connection read;
-    read.target = {text(KAVRO_BROKER_CONNECTION_TARGET_ADDRESS),
-                   text(KAVRO_BROKER_CONNECTION_HOST_NAME),
-                   text(KAVRO_BROKER_CONNECTION_SERVER_NAME), text(KAVRO_BROKER_CONNECTION_PORT)};
-    read.session_id = text(KAVRO_BROKER_CONNECTION_SESSION_ID);
-    read.connect_tag = text(KAVRO_BROKER_CONNECTION_CONNECT_TAG);
-
-    char flag = 0;
-    std::size_t size = sizeof flag;
-    check(kavro_broker_get_desktop_connection_property(
-        info, KAVRO_BROKER_CONNECTION_USE_BROKER_ADDRESS, &flag, &size));
-    read.use_broker_address = flag != 0;
-
+    read.target = {copy(lent.address), copy(lent.host_name), copy(lent.server_name),
+                   copy(lent.port)};
+    read.session_id = copy(lent.session_id);
+    read.connect_tag = copy(lent.connect_tag);
+    read.use_broker_address = lent.use_broker_address != 0;
+    std::size_t size = 0; // tells an empty ticket from none
     if (kavro_broker_get_desktop_connection_property(info, KAVRO_BROKER_CONNECTION_GATEWAY_TICKET,
                                                      nullptr,
                                                      &size) != KAVRO_BROKER_ERR_NOT_AVAILABLE)
-        read.gateway_ticket = {text(KAVRO_BROKER_CONNECTION_GATEWAY_TICKET),
-                               text(KAVRO_BROKER_CONNECTION_GATEWAY_TICKET_CREATION),
-                               text(KAVRO_BROKER_CONNECTION_GATEWAY_TICKET_EXPIRY)};
+        read.gateway_ticket = {copy(lent.gateway_ticket), copy(lent.gateway_ticket_created),
+                               copy(lent.gateway_ticket_expires)};
     read.agent_variables = read_variables(kavro_broker_get_num_desktop_connection_agent_variables,
                                           kavro_broker_get_desktop_connection_agent_variable, info);
     read.alternate_targets =

@@ -24,7 +24,7 @@ public:
     /// The element's own text, CDATA included, without that of its children; white space is kept.
     std::string text() const;
     /// The same without a copy, when the document has it in one piece; else it is put together in
-    /// `buffer`.
+    /// `buffer`. A zero follows it, unless it is empty.
     std::string_view text(std::string &buffer) const;
     std::optional<std::string> attribute(std::string_view name) const;
 

@@ -15,8 +15,7 @@ constexpr const char *excluded_character = "excluded character";
 /// Walks over a text once. Each step returns null, or why the text is malformed.
 class Indexer {
 public:
-    Indexer(std::string_view text, int max_nesting, ElementIndex &elements,
-            PacedCheckpoint &checkpoint)
+    Indexer(SecureText &text, int max_nesting, ElementIndex &elements, PacedCheckpoint &checkpoint)
         : begin_(text.data()),
           end_(begin_ + text.size()),
           at_(begin_),
@@ -118,7 +117,7 @@ private:
     }
 
     const char *read_end_tag() {
-        const char *const start = at_;
+        char *const start = begin_ + offset(at_);
         if (open_.empty())
             return "invalid closing tag";
         const auto [index, name] = open_.back();
@@ -131,6 +130,7 @@ private:
         ++at_;
         elements_[index].close = offset(start);
         elements_[index].next = static_cast<std::uint32_t>(elements_.size());
+        *start = '\0';
         open_.pop_back();
         return nullptr;
     }
@@ -155,7 +155,7 @@ private:
         return static_cast<std::uint32_t>(position - begin_);
     }
 
-    const char *begin_;
+    char *begin_;
     const char *end_; ///< the text's end
     const char *at_;
     ElementIndex &elements_;
@@ -165,7 +165,7 @@ private:
 
 } // namespace
 
-const char *index_elements(std::string_view text, int max_nesting, ElementIndex &elements,
+const char *index_elements(SecureText &text, int max_nesting, ElementIndex &elements,
                            PacedCheckpoint &checkpoint) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
         return "text too long";

@@ -9,8 +9,8 @@
 #include <string_view>
 
 // The characters of XML: what ends a name, a text or a value, and what stands for another
-// character. Every position points into a text that ends with a zero byte and holds no other, so
-// that nothing here has to know where the text ends.
+// character. Every position points into a text that ends with a zero byte, so that nothing here has
+// to know where the text ends.
 
 namespace kavro::xml {
 

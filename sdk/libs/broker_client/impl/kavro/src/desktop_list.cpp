@@ -38,7 +38,9 @@ std::uint64_t beginning_of(std::string_view id) {
 DesktopList::DesktopList(std::shared_ptr<const void> source) : source_(std::move(source)) {}
 
 std::string_view DesktopList::keep(std::string_view text) {
-    return {copied(kept_, std::span<const char>(text)), text.size()};
+    char *const room = static_cast<char *>(kept_.allocate(text.size() + 1, 1));
+    room[text.copy(room, text.size())] = '\0';
+    return {room, text.size()};
 }
 
 cDESKTOP_LIST_RESULT::Texts DesktopList::keep(cDESKTOP_LIST_RESULT::Texts texts) {

@@ -11,7 +11,8 @@
 
 namespace kavro {
 
-/// One desktop of a list, which owns its texts.
+/// One desktop of a list, which owns its texts. A zero follows each of the first five that is not
+/// empty.
 ///
 /// No export hands out protocols, session type and icons. They are read all the same, because a
 /// resource in which they are malformed is a malformed answer.
@@ -44,7 +45,7 @@ public:
 
     void reserve(std::size_t desktops) { desktops_.reserve(desktops); }
     void add(const cDESKTOP_LIST_RESULT &desktop) { desktops_.push_back(desktop); }
-    /// Copies of what is no part of the source.
+    /// Copies of what is no part of the source; a zero follows a text.
     std::string_view keep(std::string_view text);
     cDESKTOP_LIST_RESULT::Texts keep(cDESKTOP_LIST_RESULT::Texts texts);
     /// Orders what was added. Of several desktops with one id the last counts.
