@@ -21,6 +21,7 @@ public:
 
     explicit operator bool() const { return document_ != nullptr; }
     std::string_view name() const;
+    bool is_named(std::string_view name) const;
     /// The element's own text, CDATA included, without that of its children; white space is kept.
     std::string text() const;
     /// The same without a copy, when the document has it in one piece; else it is put together in
@@ -39,6 +40,9 @@ public:
     std::string_view content() const {
         return for_each_attribute([](const xml::RawAttribute &) {});
     }
+    /// The same of an element with neither attributes nor blanks in its tags; else null. `name` is
+    /// the name().
+    std::string_view bare_content(std::string_view name) const;
     /// Whether there is more than white space beside its children, comments included.
     bool has_mixed_content() const;
 
@@ -154,6 +158,17 @@ inline const char *XmlNode::name_end() const {
 
 inline std::string_view XmlNode::name() const {
     return {text_at(place().start) + 1, name_end()};
+}
+
+inline std::string_view XmlNode::bare_content(std::string_view name) const {
+    const char *const begin = name.data() + name.size() + 1;
+    const char *const close = text_at(place().close);
+    const bool bare = begin[-1] == '>' && close[name.size() + 2] == '>';
+    return bare ? std::string_view(begin, close) : std::string_view();
+}
+
+inline bool XmlNode::is_named(std::string_view name) const {
+    return document_->is_named(place(), name);
 }
 
 inline PacedCheckpoint &XmlNode::checkpoint() const {

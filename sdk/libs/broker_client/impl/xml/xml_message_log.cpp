@@ -90,6 +90,14 @@ bool is_special(char c) {
     return needs_care[static_cast<unsigned char>(c)];
 }
 
+/// Whether all of a text stands in the log as it is.
+bool is_plain(std::string_view text) {
+    bool special = false;
+    for (const char c : text)
+        special |= is_special(c);
+    return !special;
+}
+
 bool is_blank(std::string_view text) {
     return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
@@ -121,6 +129,8 @@ private:
             found_known_ || std::ranges::find(known_names, name) != std::end(known_names);
         Secrecy secrecy = note_secrecy(name);
         text_.append(2 * depth, ' ');
+        if (secrecy == Secrecy::none && write_whole(element, name))
+            return;
         text_ += '<';
         const std::size_t name_begin = text_.size();
         append_shown(name);
@@ -141,6 +151,18 @@ private:
         text_ += "</";
         text_.append(text_, name_begin, name_size);
         text_ += ">\n";
+    }
+
+    /// Most elements have a plain name and a plain text and nothing else, and are copied in one
+    /// piece. In the document a zero stands in the place of the end tag's "<".
+    bool write_whole(XmlNode element, std::string_view name) {
+        const std::string_view content = element.bare_content(name);
+        if (content.data() == nullptr || element.child() || !is_plain(name) || !is_plain(content))
+            return false;
+        const std::size_t close = text_.size() + name.size() + content.size() + 2;
+        text_.append(name.data() - 1, 2 * name.size() + content.size() + 5) += '\n';
+        text_[close] = '<';
+        return true;
     }
 
     Secrecy note_secrecy(std::string_view name) {
