@@ -112,30 +112,24 @@ eERROR_CODE code_of(const CodeRow<Result> (&rows)[N], Result result, const char 
 }
 
 /// Where the text of one element goes.
-template <class Record, class Text = std::string>
+template <class Record>
 struct TextField {
     const char *element;
-    Text Record::*member;
+    std::string Record::*member;
     bool required = true;
 };
 
 /// Fills a record from the children of an element, in the table's order, up to the first required
-/// one that is missing. `text_of` gives a child's text as the record keeps it.
-template <class Record, class Text, std::size_t N, class TextOf>
-Read<> read_fields(XmlNode parent, const TextField<Record, Text> (&fields)[N], Record &record,
-                   TextOf text_of) {
+/// one that is missing.
+template <class Record, std::size_t N>
+Read<> read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
     for (const auto &field : fields) {
         if (const XmlNode child = parent.child(field.element))
-            record.*field.member = text_of(child);
+            record.*field.member = child.text();
         else if (field.required)
             return field.element;
     }
     return {};
-}
-
-template <class Record, std::size_t N>
-Read<> read_fields(XmlNode parent, const TextField<Record> (&fields)[N], Record &record) {
-    return read_fields(parent, fields, record, [](XmlNode child) { return child.text(); });
 }
 
 /// The texts of all children of that name, in document order.

@@ -14,12 +14,44 @@ constexpr ResultRow rows[] = {
     {"LIST_FAILED_NO_USER", ERROR_CODE_INVALID_STATE},
 };
 
-constexpr TextField<cDESKTOP_LIST_RESULT, std::string_view> desktop_fields[] = {
-    {"resource-name", &cDESKTOP_LIST_RESULT::resource_name},
-    {"resource-id", &cDESKTOP_LIST_RESULT::resource_id},
-    {"resource-type", &cDESKTOP_LIST_RESULT::resource_type},
-    {"resource-state", &cDESKTOP_LIST_RESULT::resource_state},
-    {"health-state", &cDESKTOP_LIST_RESULT::health_state, false},
+/// The parts of a desktop, in the order in which brokers send them.
+enum Part { name, id, type, state, health, protocols, operations, icons, parts };
+
+constexpr std::array<std::string_view, parts> part_names = {
+    "resource-name", "resource-id", "resource-type",        "resource-state",
+    "health-state",  "protocols",   "supported-operations", "icons"};
+
+/// The first child of each name, found in one walk.
+using Parts = std::array<XmlNode, parts>;
+
+Parts parts_of(XmlNode resource) {
+    Parts found;
+    std::size_t next = 0; // children that come in order are told by one comparison each
+    for (XmlNode child = resource.child(); child; child = child.next()) {
+        resource.checkpoint().step();
+        for (std::size_t tried = 0; tried < parts; ++tried, next = (next + 1) % parts) {
+            if (!child.is_named(part_names[next]))
+                continue;
+            if (!found[next])
+                found[next] = child;
+            break;
+        }
+    }
+    return found;
+}
+
+struct DesktopText {
+    Part part;
+    std::string_view cDESKTOP_LIST_RESULT::*member;
+    bool required = true;
+};
+
+constexpr DesktopText desktop_texts[] = {
+    {name, &cDESKTOP_LIST_RESULT::resource_name},
+    {id, &cDESKTOP_LIST_RESULT::resource_id},
+    {type, &cDESKTOP_LIST_RESULT::resource_type},
+    {state, &cDESKTOP_LIST_RESULT::resource_state},
+    {health, &cDESKTOP_LIST_RESULT::health_state, false},
 };
 
 /// Reads desktops into a list, as views of the message wherever that has a text in one piece.
@@ -28,19 +60,23 @@ public:
     explicit DesktopReader(DesktopList &list) : list_(list) {}
 
     Read<> read(XmlNode resource) {
+        const Parts found = parts_of(resource);
         cDESKTOP_LIST_RESULT desktop;
-        const auto as_kept = [this](XmlNode element) { return text_of(element); };
-        if (auto texts = read_fields(resource, desktop_fields, desktop, as_kept); !texts)
-            return texts;
-        if (auto protocols = read_protocols(resource, desktop); !protocols)
+        for (const auto &[part, member, required] : desktop_texts) {
+            if (found[part])
+                desktop.*member = text_of(found[part]);
+            else if (required)
+                return part_names[part].data();
+        }
+        if (auto protocols = read_protocols(found[Part::protocols], desktop); !protocols)
             return protocols;
-        const auto session_type = resource.child("resource-type").attribute("session-type");
+        const auto session_type = found[type].attribute("session-type");
         desktop.session_type = !session_type || *session_type == default_session_type
                                    ? default_session_type
                                    : list_.keep(*session_type);
-        read_operations(resource, desktop);
-        if (auto icons = read_icons(resource, desktop); !icons)
-            return icons;
+        read_operations(found[operations], desktop);
+        if (auto read = read_icons(found[icons], desktop); !read)
+            return read;
         list_.add(desktop);
         return {};
     }
@@ -51,20 +87,20 @@ private:
         return text.data() == buffer_.data() ? list_.keep(text) : text;
     }
 
-    Read<> read_protocols(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-        const auto first = find(resource, {"protocols", "protocol"});
-        if (!first)
-            return first.error();
+    Read<> read_protocols(XmlNode protocols, cDESKTOP_LIST_RESULT &desktop) {
+        if (!protocols)
+            return "protocols";
         texts_.clear();
-        for (XmlNode protocol = *first; protocol; protocol = protocol.next("protocol"))
-            texts_.push_back(text_of(protocol));
+        for_each_child(protocols, "protocol",
+                       [this](XmlNode protocol) { texts_.push_back(text_of(protocol)); });
+        if (texts_.empty())
+            return "protocol";
         desktop.protocols = list_.keep(texts_);
         return {};
     }
 
     /// Icons without a size are of no use and left out.
-    Read<> read_icons(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-        const XmlNode icons = resource.child("icons");
+    Read<> read_icons(XmlNode icons, cDESKTOP_LIST_RESULT &desktop) {
         if (!icons)
             return {};
         if (!icons.child("icon"))
@@ -82,8 +118,7 @@ private:
         return {};
     }
 
-    void read_operations(XmlNode resource, cDESKTOP_LIST_RESULT &desktop) {
-        const XmlNode operations = resource.child("supported-operations");
+    void read_operations(XmlNode operations, cDESKTOP_LIST_RESULT &desktop) {
         if (!operations)
             return;
         for_each_child(operations, "supported-operation", [&](XmlNode operation) {
