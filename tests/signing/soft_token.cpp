@@ -4,13 +4,11 @@
 #include "module.h"
 #include "system.h"
 
-#include <openssl/evp.h>
-#include <openssl/pem.h>
-#include <openssl/rsa.h>
+#include <openssl/x509.h>
 
 #include <cstdlib>
 #include <fstream>
-#include <memory>
+#include <map>
 #include <stdexcept>
 #include <string_view>
 
@@ -55,16 +53,19 @@ CK_SLOT_ID slot_with_token(CK_FUNCTION_LIST &module) {
 }
 
 void store_certificate(const TokenSession &session, std::string_view name, const Bytes &id,
-                       const Bytes &certificate) {
+                       const test_support::Identity &identity) {
     CK_ULONG object_class = CKO_CERTIFICATE;
     CK_ULONG kind = CKC_X_509;
-    const Bytes any_subject{0x30, 0x00};
+    const Bytes certificate = test_support::der_of(identity);
+    const unsigned char *subject = nullptr;
+    std::size_t size = 0;
+    X509_NAME_get0_der(X509_get_subject_name(identity.certificate.get()), &subject, &size);
     std::vector<CK_ATTRIBUTE> attributes{token::number(CKA_CLASS, object_class),
                                          token::number(CKA_CERTIFICATE_TYPE, kind),
                                          flag(CKA_TOKEN, true),
                                          {CKA_LABEL, characters(name), name.size()},
                                          bytes(CKA_ID, id),
-                                         bytes(CKA_SUBJECT, any_subject),
+                                         {CKA_SUBJECT, const_cast<unsigned char *>(subject), size},
                                          bytes(CKA_VALUE, certificate)};
     CK_OBJECT_HANDLE object = 0;
     require(session.module().C_CreateObject(session.handle(), attributes.data(), attributes.size(),
@@ -88,14 +89,29 @@ SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
         << "directories.tokendir = " << (folder_ / "tokens").string() << "\nlog.level = ERROR\n";
     setenv(variable, (folder_ / "softhsm2.conf").c_str(), 1);
 
-    const std::shared_ptr<EVP_PKEY> key(EVP_RSA_gen(2048), EVP_PKEY_free);
-    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(key_file.c_str(), "w"),
-                                                         BIO_free);
-    PEM_write_bio_PrivateKey(file.get(), key.get(), nullptr, nullptr, 0, nullptr, nullptr);
-    BIO_flush(file.get());
     manage("--init-token --free --label 'Test card' --so-pin 0815-0815");
-    for (const char *id : {"01", "03"})
-        manage("--import " + key_file.string() + " --token 'Test card' --label key --id " + id);
+    const auto issuer = test_support::authority(test_support::trusted_root());
+    const struct {
+        const char *name, *key;
+        CK_BYTE id;
+        bool has_key = true;
+    } objects[] = {{"log-in", "rsa-2048", 1},
+                   {"orphan", "rsa-2048", 2, false},
+                   {"mute", "rsa-2048", 3},
+                   {"p256", "ec-p256", 4},
+                   {"p384", "ec-secp384r1", 5}};
+    std::map<std::string, test_support::Identity> identities;
+    for (const auto &[name, key, id, has_key] : objects) {
+        const bool is_issued = name == std::string_view("p384");
+        const auto &identity = identities[name] = broker_sim::mint_certificate(
+            {.common_name = "Test client"}, broker_sim::shared_key(key),
+            is_issued ? issuer : test_support::trusted_root());
+        certificates_[name] = test_support::der_of(identity);
+        std::ofstream(key_file) << identity.key_pem();
+        if (has_key)
+            manage("--import " + key_file.string() + " --token 'Test card' --label key --id 0" +
+                   std::to_string(id));
+    }
 
     const auto modules = token::load_modules(module_path());
     CK_FUNCTION_LIST &module = *modules[0];
@@ -103,10 +119,10 @@ SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
     const std::string_view user_pin = pin;
     require(module.C_Login(session.handle(), CKU_USER, characters(user_pin), user_pin.size()),
             "user");
-    certificate_ = test_support::trusted_client(key);
-    store_certificate(session, "log-in", {1}, certificate_);
-    store_certificate(session, "orphan", {2}, certificate_);
-    store_certificate(session, "mute", {3}, certificate_);
+    for (const auto &[name, key, id, has_key] : objects)
+        store_certificate(session, name, {id}, identities[name]);
+    store_certificate(session, "issuer", {9}, issuer);
+    store_certificate(session, "root", {8}, test_support::trusted_root());
     forbid_to_sign(session, {3});
 }
 
@@ -120,8 +136,8 @@ std::string SoftToken::module_path() {
     return SOFTHSM2_MODULE;
 }
 
-std::string SoftToken::uri(const std::string &object) {
-    return "pkcs11:token=Test%20card;object=" + object + "?module-path=" + module_path();
+std::string SoftToken::uri(const std::string &object, const std::string &module) {
+    return "pkcs11:token=Test%20card;object=" + object + "?module-path=" + module;
 }
 
 } // namespace signing

@@ -2,14 +2,15 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace signing {
 
-/// A PKCS #11 token in files of a temporary folder. On it is a trusted certificate with its key
-/// pair
-/// ("log-in"), again with a key that may not sign ("mute"), and again without one ("orphan").
+/// A PKCS #11 token in files of a temporary folder. On it are trusted certificates with their key
+/// pairs: "log-in" (RSA), "p256" and "p384", which an authority has issued that is there as well.
+/// And two more: "mute", whose key may not sign, and "orphan", without one.
 class SoftToken {
 public:
     SoftToken();
@@ -21,14 +22,15 @@ public:
 
     static std::string module_path();
     /// The URI of an object, with the module's path in it.
-    static std::string uri(const std::string &object);
+    static std::string uri(const std::string &object, const std::string &module = module_path());
 
-    /// The trusted one.
-    const std::vector<std::uint8_t> &certificate() const { return certificate_; }
+    const std::vector<std::uint8_t> &certificate(const std::string &object = "log-in") const {
+        return certificates_.at(object);
+    }
 
 private:
     std::filesystem::path folder_;
-    std::vector<std::uint8_t> certificate_;
+    std::map<std::string, std::vector<std::uint8_t>> certificates_;
 };
 
 } // namespace signing

@@ -3,6 +3,9 @@
 #include "soft_token.h"
 
 #include <gmock/gmock.h>
+#include <openssl/ssl.h>
+
+#include <cstdlib>
 
 // The command-line client with a certificate on a token, against servers that demand one.
 
@@ -19,7 +22,7 @@ protected:
 };
 
 TEST_F(ClientCertificateOption, asks_for_the_pin_without_showing_it) {
-    const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding("RSA+SHA256"));
+    const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding("RSA-PSS+SHA256"));
     const auto outcome = run(
         {"logout", "--broker", peer.address(), "--client-certificate", SoftToken::uri("log-in")},
         std::string(SoftToken::pin) + "\n");
@@ -42,7 +45,10 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
         const char *told;
         std::string pin = SoftToken::pin;
         const char *signatures = "RSA+SHA256";
+        int min_version = 0, max_version = TLS1_2_VERSION;
+        const char *shown = "log-in";
     };
+    const std::string p256 = SoftToken::uri("p256"), p384 = SoftToken::uri("p384");
     const Case cases[] = {
         {uri, pin, 0, ""},
         {uri + "&pin-source=fd:{fd}", none, 0, ""},
@@ -50,6 +56,12 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
         // The module is one that is registered.
         {card + ";id=%01", pin, 0, "", SoftToken::pin, "RSA+SHA384"},
         {uri, pin, 0, "", SoftToken::pin, "RSA+SHA512"},
+        {uri, pin, 0, "", SoftToken::pin, "RSA-PSS+SHA384"},
+        {uri, pin, 0, "", SoftToken::pin, "", TLS1_3_VERSION, 0},
+        {p256, pin, 0, "", SoftToken::pin, "", TLS1_3_VERSION, 0, "p256"},
+        {p256, pin, 0, "", SoftToken::pin, "ECDSA+SHA512", 0, TLS1_2_VERSION, "p256"},
+        {p384, pin, 0, "", SoftToken::pin, "", TLS1_3_VERSION, 0, "p384"},
+        {p384, pin, 0, "", SoftToken::pin, "ECDSA+SHA512", 0, TLS1_2_VERSION, "p384"},
         {"", none, 2, "KAVRO_BROKER_ERR_TLS_HANDSHAKE_FAILED"},
         {"", pin, 1, "--client-certificate"},
         {uri, none, 8, "give --token-pin-fd"},
@@ -71,7 +83,8 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
     };
     for (const Case &row : cases) {
         SCOPED_TRACE(row.uri + " " + row.told);
-        const ScriptedPeer peer({welcome("Connection: close\r\n")}, demanding(row.signatures));
+        const ScriptedPeer peer({welcome("Connection: close\r\n")},
+                                demanding(row.signatures, row.min_version, row.max_version));
         Lines arguments{"logout", "--broker", peer.address()};
         if (!row.uri.empty())
             arguments.insert(arguments.end(), {"--client-certificate", row.uri});
@@ -85,8 +98,54 @@ TEST_F(ClientCertificateOption, takes_pin_and_module_from_the_command_line) {
         EXPECT_THAT(outcome.err, HasSubstr(row.told));
         EXPECT_THAT(outcome.err, Not(HasSubstr("4711")));
         if (row.status == 0) {
-            EXPECT_EQ(peer.record(0).client_certificate, token_.certificate());
+            EXPECT_EQ(peer.record(0).client_certificate, token_.certificate(row.shown));
         }
+    }
+}
+
+TEST_F(ClientCertificateOption, outlives_a_hostile_module) {
+    const struct {
+        const char *misdeed;
+        int status;
+        const char *told;
+        const char *key = "log-in";
+    } rows[] = {
+        {"no such list", 1, "cannot be loaded"},
+        {"C_Initialize", 1, "does not start"},
+        {"C_GetInfo", 1, "No token has the certificate"},
+        {"C_GetSlotList", 1, "does not tell its tokens"},
+        {"C_GetTokenInfo", 1, "No token has the certificate"},
+        {"C_OpenSession", 1, "cannot be opened"},
+        {"C_FindObjectsInit", 1, "cannot be searched"},
+        {"C_FindObjects", 1, "cannot be searched"},
+        {"C_GetAttributeValue", 1, "does not tell an attribute"},
+        {"C_Login", 1, "cannot be unlocked"},
+        {"C_SignInit", 2, "does not sign"},
+        {"C_Sign", 2, "does not sign"},
+        {"endless slots", 1, "of its size cannot be"},
+        {"objects beyond the room", 1, "of its size cannot be"},
+        {"endless objects", 1, "names several certificates"},
+        {"attribute not there", 1, "of its size cannot be"},
+        {"huge attribute", 1, "of its size cannot be"},
+        {"attribute beyond the room", 1, "of its size cannot be"},
+        {"no certificate", 1, "The client certificate cannot be used"},
+        {"huge signature", 2, "of its size cannot be"},
+        {"signature beyond the room", 2, "of its size cannot be"},
+        {"short signature", 2, "TLS_HANDSHAKE_FAILED"},
+        {"short signature", 2, "another length than the key's", "p256"},
+        {"no signature", 2, "another length than the key's", "p256"},
+        {"C_GetMechanismInfo", 0, ""}, // then it signs as every token does
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.misdeed);
+        setenv("HOSTILE_MODULE", row.misdeed, 1);
+        const ScriptedPeer peer({welcome("Connection: close\r\n")},
+                                demanding("", 0, TLS1_2_VERSION));
+        const auto outcome = run({"logout", "--broker", peer.address(), "--client-certificate",
+                                  SoftToken::uri(row.key, HOSTILE_MODULE), "--token-pin-fd",
+                                  std::to_string(descriptor_with(SoftToken::pin))});
+        EXPECT_EQ(outcome.status, row.status) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(row.told));
     }
 }
 

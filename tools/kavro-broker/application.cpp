@@ -91,7 +91,8 @@ void carry_out(const Command &command, const Options &options, const Surrounding
     Answers answers(options.login, prompts_or_null, surroundings.interruption);
     std::optional<ClientCertificate> certificate;
     if (options.client_certificate.uri)
-        certificate.emplace(options.client_certificate, prompts_or_null, surroundings.interruption);
+        certificate.emplace(open_client_key(options.client_certificate, prompts_or_null,
+                                            surroundings.interruption));
 
     Session session(options, surroundings);
     session.use_proxy(options.proxy, proxy_password);

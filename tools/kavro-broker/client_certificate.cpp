@@ -1,83 +1,99 @@
 #include "client_certificate.h"
 
-#include "answers.h"
 #include "failure.h"
-#include "token_signer.h"
 
-#include <charconv>
-#include <optional>
-#include <string_view>
+#include <openssl/bn.h>
+#include <openssl/ec.h>
+#include <openssl/pem.h>
+
+#include <algorithm>
+#include <stdexcept>
 
 namespace kavro_cli {
+
+using kavro_broker::bytes;
+
 namespace {
 
-Failure token_failure(const std::string &sentence) {
-    return {ExitStatus::usage, "CLIENT_CERTIFICATE", sentence};
-}
-
-/// The descriptor that a URI names as the source of its PIN, as "fd:3".
-std::optional<int> pin_descriptor(const token::TokenUri &uri) {
-    const auto source = uri.pin_source();
-    if (!source)
-        return std::nullopt;
-    constexpr std::string_view scheme = "fd:";
-    const char *end = source->data() + source->size();
-    int descriptor = -1;
-    if (source->starts_with(scheme)) {
-        const auto [rest, error] = std::from_chars(source->data() + scheme.size(), end, descriptor);
-        if (error == std::errc() && rest == end && descriptor >= 0)
-            return descriptor;
+template <auto Release>
+struct ReleaseBy {
+    template <class T>
+    void operator()(T *object) const {
+        Release(object);
     }
-    throw token_failure("The pin-source of a PKCS #11 URI must be a descriptor here: fd:N.");
+};
+template <class T, auto Release>
+using Owned = std::unique_ptr<T, ReleaseBy<Release>>;
+
+bytes pem_of(const std::vector<bytes> &certificates) {
+    const Owned<BIO, BIO_free> text(BIO_new(BIO_s_mem()));
+    for (const bytes &der : certificates)
+        PEM_write_bio(text.get(), PEM_STRING_X509, "", der.data(), static_cast<long>(der.size()));
+    const char *data = nullptr;
+    const long size = BIO_get_mem_data(text.get(), &data);
+    return {data, data + size};
 }
 
-Secret find_pin(const std::string &token_name, std::optional<int> descriptor,
-                Prompts *prompts_or_null, const Interruption &interruption) {
-    if (descriptor)
-        return read_secret(*descriptor, interruption);
-    if (prompts_or_null == nullptr)
-        throw Failure(ExitStatus::no_answer, "NO_ANSWER",
-                      "The token asks for its PIN, and nobody can be asked: give --token-pin-fd.");
-    return prompts_or_null->secret("PIN of the token " + token_name);
+bool is_ecdsa(std::uint16_t scheme) {
+    return (scheme & 0xFF) == 0x03;
 }
 
-std::unique_ptr<token::TokenSigner> open_token(const ClientCertificateOptions &options,
-                                               Prompts *prompts_or_null,
-                                               const Interruption &interruption) {
-    try {
-        const token::TokenUri uri(options.uri.value());
-        if (uri.has_pin_value())
-            throw Failure(ExitStatus::usage, "SECRET_ON_COMMAND_LINE",
-                          "A PIN does not belong on the command line, where everybody can read "
-                          "it: give --token-pin-fd.");
-        const auto named = pin_descriptor(uri);
-        const auto descriptor = named ? named : options.pin_descriptor;
-        return std::make_unique<token::TokenSigner>(
-            uri, options.module_path, [&](const std::string &token_name, const auto &log_in) {
-                const Secret pin = find_pin(token_name, descriptor, prompts_or_null, interruption);
-                log_in(pin.view());
-            });
-    } catch (const token::TokenError &error) {
-        throw token_failure(error.what());
-    }
+/// From r and s, one behind the other, to the form of RFC 3279 section 2.2.3.
+bytes ecdsa_der(const bytes &r_and_s, std::size_t size_of_each) {
+    if (r_and_s.size() != 2 * size_of_each)
+        throw std::runtime_error("The signature has another length than the key's.");
+    const auto number = [&](std::size_t at) {
+        return BN_bin2bn(r_and_s.data() + at, static_cast<int>(size_of_each), nullptr);
+    };
+    const Owned<ECDSA_SIG, ECDSA_SIG_free> pair(ECDSA_SIG_new());
+    ECDSA_SIG_set0(pair.get(), number(0), number(size_of_each));
+    bytes der(static_cast<std::size_t>(i2d_ECDSA_SIG(pair.get(), nullptr)));
+    unsigned char *to = der.data();
+    i2d_ECDSA_SIG(pair.get(), &to);
+    return der;
+}
+
+/// Of signatures by PKCS #1 v1.5 over digests of SHA-256, -384 and -512.
+std::uint16_t bare_scheme(const bytes &digest) {
+    return static_cast<std::uint16_t>(0x0401 + ((digest.size() - 32) / 16 << 8));
 }
 
 } // namespace
 
-ClientCertificate::ClientCertificate(const ClientCertificateOptions &options,
-                                     Prompts *prompts_or_null, const Interruption &interruption)
-    : signer_(open_token(options, prompts_or_null, interruption)) {}
-
-ClientCertificate::~ClientCertificate() = default;
-
-const kavro_broker::bytes &ClientCertificate::der() const {
-    return signer_->certificate();
+ClientCertificate::ClientCertificate(std::unique_ptr<ClientKey> key) : key_(std::move(key)) {
+    const bytes &der = key_->certificates().front();
+    const unsigned char *from = der.data();
+    const Owned<X509, X509_free> own(d2i_X509(nullptr, &from, static_cast<long>(der.size())));
+    const EVP_PKEY *shown = own ? X509_get0_pubkey(own.get()) : nullptr;
+    if (shown == nullptr)
+        return;
+    is_rsa_ = EVP_PKEY_get_base_id(shown) == EVP_PKEY_RSA;
+    key_size_ = static_cast<std::size_t>(EVP_PKEY_get_bits(shown) + 7) / 8;
 }
 
-std::optional<kavro_broker::bytes> ClientCertificate::sign(const kavro_broker::bytes &digest) {
+void ClientCertificate::use_in(kavro_broker::broker &broker) try {
+    if (is_rsa_ && !key_->knows_pss())
+        return broker.use_signing_certificate(
+            key_->certificates().front(),
+            [this](const bytes &digest) { return sign(bare_scheme(digest), digest); });
+    broker.use_signing_key(
+        pem_of(key_->certificates()),
+        [this](std::uint16_t scheme, const bytes &digest) { return sign(scheme, digest); });
+} catch (const kavro_broker::error &) {
+    throw Failure(ExitStatus::usage, "CLIENT_CERTIFICATE",
+                  "The client certificate cannot be used: its key is neither RSA nor EC over "
+                  "P-256, P-384 or P-521.");
+}
+
+/// ECDSA takes as much of the digest as the key is long (FIPS 186-5 section 6.4.1); not every token
+/// does so itself.
+std::optional<bytes> ClientCertificate::sign(std::uint16_t scheme, bytes digest) {
     try {
         problem_.clear();
-        return signer_->sign(digest);
+        if (!is_ecdsa(scheme))
+            return key_->sign(scheme, digest);
+        digest.resize(std::min(digest.size(), key_size_));
+        return ecdsa_der(key_->sign(scheme, digest), key_size_);
     } catch (const std::exception &error) {
         problem_ = error.what();
         return std::nullopt;

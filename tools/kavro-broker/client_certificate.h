@@ -1,42 +1,37 @@
 #pragma once
 
-#include "interruption.h"
-#include "options.h"
-#include "prompts.h"
+#include "client_key.h"
 
-#include <kavro_broker_records.hpp>
+#include <kavro_broker.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 
-namespace token {
-class TokenSigner;
-}
-
 namespace kavro_cli {
 
-/// The certificate on a token that is shown to brokers that ask for one. The token is unlocked from
-/// the beginning, so that nobody is asked for its PIN while a broker waits.
+/// The certificate that is shown to brokers that ask for one. Its key is unlocked from the
+/// beginning, so that nobody is asked for a PIN while a broker waits.
 class ClientCertificate {
 public:
-    /// `prompts_or_null` asks for the PIN when no descriptor has it.
-    ClientCertificate(const ClientCertificateOptions &options, Prompts *prompts_or_null,
-                      const Interruption &interruption);
-    ~ClientCertificate();
+    explicit ClientCertificate(std::unique_ptr<ClientKey> key);
     ClientCertificate(const ClientCertificate &) = delete;
     ClientCertificate &operator=(const ClientCertificate &) = delete;
 
-    const kavro_broker::bytes &der() const;
-
-    /// The token's signature of a digest, or nothing when it makes none.
-    std::optional<kavro_broker::bytes> sign(const kavro_broker::bytes &digest);
+    /// Has the broker's client show it and sign with it, for as long as both live.
+    void use_in(kavro_broker::broker &broker);
 
     /// Why the last signature was not made; else empty.
     const std::string &problem() const { return problem_; }
 
 private:
-    std::unique_ptr<token::TokenSigner> signer_;
+    std::optional<kavro_broker::bytes> sign(std::uint16_t scheme, kavro_broker::bytes digest);
+
+    std::unique_ptr<ClientKey> key_;
+    bool is_rsa_ = false;
+    std::size_t key_size_ = 0; ///< in bytes
     std::string problem_;
 };
 

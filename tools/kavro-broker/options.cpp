@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "certificates.h"
+#include "client_key.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -141,10 +142,9 @@ void add_login_options(CLI::App &app, LoginOptions &login) {
 
 void add_client_certificate_options(CLI::App &app, ClientCertificateOptions &certificate) {
     app.option_defaults()->group("Client certificate");
-    auto *uri = app.add_option("--client-certificate", certificate.uri,
-                               "Show this certificate to a broker that asks for one, and sign with "
-                               "its key on the token, e.g. \"pkcs11:token=Card;object=Log-in\"");
-    uri->type_name("PKCS11-URI");
+    auto *uri =
+        app.add_option("--client-certificate", certificate.uri, client_key_form.description);
+    uri->type_name(client_key_form.value);
     app.add_option("--pkcs11-module", certificate.module_path,
                    "Module that knows the token, unless the URI names it; without one those "
                    "registered on this system")

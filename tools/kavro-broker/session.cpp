@@ -79,8 +79,7 @@ void Session::use_proxy(const ProxyOptions &proxy, const Secret &password) {
 }
 
 void Session::show(ClientCertificate &certificate) {
-    broker_.use_signing_certificate(
-        certificate.der(), [&certificate](const auto &digest) { return certificate.sign(digest); });
+    certificate.use_in(broker_);
     client_certificate_ = &certificate;
 }
 

@@ -9,6 +9,12 @@ void require(CK_RV result, const std::string &what) {
         throw TokenError(what + ": " + p11_kit_strerror(result) + ".");
 }
 
+std::size_t at_most(CK_ULONG most, CK_ULONG told, const std::string &what) {
+    if (told > most)
+        throw TokenError(what + ": what its module says of its size cannot be.");
+    return told;
+}
+
 namespace {
 
 Modules load_module(const std::string &path) {
@@ -49,6 +55,7 @@ TokenSession::~TokenSession() {
 
 std::vector<CK_OBJECT_HANDLE> TokenSession::find(std::vector<CK_ATTRIBUTE> wanted) const {
     constexpr const char *failure = "The token cannot be searched";
+    constexpr std::size_t most_objects = 1000;
     require(module_.C_FindObjectsInit(handle_, wanted.data(), wanted.size()), failure);
     std::vector<CK_OBJECT_HANDLE> found;
     std::array<CK_OBJECT_HANDLE, 16> some{};
@@ -56,9 +63,11 @@ std::vector<CK_OBJECT_HANDLE> TokenSession::find(std::vector<CK_ATTRIBUTE> wante
     CK_RV result = CKR_OK;
     do {
         result = module_.C_FindObjects(handle_, some.data(), some.size(), &count);
-        if (result == CKR_OK)
-            found.insert(found.end(), some.begin(), some.begin() + count);
-    } while (result == CKR_OK && count != 0);
+        if (result == CKR_OK) {
+            const auto *end = some.begin() + at_most(some.size(), count, failure);
+            found.insert(found.end(), some.cbegin(), end);
+        }
+    } while (result == CKR_OK && count != 0 && found.size() < most_objects);
     module_.C_FindObjectsFinal(handle_);
     require(result, failure);
     return found;
@@ -66,13 +75,14 @@ std::vector<CK_OBJECT_HANDLE> TokenSession::find(std::vector<CK_ATTRIBUTE> wante
 
 std::vector<CK_BYTE> TokenSession::attribute(CK_OBJECT_HANDLE object,
                                              CK_ATTRIBUTE_TYPE type) const {
-    constexpr const char *failure = "The token does not tell an attribute";
-    CK_ATTRIBUTE wanted{type, nullptr, 0};
-    require(module_.C_GetAttributeValue(handle_, object, &wanted, 1), failure);
-    std::vector<CK_BYTE> value(wanted.ulValueLen);
-    wanted.pValue = value.data();
-    require(module_.C_GetAttributeValue(handle_, object, &wanted, 1), failure);
-    return value;
+    return all_of(
+        [&](CK_BYTE *value, CK_ULONG *length) {
+            CK_ATTRIBUTE wanted{type, value, *length};
+            const CK_RV result = module_.C_GetAttributeValue(handle_, object, &wanted, 1);
+            *length = wanted.ulValueLen;
+            return result;
+        },
+        "The token does not tell an attribute");
 }
 
 } // namespace token

@@ -2,8 +2,11 @@
 
 #include "module.h"
 
+#include <openssl/evp.h>
+#include <openssl/x509v3.h>
 #include <p11-kit/uri.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace token {
@@ -45,16 +48,36 @@ bool TokenUri::has_pin_value() const {
     return p11_kit_uri_get_pin_value(parsed_->uri.get()) != nullptr;
 }
 
+namespace {
+
+using Bytes = std::vector<CK_BYTE>;
+
+struct X509Free {
+    void operator()(X509 *certificate) const { X509_free(certificate); }
+};
+using Certificate = std::unique_ptr<X509, X509Free>;
+
+/// Null for what is no certificate.
+Certificate decode(const Bytes &der) {
+    const unsigned char *from = der.data();
+    return Certificate(d2i_X509(nullptr, &from, static_cast<long>(der.size())));
+}
+
+} // namespace
+
 struct TokenSigner::State {
     Modules modules; ///< first, so that they go last
     std::unique_ptr<TokenSession> session;
     CK_TOKEN_INFO token{};
-    std::vector<std::uint8_t> certificate;
-    std::vector<CK_BYTE> id; ///< what the certificate and its key have in common
+    CK_SLOT_ID slot = 0;
+    std::vector<Bytes> certificates; ///< behind the named one, each by the next
+    Bytes id;                        ///< what the certificate and its key have in common
     CK_OBJECT_HANDLE key = 0;
 
     void find_certificate(P11KitUri *uri);
-    void find_certificate(P11KitUri *uri, CK_FUNCTION_LIST &module, CK_SLOT_ID slot);
+    void find_certificate(P11KitUri *uri, CK_FUNCTION_LIST &module, CK_SLOT_ID candidate_slot);
+    void find_issuers();
+    Bytes issuer_of(const X509 *certificate) const;
     void log_in(const AskPin &ask_pin);
     void find_key();
 };
@@ -62,13 +85,11 @@ struct TokenSigner::State {
 namespace {
 
 std::vector<CK_SLOT_ID> slots_with_tokens(CK_FUNCTION_LIST &module) {
-    constexpr const char *failure = "A PKCS #11 module does not tell its tokens";
-    CK_ULONG count = 0;
-    require(module.C_GetSlotList(CK_TRUE, nullptr, &count), failure);
-    std::vector<CK_SLOT_ID> slots(count);
-    require(module.C_GetSlotList(CK_TRUE, slots.data(), &count), failure);
-    slots.resize(count);
-    return slots;
+    return all_of<CK_SLOT_ID>(
+        [&](CK_SLOT_ID *slots, CK_ULONG *count) {
+            return module.C_GetSlotList(CK_TRUE, slots, count);
+        },
+        "A PKCS #11 module does not tell its tokens");
 }
 
 bool names_module(P11KitUri *uri, CK_FUNCTION_LIST &module) {
@@ -86,36 +107,39 @@ std::vector<CK_ATTRIBUTE> object_attributes(P11KitUri *uri) {
     return attributes;
 }
 
-/// The digest in the form that is signed (RFC 8017, section 9.2). Its length shows which hash
-/// function made it.
-std::vector<CK_BYTE> digest_info(std::span<const std::uint8_t> digest) {
+/// Each is known by the length of its digests.
+struct Hash {
+    std::size_t size;
+    CK_BYTE object; ///< the last number of 2.16.840.1.101.3.4.2.N
+    CK_MECHANISM_TYPE mechanism;
+    CK_ULONG mask;
+};
+constexpr Hash hashes[] = {{32, 1, CKM_SHA256, CKG_MGF1_SHA256},
+                           {48, 2, CKM_SHA384, CKG_MGF1_SHA384},
+                           {64, 3, CKM_SHA512, CKG_MGF1_SHA512}};
+
+/// The digest in the form that is signed (RFC 8017, section 9.2).
+Bytes digest_info(const Hash &hash, std::span<const std::uint8_t> digest) {
     const auto length = static_cast<CK_BYTE>(digest.size());
-    CK_BYTE hash = 0; // the last number of 2.16.840.1.101.3.4.2.N
-    switch (digest.size()) {
-    case 32:
-        hash = 1;
-        break;
-    case 48:
-        hash = 2;
-        break;
-    case 64:
-        hash = 3;
-        break;
-    default:
-        throw TokenError("Only digests of SHA-256, SHA-384 and SHA-512 can be signed.");
-    }
-    std::vector<CK_BYTE> info{0x30, static_cast<CK_BYTE>(17 + length), // SEQUENCE
-                              0x30, 0x0D,
-                              0x06, 0x09,
-                              0x60, 0x86,
-                              0x48, 0x01,
-                              0x65, 0x03,
-                              0x04, 0x02,
-                              hash, 0x05,
-                              0x00,          // the algorithm, without parameters
-                              0x04, length}; // OCTET STRING
+    Bytes info{0x30,        static_cast<CK_BYTE>(17 + length), // SEQUENCE
+               0x30,        0x0D,
+               0x06,        0x09,
+               0x60,        0x86,
+               0x48,        0x01,
+               0x65,        0x03,
+               0x04,        0x02,
+               hash.object, 0x05,
+               0x00,                 // the algorithm, without parameters
+               0x04,        length}; // OCTET STRING
     info.insert(info.end(), digest.begin(), digest.end());
     return info;
+}
+
+constexpr bool is_pss(std::uint16_t scheme) {
+    return scheme >> 8 == 0x08;
+}
+constexpr bool is_ecdsa(std::uint16_t scheme) {
+    return (scheme & 0xFF) == 0x03;
 }
 
 } // namespace
@@ -124,20 +148,20 @@ void TokenSigner::State::find_certificate(P11KitUri *uri) {
     for (CK_FUNCTION_LIST **module = modules.get(); *module != nullptr; ++module) {
         if (!names_module(uri, **module))
             continue;
-        for (const CK_SLOT_ID slot : slots_with_tokens(**module))
-            find_certificate(uri, **module, slot);
+        for (const CK_SLOT_ID candidate : slots_with_tokens(**module))
+            find_certificate(uri, **module, candidate);
     }
     if (!session)
         throw TokenError("No token has the certificate that the PKCS #11 URI names.");
 }
 
 void TokenSigner::State::find_certificate(P11KitUri *uri, CK_FUNCTION_LIST &module,
-                                          CK_SLOT_ID slot) {
+                                          CK_SLOT_ID candidate_slot) {
     CK_TOKEN_INFO info{};
-    if (module.C_GetTokenInfo(slot, &info) != CKR_OK || (info.flags & CKF_TOKEN_INITIALIZED) == 0 ||
-        p11_kit_uri_match_token_info(uri, &info) == 0)
+    if (module.C_GetTokenInfo(candidate_slot, &info) != CKR_OK ||
+        (info.flags & CKF_TOKEN_INITIALIZED) == 0 || p11_kit_uri_match_token_info(uri, &info) == 0)
         return;
-    auto candidate = std::make_unique<TokenSession>(module, slot);
+    auto candidate = std::make_unique<TokenSession>(module, candidate_slot);
     CK_ULONG object_class = CKO_CERTIFICATE;
     CK_ULONG kind = CKC_X_509;
     auto wanted = object_attributes(uri);
@@ -150,8 +174,39 @@ void TokenSigner::State::find_certificate(P11KitUri *uri, CK_FUNCTION_LIST &modu
         throw TokenError("The PKCS #11 URI names several certificates: add token= and id= to it.");
     session = std::move(candidate);
     token = info;
-    certificate = session->attribute(found.front(), CKA_VALUE);
+    slot = candidate_slot;
+    certificates = {session->attribute(found.front(), CKA_VALUE)};
     id = session->attribute(found.front(), CKA_ID);
+}
+
+void TokenSigner::State::find_issuers() {
+    constexpr std::size_t longest_chain = 8;
+    for (Certificate last = decode(certificates.front());
+         last && certificates.size() < longest_chain; last = decode(certificates.back())) {
+        Bytes issuer = issuer_of(last.get());
+        if (issuer.empty())
+            return;
+        certificates.push_back(std::move(issuer));
+    }
+}
+
+/// Empty when it is not there, or the root.
+Bytes TokenSigner::State::issuer_of(const X509 *certificate) const {
+    const unsigned char *name = nullptr;
+    std::size_t size = 0;
+    X509_NAME_get0_der(X509_get_issuer_name(certificate), &name, &size);
+    CK_ULONG object_class = CKO_CERTIFICATE;
+    // The interface knows no const; nothing is written there.
+    for (const CK_OBJECT_HANDLE object :
+         session->find({number(CKA_CLASS, object_class),
+                        {CKA_SUBJECT, const_cast<unsigned char *>(name), size}})) {
+        Bytes der = session->attribute(object, CKA_VALUE);
+        const Certificate found = decode(der);
+        if (found && X509_check_issued(found.get(), const_cast<X509 *>(certificate)) == X509_V_OK &&
+            X509_check_issued(found.get(), found.get()) != X509_V_OK)
+            return der;
+    }
+    return {};
 }
 
 void TokenSigner::State::log_in(const AskPin &ask_pin) {
@@ -174,13 +229,16 @@ void TokenSigner::State::log_in(const AskPin &ask_pin) {
 }
 
 void TokenSigner::State::find_key() {
+    const Certificate shown = decode(certificates.front());
+    const bool is_ec = shown && EVP_PKEY_get_base_id(X509_get0_pubkey(shown.get())) == EVP_PKEY_EC;
     CK_ULONG object_class = CKO_PRIVATE_KEY;
-    CK_ULONG kind = CKK_RSA;
+    CK_ULONG kind = is_ec ? CKK_EC : CKK_RSA;
     const auto keys = session->find({number(CKA_CLASS, object_class),
                                      number(CKA_KEY_TYPE, kind),
                                      {CKA_ID, id.data(), id.size()}});
     if (keys.size() != 1)
-        throw TokenError("The token has no RSA key to sign with for the certificate.");
+        throw TokenError(std::string("The token has no ") + (is_ec ? "EC" : "RSA") +
+                         " key to sign with for the certificate.");
     key = keys.front();
 }
 
@@ -190,29 +248,46 @@ TokenSigner::TokenSigner(const TokenUri &uri, const std::optional<std::string> &
     const auto named = uri.module_path();
     state_->modules = load_modules(named ? named : module_path);
     state_->find_certificate(uri.parsed_->uri.get());
+    state_->find_issuers();
     state_->log_in(ask_pin);
     state_->find_key();
 }
 
 TokenSigner::~TokenSigner() = default;
 
-const std::vector<std::uint8_t> &TokenSigner::certificate() const {
-    return state_->certificate;
+const std::vector<Bytes> &TokenSigner::certificates() const {
+    return state_->certificates;
 }
 
-std::vector<std::uint8_t> TokenSigner::sign(std::span<const std::uint8_t> digest) {
+bool TokenSigner::knows_pss() const {
+    CK_MECHANISM_INFO info{};
+    return state_->session->module().C_GetMechanismInfo(state_->slot, CKM_RSA_PKCS_PSS, &info) ==
+               CKR_OK &&
+           (info.flags & CKF_SIGN) != 0;
+}
+
+std::vector<std::uint8_t> TokenSigner::sign(std::uint16_t scheme,
+                                            std::span<const std::uint8_t> digest) {
     constexpr const char *failure = "The token does not sign";
-    auto info = digest_info(digest);
+    const auto *hash = std::ranges::find(hashes, digest.size(), &Hash::size);
+    if (hash == std::end(hashes))
+        throw TokenError("Only digests of SHA-256, SHA-384 and SHA-512 can be signed.");
+    CK_RSA_PKCS_PSS_PARAMS salted{hash->mechanism, hash->mask, hash->size};
+    CK_MECHANISM mechanism{CKM_RSA_PKCS, nullptr, 0};
+    if (is_pss(scheme))
+        mechanism = {CKM_RSA_PKCS_PSS, &salted, sizeof salted};
+    else if (is_ecdsa(scheme))
+        mechanism = {CKM_ECDSA, nullptr, 0};
+    Bytes text = mechanism.mechanism == CKM_RSA_PKCS ? digest_info(*hash, digest)
+                                                     : Bytes(digest.begin(), digest.end());
     auto &module = state_->session->module();
     const CK_SESSION_HANDLE session = state_->session->handle();
-    CK_MECHANISM mechanism{CKM_RSA_PKCS, nullptr, 0};
     require(module.C_SignInit(session, &mechanism, state_->key), failure);
-    CK_ULONG length = 0;
-    require(module.C_Sign(session, info.data(), info.size(), nullptr, &length), failure);
-    std::vector<std::uint8_t> signature(length);
-    require(module.C_Sign(session, info.data(), info.size(), signature.data(), &length), failure);
-    signature.resize(length);
-    return signature;
+    return all_of(
+        [&](CK_BYTE *signature, CK_ULONG *length) {
+            return module.C_Sign(session, text.data(), text.size(), signature, length);
+        },
+        failure);
 }
 
 } // namespace token

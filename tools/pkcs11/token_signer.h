@@ -36,8 +36,8 @@ private:
     std::shared_ptr<const Parsed> parsed_;
 };
 
-/// The certificate that a URI names, and its private key, which does not leave the token. The
-/// session with the token lasts as long as this object.
+/// The certificate that a URI names, and its private key, RSA or EC, which does not leave the
+/// token. The session with the token lasts as long as this object.
 class TokenSigner {
 public:
     /// Is given the name of a token and passes its PIN to `log_in`, which keeps no copy: it is for
@@ -53,11 +53,16 @@ public:
     TokenSigner(const TokenSigner &) = delete;
     TokenSigner &operator=(const TokenSigner &) = delete;
 
-    /// In DER form.
-    const std::vector<std::uint8_t> &certificate() const;
+    /// In DER form: the certificate, and those of its issuers that are on the token as well, but
+    /// for the root, which is worth nothing to whoever does not have it.
+    const std::vector<std::vector<std::uint8_t>> &certificates() const;
 
-    /// The PKCS #1 v1.5 signature over a digest of SHA-256, SHA-384 or SHA-512.
-    std::vector<std::uint8_t> sign(std::span<const std::uint8_t> digest);
+    /// Whether the token makes RSA signatures by PSS.
+    bool knows_pss() const;
+
+    /// The signature by a TLS SignatureScheme (RFC 8446 section 4.2.3) over a digest of SHA-256,
+    /// SHA-384 or SHA-512; that of ECDSA is r and s, one behind the other.
+    std::vector<std::uint8_t> sign(std::uint16_t scheme, std::span<const std::uint8_t> digest);
 
 private:
     struct State;
