@@ -181,17 +181,17 @@ TEST_F(Signing, the_server_gets_the_certificate_and_the_signature_that_it_wants)
 TEST_F(Signing, a_signer_that_misbehaves_ends_the_handshake_and_nothing_else) {
     const auto claims = [](auto claimed) {
         return [claimed](uint8_t *, std::size_t room, std::size_t &length) {
-            length = claimed(room);
+            length = claimed(room, length);
             return 1;
         };
     };
     const std::pair<const char *, Signer::Misdeed> rows[] = {
         {"fails", [](auto...) { return 0; }},
         {"a result that is none", [](auto...) { return -1; }},
-        {"nothing", claims([](std::size_t) { return 0; })},
-        {"too short", claims([](std::size_t room) { return room - 1; })},
-        {"too long", claims([](std::size_t room) { return room + 1; })},
-        {"far too long", claims([](std::size_t) { return SIZE_MAX; })},
+        {"nothing", claims([](auto...) { return 0; })},
+        {"too short", claims([](auto, std::size_t made) { return made - 1; })},
+        {"too long", claims([](std::size_t room, auto) { return room + 1; })},
+        {"far too long", claims([](auto...) { return SIZE_MAX; })},
         {"no signature, in all the room there is",
          [](uint8_t *signature, std::size_t room, std::size_t &length) {
              std::fill_n(signature, room, uint8_t{0xFF});
