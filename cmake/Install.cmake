@@ -1,5 +1,5 @@
-# What is installed, in the three components that also become packages (see Packages.cmake): the library,
-# what it takes to build against it, and the two programs.
+# What is installed, in the components that also become packages (see Packages.cmake): the library, what it
+# takes to build against it, the Python package, and the two programs.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -34,6 +34,10 @@ list(FILTER pages EXCLUDE REGEX "/(README|architecture|command-line|fuzzing|perf
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development PATTERN __pycache__ EXCLUDE)
+
+# Where Debian's Python looks; others take the wheel.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/kavro_broker DESTINATION lib/python3/dist-packages
+        COMPONENT python EXCLUDE_FROM_ALL PATTERN __pycache__ EXCLUDE)
 
 # For those who run the programs.
 if(KAVRO_BUILD_TOOLS)

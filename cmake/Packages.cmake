@@ -36,6 +36,15 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
 "This package has what it takes to build against the library: headers for C and
 C++, files for CMake and pkg-config, and examples.")
 
+list(APPEND CPACK_COMPONENTS_ALL python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kavro-broker)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.9), ${runtime} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+"This package has the module kavro_broker for Python.")
+
 if(KAVRO_BUILD_TOOLS)
   list(APPEND CPACK_COMPONENTS_ALL tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME broker-client-tools)

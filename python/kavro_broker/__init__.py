@@ -5,10 +5,13 @@ documented there. What comes out is returned, a result other than OK is raised a
 that a user typed goes through escape_text() on its way into a request, and a log function is set before
 the first Broker is made.
 
-The library is the one that KAVRO_BROKER_LIBRARY names, else the one that the system's loader finds.
+AsyncBroker is the same for asyncio. What a callback raises is raised by the call that it came from.
+
+The library is the one that KAVRO_BROKER_LIBRARY names, else the one that lies in the package, as a wheel
+has it, else the one that the system's loader finds.
 """
 
-from ._broker import Broker, FoundType, TypeFinder
+from ._broker import AsyncBroker, Broker, FoundType, TypeFinder
 from ._exports import (AuthMethod, BrokerType, BrokerVariant, CertificateVerdict, ConnectionProperty,
                        DialogFieldKind, LogCategory, LogSeverity, Operation, Result, TextType,
                        TimeLimit)
@@ -18,4 +21,11 @@ from ._process import (LogMessage, escape_text, result_name, result_text, set_ca
 from ._records import (BrokerInfo, Certificate, Desktop, DesktopConnection, Dialog, DialogButton,
                        DialogField, GatewayTicket, Target, Variable, VariableList)
 
-__all__ = [name for name in dir() if not name.startswith("_")]
+__all__ = [
+    "AsyncBroker", "AuthMethod", "Broker", "BrokerInfo", "BrokerType", "BrokerVariant", "Certificate",
+    "CertificateVerdict", "ConnectionProperty", "Desktop", "DesktopConnection", "Dialog", "DialogButton",
+    "DialogField", "DialogFieldKind", "Error", "FoundType", "GatewayTicket", "LogCategory", "LogMessage",
+    "LogSeverity", "Operation", "Result", "Target", "TextType", "TimeLimit", "TypeFinder", "Variable",
+    "VariableList", "escape_text", "result_name", "result_text", "set_cache_file_location",
+    "set_log_function", "set_log_level", "set_session_log_id_function", "version"
+]

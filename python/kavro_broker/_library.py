@@ -3,23 +3,34 @@
 import ctypes
 import itertools
 import os
+import pathlib
 import sys
 import weakref
+from typing import Any, Callable, List, Type, TypeVar
 
+from ._callbacks import raise_what_was_kept
 from ._exports import FUNCTIONS, Result
 
+T = TypeVar("T")
+Self = TypeVar("Self", bound="Owned")
 
-def _load():
+
+def _file_name() -> str:
+    """What the variable names, else what lies in the package, else what the system's loader finds."""
     default = "broker_client.dll" if sys.platform == "win32" else "libbroker_client.so.1"
-    name = os.environ.get("KAVRO_BROKER_LIBRARY") or default
+    packed = pathlib.Path(__file__).with_name(default)
+    return os.environ.get("KAVRO_BROKER_LIBRARY") or (str(packed) if packed.exists() else default)
+
+
+def _load() -> ctypes.CDLL:
     try:
-        library = ctypes.CDLL(name)
+        library = ctypes.CDLL(_file_name())
     except OSError as problem:
         raise ImportError(f"The broker_client library cannot be loaded: {problem}. "
                           "KAVRO_BROKER_LIBRARY may name its file.") from problem
     for function, (result, parameters) in FUNCTIONS.items():
         export = getattr(library, function)
-        export.restype, export.argtypes = result, parameters
+        export.restype, export.argtypes, export.errcheck = result, parameters, raise_what_was_kept
     return library
 
 
@@ -30,20 +41,20 @@ class Error(Exception):
     """A result other than OK: its code, its name, and what the broker said of the request that failed
     (empty where it said nothing)."""
 
-    def __init__(self, code, broker_text=""):
+    def __init__(self, code: int, broker_text: str = "") -> None:
         sentence = library.kavro_broker_result_text(code).decode()
         super().__init__(f"{sentence} {broker_text}".rstrip())
         self.code = code
-        self.name = library.kavro_broker_result_name(code).decode()
+        self.name: str = library.kavro_broker_result_name(code).decode()
         self.broker_text = broker_text
 
 
-def check(result):
+def check(result: int) -> None:
     if result != Result.OK:
         raise Error(result)
 
 
-def encode(text):
+def encode(text: str) -> bytes:
     """A text for the library, which would take no more than what comes before a zero."""
     encoded = text.encode()
     if b"\0" in encoded:
@@ -51,19 +62,26 @@ def encode(text):
     return encoded
 
 
-def read_value(kind, accessor, *arguments):
+def read_value(kind: Type[Any], accessor: Callable[..., int], *arguments: Any) -> Any:
     """What `accessor(*arguments, &value)` tells."""
     value = kind()
     check(accessor(*arguments, ctypes.byref(value)))
     return value.value
 
 
-def read_texts(count, read):
+def read_record(kind: Type[T], accessor: Callable[..., int], *arguments: Any) -> T:
+    """What `accessor(*arguments, &record, size)` lends."""
+    record = kind()
+    check(accessor(*arguments, ctypes.byref(record), ctypes.sizeof(record)))  # type: ignore[arg-type]
+    return record
+
+
+def read_texts(count: int, read: Callable[..., int]) -> List[str]:
     """Asks for the sizes of so many texts, makes room and asks for the texts. `read` gets a buffer and
     a length for each and hands them on to an accessor."""
     sizes = [ctypes.c_size_t() for _ in range(count)]
 
-    def call(buffers):
+    def call(buffers: List[Any]) -> None:
         check(read(*itertools.chain(*zip(buffers, map(ctypes.byref, sizes)))))
 
     call([None] * count)
@@ -72,18 +90,11 @@ def read_texts(count, read):
     return [buffer.value.decode(errors="replace") for buffer in buffers]
 
 
-def read_text(accessor, *arguments):
+def read_text(accessor: Callable[..., int], *arguments: Any) -> str:
     return read_texts(1, lambda *out: accessor(*arguments, *out))[0]
 
 
-def read_record(kind, accessor, *arguments):
-    """What `accessor` lends of a whole record."""
-    record = kind()
-    check(accessor(*arguments, ctypes.byref(record), ctypes.sizeof(record)))
-    return record
-
-
-def read_each(count, owner, read):
+def read_each(count: Callable[..., int], owner: Any, read: Callable[[int], T]) -> List[T]:
     """`read(index)` for as many as `count(owner, ...)` tells."""
     return [read(index) for index in range(read_value(ctypes.c_uint32, count, owner))]
 
@@ -91,23 +102,26 @@ def read_each(count, owner, read):
 class Owned:
     """A handle that is freed when it is closed, left as a context, or collected."""
 
-    def __init__(self, handle, free):
+    handle: Any = None
+
+    def __init__(self, handle: Any, free: Callable[[Any], None]) -> None:
         if not handle:
             raise MemoryError
         self.handle = handle
         self._free = weakref.finalize(self, free, handle)
 
-    def close(self):
+    def close(self) -> None:
+        """Frees the handle. No call may be running."""
         self.handle = None  # which the library refuses
         self._free()
 
-    def __enter__(self):
+    def __enter__(self: Self) -> Self:
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
 
-def make(create, *arguments):
+def make(create: Callable[..., int], *arguments: Any) -> Any:
     """What `create(*arguments, &handle)` makes."""
     return read_value(ctypes.c_void_p, create, *arguments)

@@ -3,50 +3,59 @@
 import ctypes
 import os
 from dataclasses import dataclass
+from typing import Any, Callable, Dict
 
+from ._callbacks import keeping
 from ._exports import kavro_broker_log_function, kavro_broker_session_log_id_function
 from ._library import encode, library, read_text
 
 
 @dataclass(frozen=True)
 class LogMessage:
+    """A line of the log: a LogCategory, a LogSeverity, a number of the system's where there is one."""
     category: int
     severity: int
     error: int
     text: str
 
 
-_hooks = {}  # what the library calls, kept for as long as it may
+_hooks: Dict[type, Any] = {}  # what the library calls, kept for as long as it may
 
 
-def version():
-    return library.kavro_broker_get_version().decode()
+def version() -> str:
+    """The library's name and version."""
+    return str(library.kavro_broker_get_version().decode())
 
 
-def result_name(code):
-    return library.kavro_broker_result_name(code).decode()
+def result_name(code: int) -> str:
+    """The name of a result, as "ERR_TIMEOUT"."""
+    return str(library.kavro_broker_result_name(code).decode())
 
 
-def result_text(code):
-    return library.kavro_broker_result_text(code).decode()
+def result_text(code: int) -> str:
+    """A sentence for a result."""
+    return str(library.kavro_broker_result_text(code).decode())
 
 
-def escape_text(text):
+def escape_text(text: str) -> str:
+    """A text that a user typed, as it goes into a request."""
     return read_text(library.kavro_broker_escape_text, encode(text))
 
 
-def set_log_level(highest_severity):
+def set_log_level(highest_severity: int) -> None:
+    """Drops log messages of a higher LogSeverity from now on."""
     library.kavro_broker_set_log_level(highest_severity)
 
 
-def set_cache_file_location(path):
+def set_cache_file_location(path: str) -> None:
+    """The folder of the registration table's cache."""
     library.kavro_broker_set_cache_file_location(encode(path))
 
 
 if os.name == "nt":
-    _runtime = ctypes.cdll.msvcrt
+    _runtime = ctypes.CDLL("msvcrt")
 
-    def _formatted(pattern, arguments):
+    def _formatted(pattern: bytes, arguments: Any) -> bytes:
         arguments = ctypes.c_void_p(arguments)
         size = _runtime._vscprintf(pattern, arguments) + 1
         text = ctypes.create_string_buffer(size)
@@ -56,35 +65,35 @@ else:
     _runtime = ctypes.CDLL(None)
     _runtime.free.restype = None
 
-    def _formatted(pattern, arguments):
+    def _formatted(pattern: bytes, arguments: Any) -> bytes:
         text = ctypes.c_char_p()
         if _runtime.vasprintf(ctypes.byref(text), pattern, ctypes.c_void_p(arguments)) < 0:
             raise MemoryError
         try:
-            return text.value
+            return text.value or b""
         finally:
             _runtime.free(text)
 
 
-def set_log_function(function):
+def set_log_function(function: Callable[[LogMessage], object]) -> None:
     """`function` gets every LogMessage, on the thread that is inside the library. To be set before other
     threads use the library, as the next one."""
-    def deliver(category, severity, error, pattern, arguments):
+    def deliver(category: int, severity: int, error: int, pattern: bytes, arguments: Any) -> None:
         text = _formatted(pattern, arguments).decode(errors="replace")
         function(LogMessage(category, severity, error, text))
 
-    _install(library.kavro_broker_set_log_function, kavro_broker_log_function(deliver))
+    _install(library.kavro_broker_set_log_function, kavro_broker_log_function(keeping(deliver, None)))
 
 
-def set_session_log_id_function(function):
+def set_session_log_id_function(function: Callable[[str], object]) -> None:
     """`function` gets the identifier under which the broker logs this client, once it is known."""
-    def deliver(session_id):
+    def deliver(session_id: bytes) -> None:
         function(session_id.decode(errors="replace"))
 
     _install(library.kavro_broker_set_session_log_id_function,
-             kavro_broker_session_log_id_function(deliver))
+             kavro_broker_session_log_id_function(keeping(deliver, None)))
 
 
-def _install(set_function, hook):
+def _install(set_function: Callable[[Any], None], hook: Any) -> None:
     set_function(hook)
     _hooks[type(hook)] = hook  # the one before is let go only now

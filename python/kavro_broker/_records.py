@@ -1,26 +1,35 @@
 """What requests and accessors return, and how it is read through the C interface."""
 
 from ctypes import byref, c_size_t, c_uint8, c_uint32
-from dataclasses import dataclass
-from typing import List, NamedTuple, Optional
+from dataclasses import dataclass, field
+from typing import Any, Callable, List, NamedTuple, Optional, Sequence, Tuple
 
 from ._exports import (CertificateVerdict, ConnectionProperty, DialogFieldKind, Operation, Result,
                        TextType, kavro_broker_desktop, kavro_broker_desktop_connection)
 from ._library import Owned, check, encode, library, make, read_each, read_record, read_texts
 
 
+# What may be secret is left out wherever a record is printed.
+
+
 class Variable(NamedTuple):
+    """A name and a value, which only the two programs that exchange them understand."""
     name: str
     value: str
 
+    def __repr__(self) -> str:
+        return f"Variable(name={self.name!r})"
+
 
 class BrokerInfo(NamedTuple):
+    """What the broker said of itself in its hello."""
     product_name: str
     product_version: str
     platform: str
 
 
 class Target(NamedTuple):
+    """Where a desktop is."""
     address: str
     host_name: str
     server_name: str
@@ -28,13 +37,18 @@ class Target(NamedTuple):
 
 
 class GatewayTicket(NamedTuple):
+    """What opens the gateway, and when it was made and ends."""
     ticket: str
     creation: str
     expiry: str
 
+    def __repr__(self) -> str:
+        return f"GatewayTicket(creation={self.creation!r}, expiry={self.expiry!r})"
+
 
 @dataclass(frozen=True)
 class Desktop:
+    """A desktop that the user may have."""
     name: str
     id: str
     type: str
@@ -45,9 +59,10 @@ class Desktop:
 
 @dataclass(frozen=True)
 class DesktopConnection:
+    """A desktop that was allocated, and what opens it."""
     target: Target
     session_id: str
-    connect_tag: str
+    connect_tag: str = field(repr=False)
     use_broker_address: bool
     gateway_ticket: Optional[GatewayTicket]
     agent_variables: List[Variable]
@@ -56,9 +71,10 @@ class DesktopConnection:
 
 @dataclass(frozen=True)
 class DialogField:
+    """A field of a log-in form."""
     name: str
     label: str
-    value: str
+    value: str = field(repr=False)
     read_only: bool
     hidden: bool
     loggable: bool
@@ -67,6 +83,7 @@ class DialogField:
 
 @dataclass(frozen=True)
 class DialogButton:
+    """A button of a log-in form."""
     id: str
     label: str
     is_default: bool
@@ -74,6 +91,7 @@ class DialogButton:
 
 @dataclass(frozen=True)
 class Dialog:
+    """A log-in form."""
     prompt_text: str
     error_text: str
     fields: List[DialogField]
@@ -82,6 +100,7 @@ class Dialog:
 
 @dataclass(frozen=True)
 class Certificate:
+    """A certificate of the broker's chain, and what was wrong with it."""
     der: bytes  # empty when the broker did not show it
     verdict: CertificateVerdict
 
@@ -90,9 +109,8 @@ class VariableList(Owned):
     """Name and value texts as the library holds them. An empty one has a null handle, which is how the
     library takes "no variables"."""
 
-    def __init__(self, variables):
+    def __init__(self, variables: Sequence[Tuple[str, str]]) -> None:
         self._size = len(variables)
-        self.handle = None
         if not variables:
             return
         super().__init__(make(library.kavro_broker_create_variable_list, self._size),
@@ -100,55 +118,56 @@ class VariableList(Owned):
         for index, (name, value) in enumerate(variables):
             check(library.kavro_broker_set_variable(self.handle, index, encode(name), encode(value)))
 
-    def __len__(self):
+    def __len__(self) -> int:
         return self._size
 
-    def __getitem__(self, index):
+    def __getitem__(self, index: int) -> Variable:
         if not 0 <= index < self._size:
             raise IndexError(index)
         return read_variable(library.kavro_broker_get_variable, self.handle, index)
 
-    def close(self):
+    def close(self) -> None:
         if self.handle is not None:
             super().close()
 
 
-def read_variable(accessor, owner, index):
+def read_variable(accessor: Callable[..., int], owner: Any, index: int) -> Variable:
     return Variable(*read_texts(2, lambda *out: accessor(owner, index, *out)))
 
 
-def read_variables(count, accessor, owner):
+def read_variables(count: Callable[..., int], accessor: Callable[..., int],
+                   owner: Any) -> List[Variable]:
     return read_each(count, owner, lambda index: read_variable(accessor, owner, index))
 
 
-def _copy(text):
-    return text.data.decode(errors="replace")
+def _copy(text: Any) -> str:
+    return str(text.data.decode(errors="replace"))
 
 
-def read_desktop(desktops, index):
+def read_desktop(desktops: Any, index: int) -> Desktop:
     lent = read_record(kavro_broker_desktop, library.kavro_broker_get_desktop, desktops, index)
     return Desktop(_copy(lent.name), _copy(lent.id), _copy(lent.type), _copy(lent.state),
                    _copy(lent.health),
                    [operation for operation in Operation if lent.operations >> operation & 1])
 
 
-def read_desktops(desktops):
+def read_desktops(desktops: Any) -> List[Desktop]:
     return read_each(library.kavro_broker_get_num_desktops, desktops,
                      lambda index: read_desktop(desktops, index))
 
 
-def _has_gateway_ticket(info):
+def _has_gateway_ticket(info: Any) -> bool:
     """An empty ticket is one."""
-    return library.kavro_broker_get_desktop_connection_property(
-        info, ConnectionProperty.GATEWAY_TICKET, None, byref(c_size_t())) != Result.ERR_NOT_AVAILABLE
+    return bool(library.kavro_broker_get_desktop_connection_property(
+        info, ConnectionProperty.GATEWAY_TICKET, None, byref(c_size_t())) != Result.ERR_NOT_AVAILABLE)
 
 
-def _read_alternate_target(info, index):
+def _read_alternate_target(info: Any, index: int) -> Target:
     return Target(*read_texts(4, lambda *out: library.kavro_broker_get_desktop_connection_alternate_target(
         info, index, *out)))
 
 
-def read_connection(info):
+def read_connection(info: Any) -> DesktopConnection:
     lent = read_record(kavro_broker_desktop_connection, library.kavro_broker_get_desktop_connection, info)
     ticket = GatewayTicket(_copy(lent.gateway_ticket), _copy(lent.gateway_ticket_created),
                            _copy(lent.gateway_ticket_expires))
@@ -162,22 +181,22 @@ def read_connection(info):
                   lambda index: _read_alternate_target(info, index)))
 
 
-def read_dialog_field(handle, index):
+def read_dialog_field(handle: Any, index: int) -> DialogField:
     kind, text_type, hidden, loggable = c_uint32(), c_uint32(), c_uint8(), c_uint8()
-    texts = read_texts(3, lambda *out: library.kavro_broker_get_auth_dialog_field(
+    name, label, value = read_texts(3, lambda *out: library.kavro_broker_get_auth_dialog_field(
         handle, index, byref(kind), *out, byref(hidden), byref(loggable), byref(text_type)))
-    return DialogField(*texts, kind.value == DialogFieldKind.READ_ONLY, bool(hidden), bool(loggable),
-                       TextType(text_type.value))
+    return DialogField(name, label, value, kind.value == DialogFieldKind.READ_ONLY, bool(hidden),
+                       bool(loggable), TextType(text_type.value))
 
 
-def read_dialog_button(handle, index):
+def read_dialog_button(handle: Any, index: int) -> DialogButton:
     is_default = c_uint8()
-    texts = read_texts(2, lambda *out: library.kavro_broker_get_auth_dialog_button(
+    button_id, label = read_texts(2, lambda *out: library.kavro_broker_get_auth_dialog_button(
         handle, index, *out, byref(is_default)))
-    return DialogButton(*texts, bool(is_default))
+    return DialogButton(button_id, label, bool(is_default))
 
 
-def read_certificate(handle, index):
+def read_certificate(handle: Any, index: int) -> Certificate:
     size, verdict = c_size_t(), c_uint32()
     der = b""
     if library.kavro_broker_get_broker_certificate(handle, index, None, byref(size)) == Result.OK:

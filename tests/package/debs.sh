@@ -39,6 +39,7 @@ check() {
 mkdir "$work/root"
 check libbroker-client1 'libc6.*libicu.*libssl3.*libstdc\+\+6.*zlib1g'
 check libbroker-client-dev '^libbroker-client1 \(= [0-9.]+\)$'
+check python3-kavro-broker '^python3 \(>= 3.9\), libbroker-client1 \(>= [0-9.]+\)$'
 check broker-client-tools 'libbroker-client1 \(>= [0-9.]+\).*libc6.*libssl3'
 
 dpkg-deb -I "$build"/libbroker-client1_*.deb shlibs |
