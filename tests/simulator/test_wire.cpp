@@ -12,7 +12,6 @@ namespace {
 
 const auto limit = std::chrono::seconds(20);
 const std::string hello = http_request("<hello/>");
-const auto cut_off = make_error_code(asio::ssl::error::stream_truncated);
 
 Scenario all_servers() {
     return {.view_broker = Listener{},
@@ -90,29 +89,6 @@ TEST(Wire, EachServerAnswersItsOwnPathsAndAsItIsTold) {
     EXPECT_EQ(simulator.connections(registration), 3u);
     EXPECT_EQ(converse(simulator, view, 300ms, direct_host).end, timed_out);
     EXPECT_EQ(simulator.requests().back().server, direct_host);
-}
-
-TEST(Wire, EndingsCutTheAnswerOrTheHandshake) {
-    const std::pair<Fault, boost::system::error_code> rows[] = {
-        {{.ending = Ending::stall}, timed_out},
-        {{.ending = Ending::stall, .at_byte = 20}, timed_out},
-        {{.ending = Ending::close}, asio::error::eof},
-        {{.ending = Ending::fin, .at_byte = 40}, cut_off},
-        {{.ending = Ending::reset, .at_byte = 60}, asio::error::connection_reset},
-        {{.stage = Stage::handshake, .ending = Ending::stall}, timed_out},
-        {{.stage = Stage::handshake, .ending = Ending::fin}, cut_off},
-        {{.stage = Stage::handshake, .ending = Ending::reset}, asio::error::connection_reset},
-        {{.stage = Stage::accept, .ending = Ending::stall}, timed_out},
-    };
-    Simulator simulator{Scenario{}};
-    for (const auto &[fault, end] : rows) {
-        simulator.clear_faults();
-        simulator.inject(fault);
-        const auto received = converse(simulator, hello, end == timed_out ? 300ms : limit);
-        EXPECT_EQ(received.end, end) << end.message() << ", not " << received.end.message();
-        EXPECT_EQ(received.text.size(), fault.at_byte);
-    }
-    EXPECT_EQ(simulator.connections(), std::size(rows) - 1) << "the last was never accepted";
 }
 
 TEST(Wire, TheProxyTellsWhoMayPass) {

@@ -140,7 +140,8 @@ protected:
     }
 
     /// A pin of another key refuses whatever else is said; one of this key excuses the issuer. A
-    /// platform that does not know the chain's end changes nothing.
+    /// platform that does not know the chain's end changes nothing, and a status that is required
+    /// makes nothing better.
     static void expect_pinned_as_said(const Row &row, const ScriptedPeer &peer) {
         const bool shakes_hands = row.result != no_tls;
         for (const bool verify : {true, false}) {
@@ -154,6 +155,8 @@ protected:
             EXPECT_EQ(kavro_broker_use_platform_verifier(client.get(), true),
                       kavro::platform_verifier() ? trusted : nothing_there);
             EXPECT_EQ(ask(client, peer), verify || !shakes_hands ? row.result : trusted);
+            kavro_broker_require_stapled_status(client.get(), true); // there is none
+            EXPECT_EQ(ask(client, peer), !shakes_hands ? no_tls : verify ? rejected : trusted);
         }
     }
 
