@@ -54,7 +54,25 @@ if(KAVRO_BUILD_TOOLS)
   endif()
 endif()
 
+# Debian's packages have the licence in a place of their own; everything else that is packed has it here.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)
+foreach(package IN ITEMS library:libbroker-client${PROJECT_VERSION_MAJOR} development:libbroker-client-dev
+                         python:python3-kavro-broker tools:broker-client-tools)
+  string(REPLACE ":" ";" package ${package})
+  list(GET package 0 component)
+  list(GET package 1 name)
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name}
+          RENAME copyright COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
+
 if(WIN32)
+  # What is linked into the library and the programs, in the words of those who made it.
+  foreach(library IN ITEMS libssl-dev libboost1.81-dev libfmt-dev zlib1g-dev libcli11-dev
+                           nlohmann-json3-dev gcc-mingw-w64-base mingw-w64-common)
+    install(FILES /usr/share/doc/${library}/copyright DESTINATION licences
+            RENAME ${library}.txt COMPONENT licence)
+  endforeach()
+
   # Other linkers make an import library of their own from the list of names.
   install(FILES $<TARGET_PROPERTY:broker_client,BINARY_DIR>/broker_client.def
           DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
