@@ -21,7 +21,7 @@ string(REGEX REPLACE "/$" "" prefix_from_here ${prefix_from_here})
 configure_file(${CMAKE_CURRENT_LIST_DIR}/broker_client.pc.in broker_client.pc @ONLY)
 
 install(FILES ${library}/kavro_broker.h ${library}/kavro_broker_extras.h ${library}/kavro_broker.hpp
-              ${library}/kavro_broker_records.hpp
+              ${library}/kavro_broker_records.hpp ${library}/kavro_broker_async.hpp
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT broker_client FILE broker_client-config.cmake NAMESPACE broker_client::
         DESTINATION ${package} COMPONENT development)
