@@ -31,6 +31,22 @@ static int report(kavro_broker_handle broker, const char *what, kavro_broker_res
     return EXIT_FAILURE;
 }
 
+/* What a user typed may hold characters that stand for something else in a request. */
+static kavro_broker_result send_typed_password(kavro_broker_handle broker, const char *user,
+                                               const char *domain, const char *password) {
+    const char *const typed[] = {user, domain, password};
+    char texts[3][2048];
+    kavro_broker_result result = KAVRO_BROKER_OK;
+    for (size_t i = 0; result == KAVRO_BROKER_OK && i < 3; ++i) {
+        size_t size = sizeof texts[i];
+        result = kavro_broker_escape_text(typed[i], texts[i], &size);
+    }
+    if (result == KAVRO_BROKER_OK)
+        result = kavro_broker_send_password(broker, texts[0], texts[1], texts[2]);
+    memset(texts, 0, sizeof texts);
+    return result;
+}
+
 /* Answers what the broker asks for, until it asks for nothing more. */
 static kavro_broker_result log_in(kavro_broker_handle broker, const char *user, const char *domain,
                                   const char *password) {
@@ -40,7 +56,7 @@ static kavro_broker_result log_in(kavro_broker_handle broker, const char *user, 
         if (method == KAVRO_BROKER_AUTH_METHOD_DISCLAIMER)
             result = kavro_broker_send_accept_disclaimer(broker, 1);
         else if (method == KAVRO_BROKER_AUTH_METHOD_PASSWORD)
-            result = kavro_broker_send_password(broker, user, domain, password);
+            result = send_typed_password(broker, user, domain, password);
         else
             return KAVRO_BROKER_ERR_NOT_IMPLEMENTED;
         if (result == KAVRO_BROKER_OK)
