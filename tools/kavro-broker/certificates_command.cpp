@@ -21,18 +21,16 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
 } // namespace
 
 constexpr Command certificates_command{
-    "certificates",
-    "Show the certificates by which the broker proves who it is",
-    "Shows the chain with its owners, validity, fingerprints and keys, and what is wrong with\n"
-    "each certificate. Nothing secret is sent. A broker that is not trusted ends the command\n"
-    "with status 3; its chain is shown on standard error then.\n\n"
-    "Examples:\n"
-    "  kavro-broker certificates --broker broker.example\n"
-    "  kavro-broker certificates --broker broker.example --trust-anchor company-ca.pem --json",
-    false,
-    false,
-    [](CLI::App &, Options &) {},
-    run,
+    .name = "certificates",
+    .summary = "Show the certificates by which the broker proves who it is",
+    .description =
+        "Shows the chain with its owners, validity, fingerprints and keys, and what is wrong with\n"
+        "each certificate. Nothing secret is sent. A broker that is not trusted ends the command\n"
+        "with status 3; its chain is shown on standard error then.\n\n"
+        "Examples:\n"
+        "  kavro-broker certificates --broker broker.example\n"
+        "  kavro-broker certificates --broker broker.example --trust-anchor company-ca.pem --json",
+    .run = run,
 };
 
 } // namespace kavro_cli

@@ -15,11 +15,12 @@ namespace kavro_cli {
 struct Command {
     const char *name;
     const char *summary;
-    const char *description; ///< of the help page, with examples
-    bool logs_in;
-    bool logs_out; ///< after success; after a failure every command is logged out
-    void (*add_options)(CLI::App &app, Options &options);
-    void (*run)(Session &session, const Options &options, const Surroundings &surroundings);
+    const char *description = ""; ///< of the help page, with examples
+    bool logs_in = false;
+    bool logs_out = false; ///< after success; after a failure every command is logged out
+    void (*add_options)(CLI::App &app, Options &options) = [](CLI::App &, Options &) {};
+    void (*run)(Session &session, const Options &options,
+                const Surroundings &surroundings) = nullptr;
     void (*run_alone)(const Options &options, const Surroundings &surroundings) = nullptr;
 };
 

@@ -80,19 +80,19 @@ void add_options(CLI::App &app, Options &options) {
 } // namespace
 
 constexpr Command connect_command{
-    "connect",
-    "Have a desktop made ready and print where it is",
-    "Asks the broker for a desktop and prints what a display client needs to open it. The\n"
-    "broker session stays open, because the desktop belongs to it.\n\n"
-    "Examples:\n"
-    "  kavro-broker connect --broker broker.example \"Build server\"\n"
-    "  kavro-broker connect --broker broker.example vm-17 --wait --timeout 300 --json\n"
-    "  target=$(kavro-broker connect --broker broker.example vm-17 --output shell) &&\n"
-    "      eval \"$target\"",
-    true,
-    false,
-    add_options,
-    run,
+    .name = "connect",
+    .summary = "Have a desktop made ready and print where it is",
+    .description =
+        "Asks the broker for a desktop and prints what a display client needs to open it. The\n"
+        "broker session stays open, because the desktop belongs to it.\n\n"
+        "Examples:\n"
+        "  kavro-broker connect --broker broker.example \"Build server\"\n"
+        "  kavro-broker connect --broker broker.example vm-17 --wait --timeout 300 --json\n"
+        "  target=$(kavro-broker connect --broker broker.example vm-17 --output shell) &&\n"
+        "      eval \"$target\"",
+    .logs_in = true,
+    .add_options = add_options,
+    .run = run,
 };
 
 } // namespace kavro_cli

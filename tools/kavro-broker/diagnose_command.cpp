@@ -145,22 +145,20 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
 } // namespace
 
 constexpr Command diagnose_command{
-    "diagnose",
-    "Find out why a broker cannot be used, and what to do about it",
-    "Greets the broker as every command does, without logging in, and says in plain words what is\n"
-    "wrong, with the time that each step took. When it is no broker that answers, it looks for\n"
-    "other kinds there, as probe does, unless the host is not trusted. It tells nobody a name or "
-    "a\n"
-    "password and shows no ticket, a proxy neither. The object of --json holds the library's "
-    "report\n"
-    "and nothing secret, so that it can be sent to an administrator.\n\n"
-    "Examples:\n"
-    "  kavro-broker diagnose --broker broker.example\n"
-    "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
-    false,
-    false,
-    leave_out_log_in,
-    run,
+    .name = "diagnose",
+    .summary = "Find out why a broker cannot be used, and what to do about it",
+    .description =
+        "Greets the broker as every command does, without logging in, and says in plain words\n"
+        "what is wrong, with the time that each step took. When it is no broker that answers, it\n"
+        "looks for other kinds there, as probe does, unless the host is not trusted. It tells\n"
+        "nobody a name or a password and shows no ticket, a proxy neither. The object of --json\n"
+        "holds the library's report and nothing secret, so that it can be sent to an\n"
+        "administrator.\n\n"
+        "Examples:\n"
+        "  kavro-broker diagnose --broker broker.example\n"
+        "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
+    .add_options = leave_out_log_in,
+    .run = run,
 };
 
 } // namespace kavro_cli

@@ -52,17 +52,17 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
 } // namespace
 
 constexpr Command list_command{
-    "list",
-    "List the desktops that you may use",
-    "Lists your desktops with their state and the power operations that they offer.\n\n"
-    "Examples:\n"
-    "  kavro-broker list --broker broker.example\n"
-    "  kavro-broker list --broker broker.example --user alice --domain EXAMPLE \\\n"
-    "      --password-fd 3 --json 3< password.txt",
-    true,
-    true,
-    [](CLI::App &, Options &) {},
-    run,
+    .name = "list",
+    .summary = "List the desktops that you may use",
+    .description =
+        "Lists your desktops with their state and the power operations that they offer.\n\n"
+        "Examples:\n"
+        "  kavro-broker list --broker broker.example\n"
+        "  kavro-broker list --broker broker.example --user alice --domain EXAMPLE \\\n"
+        "      --password-fd 3 --json 3< password.txt",
+    .logs_in = true,
+    .logs_out = true,
+    .run = run,
 };
 
 } // namespace kavro_cli

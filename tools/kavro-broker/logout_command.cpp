@@ -25,17 +25,15 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
 } // namespace
 
 constexpr Command logout_command{
-    "logout",
-    "Greet the broker and say good-bye",
-    "Opens a session at the broker and ends it again, without logging in: a check that the\n"
-    "broker is there and trusted. Sessions live in the process that opened them, so this does\n"
-    "not end the session of an earlier command; all but connect end theirs themselves.\n\n"
-    "Example:\n"
-    "  kavro-broker logout --broker broker.example",
-    false,
-    false,
-    [](CLI::App &, Options &) {},
-    run,
+    .name = "logout",
+    .summary = "Greet the broker and say good-bye",
+    .description =
+        "Opens a session at the broker and ends it again, without logging in: a check that the\n"
+        "broker is there and trusted. Sessions live in the process that opened them, so this does\n"
+        "not end the session of an earlier command; all but connect end theirs themselves.\n\n"
+        "Example:\n"
+        "  kavro-broker logout --broker broker.example",
+    .run = run,
 };
 
 } // namespace kavro_cli

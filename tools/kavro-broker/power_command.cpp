@@ -61,16 +61,17 @@ void add_options(CLI::App &app, Options &options) {
 } // namespace
 
 constexpr Command power_command{
-    "power",
-    "Switch a desktop on or off, restart it, or let it sleep",
-    "Carries out a power operation and prints the desktop's state before and after it.\n\n"
-    "Examples:\n"
-    "  kavro-broker power --broker broker.example vm-17 up\n"
-    "  kavro-broker power --broker broker.example \"Build server\" restart --json",
-    true,
-    true,
-    add_options,
-    run,
+    .name = "power",
+    .summary = "Switch a desktop on or off, restart it, or let it sleep",
+    .description =
+        "Carries out a power operation and prints the desktop's state before and after it.\n\n"
+        "Examples:\n"
+        "  kavro-broker power --broker broker.example vm-17 up\n"
+        "  kavro-broker power --broker broker.example \"Build server\" restart --json",
+    .logs_in = true,
+    .logs_out = true,
+    .add_options = add_options,
+    .run = run,
 };
 
 } // namespace kavro_cli

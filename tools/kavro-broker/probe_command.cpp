@@ -70,24 +70,23 @@ uint32_t find_kind(const Options &options, const Surroundings &surroundings) {
 }
 
 constexpr Command probe_command{
-    "probe",
-    "Find out what kind of broker answers at an address",
-    "Tells whether a connection broker, a View broker or a host that needs none answers at the\n"
-    "address, and at which port. Certificates are not checked, and nothing secret is sent: this\n"
-    "machine's name and hardware address are.\n\n"
-    "Examples:\n"
-    "  kavro-broker probe broker.example\n"
-    "  kavro-broker probe broker.example:8443 --json",
-    false,
-    false,
-    [](CLI::App &app, Options &options) {
-        add_address_options(app, "HOST",
-                            "Where to look, as HOST[:PORT]; without a port those that are usual",
-                            options)
-            ->type_name("");
-    },
-    nullptr,
-    run,
+    .name = "probe",
+    .summary = "Find out what kind of broker answers at an address",
+    .description =
+        "Tells whether a connection broker, a View broker or a host that needs none answers at\n"
+        "the address, and at which port. Certificates are not checked, and nothing secret\n"
+        "is sent: this machine's name and hardware address are.\n\n"
+        "Examples:\n"
+        "  kavro-broker probe broker.example\n"
+        "  kavro-broker probe broker.example:8443 --json",
+    .add_options =
+        [](CLI::App &app, Options &options) {
+            add_address_options(
+                app, "HOST", "Where to look, as HOST[:PORT]; without a port those that are usual",
+                options)
+                ->type_name("");
+        },
+    .run_alone = run,
 };
 
 } // namespace kavro_cli

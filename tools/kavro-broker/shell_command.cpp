@@ -12,16 +12,15 @@ namespace kavro_cli {
 namespace {
 
 constexpr Command refresh_command{
-    "refresh",
-    "Ask the broker again, and list",
-    "",
-    true,
-    true,
-    [](CLI::App &, Options &) {},
-    [](Session &session, const Options &options, const Surroundings &surroundings) {
-        session.forget_desktops();
-        list_command.run(session, options, surroundings);
-    },
+    .name = "refresh",
+    .summary = "Ask the broker again, and list",
+    .logs_in = true,
+    .logs_out = true,
+    .run =
+        [](Session &session, const Options &options, const Surroundings &surroundings) {
+            session.forget_desktops();
+            list_command.run(session, options, surroundings);
+        },
 };
 
 Failure wrong_usage(const CLI::ParseError &error) {
@@ -152,22 +151,20 @@ void Shell::list_commands(const CLI::App &app) const {
 } // namespace
 
 constexpr Command shell_command{
-    "shell",
-    "Log in once, then carry out one command after the other",
-    "Logs in and reads commands: list, refresh, connect, power, logout, quit and help. A command\n"
-    "that fails does not end the shell, and Ctrl-C stops only the command that is running. When\n"
-    "standard input is no terminal, commands are read from there, one on each line; the exit\n"
-    "status is that of the last one that failed.\n\n"
-    "Examples:\n"
-    "  kavro-broker shell --broker broker.example\n"
-    "  kavro-broker shell --broker broker.example --user alice --domain EXAMPLE \\\n"
-    "      --password-fd 3 3< password.txt < commands.txt",
-    true,
-    false,
-    [](CLI::App &, Options &) {},
-    [](Session &session, const Options &options, const Surroundings &surroundings) {
-        Shell(session, options, surroundings).run();
-    },
+    .name = "shell",
+    .summary = "Log in once, then carry out one command after the other",
+    .description =
+        "Logs in and reads commands: list, refresh, connect, power, logout, quit and help. A\n"
+        "command that fails does not end the shell, and Ctrl-C stops only the command that is\n"
+        "running. When standard input is no terminal, commands are read from there, one on each\n"
+        "line; the exit status is that of the last one that failed.\n\n"
+        "Examples:\n"
+        "  kavro-broker shell --broker broker.example\n"
+        "  kavro-broker shell --broker broker.example --user alice --domain EXAMPLE \\\n"
+        "      --password-fd 3 3< password.txt < commands.txt",
+    .logs_in = true,
+    .run = [](Session &session, const Options &options,
+              const Surroundings &surroundings) { Shell(session, options, surroundings).run(); },
 };
 
 } // namespace kavro_cli
