@@ -70,11 +70,13 @@ Outcome CliTest::run_with(kavro_cli::Console *console, Lines arguments) {
                                                .interruption = interruption,
                                                .script = script,
                                                .login_name = "unixuser",
+                                               .config_folder = config_folder,
                                                .retry_pause = retry_pause};
     const auto names = [&arguments](const char *word) {
         return std::ranges::count(arguments, word) != 0;
     };
-    if (!names("--broker") && !names("--registration-code") && !names("probe"))
+    if (!names("--broker") && !names("--registration-code") && !names("probe") &&
+        !names("known-brokers"))
         arguments.insert(arguments.end(),
                          {"--broker", "127.0.0.1:" + std::to_string(broker->port())});
     const int status = kavro_cli::run_application(std::move(arguments), surroundings);

@@ -55,6 +55,7 @@ protected:
     kavro_cli::Interruption interruption;
     std::chrono::milliseconds retry_pause{1};
     std::optional<int> script; ///< where a shell reads its commands
+    std::string config_folder; ///< none unless a test names one
 
 private:
     Outcome run_with(kavro_cli::Console *console, Lines arguments);

@@ -27,7 +27,7 @@ for program in "$@"; do
   page=$(groff -man -Tascii -P-cbou "$folder/page")
   eval "$("$program" --bash-completion)"
 
-  commands=$("$program" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+  commands=$("$program" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z-]*\) .*/\1/p')
   for command in '' $commands; do
     for option in $("$program" $command --help | options_of); do
       grep -q -- "^ *\(-h,\)\?$option\b" <<<"$page" || fail "$name.1 does not tell $command $option"

@@ -57,10 +57,10 @@ class Terminal:
         assert self.echoes(), "the terminal is left without echo"
 
 
-def check(start):
+def check(start, folder):
     prompt = "Password for alice: "
     for no_color in "", "1":
-        program = start("list", no_color)
+        program = start("list", NO_COLOR=no_color)
         program.wait_for(prompt)
         assert not program.echoes()
         program.type(prompt, PASSWORD + "\n")
@@ -79,6 +79,13 @@ def check(start):
     interrupted.type(prompt, "half a passw\x03")
     interrupted.expect_exit(130)
 
+    stranger = start("list", SSL_CERT_FILE="/dev/null")
+    stranger.type("[no]: ", "always\n")
+    stranger.type(prompt, PASSWORD + "\n")
+    stranger.expect_exit(0)
+    known = folder / "config/kavro-broker/known_brokers"
+    assert [path.stat().st_mode & 0o777 for path in (known, known.parent)] == [0o600, 0o700]
+
 
 with tempfile.TemporaryDirectory() as name:
     folder = pathlib.Path(name)
@@ -86,9 +93,10 @@ with tempfile.TemporaryDirectory() as name:
     options = ["--scenario", folder / "scenario.json", "--ca-file", folder / "ca.pem"]
     with subprocess.Popen([SIMULATOR, *options], stdout=subprocess.PIPE, text=True) as simulator:
         broker = f"127.0.0.1:{json.loads(simulator.stdout.readline())['port']}"
-        trust = {"SSL_CERT_FILE": str(folder / "ca.pem"), "SSL_CERT_DIR": str(folder / "none"), "TERM": "xterm"}
+        trust = {"SSL_CERT_FILE": str(folder / "ca.pem"), "SSL_CERT_DIR": str(folder / "none"), "TERM": "xterm",
+                 "XDG_CONFIG_HOME": str(folder / "config")}
         try:
-            check(lambda command, no_color="": Terminal(
-                [CLIENT, command, "--broker", broker, "--user", "alice"], {**trust, "NO_COLOR": no_color}))
+            check(lambda command, **variables: Terminal(
+                [CLIENT, command, "--broker", broker, "--user", "alice"], {**trust, **variables}), folder)
         finally:
             simulator.terminate()

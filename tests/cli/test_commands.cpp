@@ -2,6 +2,8 @@
 
 #include "options.h"
 #include "result_names.h"
+#include "system.h"
+#include "utils/src/safe_file.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -201,6 +203,68 @@ TEST_F(CommandTest, finds_the_desktop_that_is_meant) {
         EXPECT_EQ(requests().back(), last_request) << meant;
         EXPECT_THAT(outcome.err, HasSubstr(message)) << meant;
     }
+}
+
+TEST_F(CommandTest, asks_about_a_broker_of_an_unknown_issuer_unless_its_key_is_known) {
+    const auto folder = test_support::fresh_folder();
+    config_folder = (folder / "made for it").string();
+    const auto file = config_folder + "/known_brokers";
+    const broker_sim::Tls trusted, unknown{.issuer = broker_sim::Issuer::stranger};
+    const broker_sim::Tls wrong_name{
+        .names = {"a.test"}, .automatic_names = false, .issuer = broker_sim::Issuer::self};
+    const std::string own_key =
+        run({"certificates", "--json"}).json()["certificates"][0]["key_pin"];
+    const char *const none = "", *const own = "127.0.0.1 {0} {1}\n",
+                      *const other = "127.0.0.1 {0} sha256//{2:A<43}=\n",
+                      *const other_port = "127.0.0.1 1{0} {1}\n";
+    const struct {
+        broker_sim::Tls tls;
+        const char *before; ///< in the file, where {0} is the port and {1} the broker's key
+        Lines arguments;
+        const char *typed;
+        int status;
+        const char *asked, *told, *after;
+    } rows[] = {
+        {unknown, none, {"list"}, "no\n", 3, own_key.c_str(), "301", none},
+        {unknown, none, {"list"}, "\n", 3, "[no]:", "301", none},
+        {unknown, none, {"list"}, "once\n", 0, "[no]:", "", none},
+        {unknown, none, {"list"}, "sure\nalways\n", 0, "[no]: always", "", own},
+        {wrong_name, none, {"list"}, "always\n", 3, "[no]:", "300", none},
+        {unknown, none, {"list", "--non-interactive"}, "once\n", 3, "", "give --pin", none},
+        {unknown, none, {"list", "--json"}, "always\n", 3, "", "", none},
+        {unknown, none, {"certificates"}, "always\n", 3, "", "301", none},
+        {unknown, own, {"list"}, "", 0, "", "", own},
+        {unknown, other, {"list"}, "always\n", 3, "", "key has changed", other},
+        {unknown, other_port, {"list"}, "\n", 3, "[no]:", "301", other_port},
+        {trusted, other, {"list"}, "", 0, "", "", other},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(fmt::format("{}{} {}", row.before, row.arguments.back(), row.typed));
+        scenario.tls = row.tls;
+        start(scenario);
+        const auto text = [&](const char *form) {
+            return fmt::format(fmt::runtime(form), broker->port(), own_key, "");
+        };
+        std::filesystem::remove_all(config_folder);
+        if (row.before != none) {
+            std::filesystem::create_directory(config_folder);
+            EXPECT_FALSE(kavro::replace_file(file, text(row.before)));
+        }
+        const auto outcome = run(row.arguments, row.typed);
+        EXPECT_EQ(outcome.status, row.status);
+        EXPECT_EQ(outcome.shown.empty(), std::string(row.asked).empty());
+        EXPECT_THAT(outcome.shown, HasSubstr(row.asked));
+        EXPECT_THAT(outcome.err, HasSubstr(row.told));
+        EXPECT_EQ(requests().empty(), row.status == 3);
+        EXPECT_EQ(kavro::read_plain_file(file, 999).value_or(none), text(row.after));
+    }
+    start(
+        {.proxy = broker_sim::Proxy{.listener = {.tls = unknown}}}); // its key is not the broker's
+    const auto proxy = fmt::format("https://127.0.0.1:{}", broker->port("proxy"));
+    const auto behind_proxy = run({"list", "--proxy", proxy}, "always\n");
+    EXPECT_EQ(behind_proxy.status, 3);
+    EXPECT_EQ(behind_proxy.shown, "");
+    std::filesystem::remove_all(folder);
 }
 
 TEST_F(CommandTest, refuses_wrong_usage_before_the_broker_is_asked) {

@@ -48,7 +48,8 @@ const Command *parse(std::vector<std::string> arguments, Options &options, CLI::
         add_output_options(page, options);
         page.footer(fmt::format("{}\n\n{}", command->description, exit_statuses));
         page.callback([&chosen, &options, command] {
-            if (options.broker_host.empty() && options.registration_code.empty())
+            if (command->needs_broker && options.broker_host.empty() &&
+                options.registration_code.empty())
                 throw CLI::RequiredError("The broker's address or --registration-code");
             chosen = command;
         });
@@ -96,6 +97,8 @@ void carry_out(const Command &command, const Options &options, const Surrounding
 
     Session session(options, surroundings);
     session.use_proxy(options.proxy, proxy_password);
+    if (ask && !options.json() && !command.only_looks)
+        session.ask_whom_to_trust(*prompts);
     if (certificate)
         session.show(*certificate);
     const auto failure = failure_of([&] {

@@ -31,6 +31,7 @@ constexpr Command certificates_command{
         "  kavro-broker certificates --broker broker.example\n"
         "  kavro-broker certificates --broker broker.example --trust-anchor company-ca.pem --json",
     .run = run,
+    .only_looks = true,
 };
 
 } // namespace kavro_cli

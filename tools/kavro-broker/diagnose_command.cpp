@@ -159,6 +159,7 @@ constexpr Command diagnose_command{
         "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
     .add_options = leave_out_log_in,
     .run = run,
+    .only_looks = true,
 };
 
 } // namespace kavro_cli

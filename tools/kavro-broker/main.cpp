@@ -20,12 +20,13 @@ std::string first_of(std::initializer_list<const char *> names) {
     return value;
 }
 
-/// Where programs keep what they can fetch again; the second variable is the one of Windows.
-std::string cache_folder() {
-    if (const auto folder = first_of({"XDG_CACHE_HOME", "LOCALAPPDATA"}); !folder.empty())
-        return folder + "/kavro-broker";
+/// This program's folder in one of the user's: the one that a variable names, or else the one that
+/// is usual below the user's own.
+std::string folder(std::initializer_list<const char *> variables, const char *usual) {
+    if (const auto named = first_of(variables); !named.empty())
+        return named + "/kavro-broker";
     const auto home = environment("HOME");
-    return home.empty() ? home : home + "/.cache/kavro-broker";
+    return home.empty() ? home : home + usual + "/kavro-broker";
 }
 
 } // namespace
@@ -38,16 +39,17 @@ int main(int argc, char **argv) {
     constexpr int input = 0, output = 1, errors = 2;
     const bool colour = environment("NO_COLOR").empty();
     const bool spinner = takes_control_sequences(errors);
-    const Surroundings surroundings{.out = std::cout,
-                                    .err = std::cerr,
-                                    .console = terminal.get(),
-                                    .interruption = interruption,
-                                    .spinner = spinner,
-                                    .out_in_colour = colour && takes_control_sequences(output),
-                                    .err_in_colour = colour && spinner,
-                                    .script =
-                                        is_terminal(input) ? std::nullopt : std::optional(input),
-                                    .login_name = first_of({"USER", "USERNAME"}),
-                                    .cache_folder = cache_folder()};
+    const Surroundings surroundings{
+        .out = std::cout,
+        .err = std::cerr,
+        .console = terminal.get(),
+        .interruption = interruption,
+        .spinner = spinner,
+        .out_in_colour = colour && takes_control_sequences(output),
+        .err_in_colour = colour && spinner,
+        .script = is_terminal(input) ? std::nullopt : std::optional(input),
+        .login_name = first_of({"USER", "USERNAME"}),
+        .cache_folder = folder({"XDG_CACHE_HOME", "LOCALAPPDATA"}, "/.cache"),
+        .config_folder = folder({"XDG_CONFIG_HOME", "APPDATA"}, "/.config")};
     return run_application({argv + 1, argv + argc}, surroundings);
 }

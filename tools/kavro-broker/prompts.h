@@ -18,6 +18,9 @@ public:
     /// Shows paragraphs, wrapped to the width of the console. An empty text shows nothing.
     void say(std::string_view text);
 
+    /// Shows what has been made visible, as it is.
+    void show(std::string_view lines) { console_.write(lines); }
+
     /// An empty answer means the preset.
     std::string text(std::string_view label, std::string_view preset = {});
 

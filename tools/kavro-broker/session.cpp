@@ -42,6 +42,7 @@ Variables escape_text(const Variables &variables) {
 Session::Session(const Options &options, const Surroundings &surroundings)
     : surroundings_(surroundings),
       pin_(options.pin),
+      first_use_(surroundings),
       registration_code_(options.registration_code),
       watch_(surroundings.interruption, [this] { broker_.cancel(); }) {
     set_address(options);
@@ -83,25 +84,52 @@ void Session::show(ClientCertificate &certificate) {
     client_certificate_ = &certificate;
 }
 
+uint32_t Session::greet() {
+    return request("Asking the broker", [&] { return broker_.auth_method(); });
+}
+
 uint32_t Session::auth_method() {
-    const auto ask = [&] {
-        return request("Asking the broker", [&] { return broker_.auth_method(); });
-    };
     uint32_t method = 0;
     try {
-        method = ask();
+        method = greet();
     } catch (Failure &failure) {
         if (failure.status == ExitStatus::untrusted && is_pinned() && !shows_pinned_certificate())
             failure.before = another_certificate;
-        if (failure.code != KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE ||
-            !shows_pinned_certificate())
+        if (failure.code != KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE)
             throw;
-        // The pin vouches for it. As an anchor it is also what every later connection must show.
-        broker_.add_trust_anchor(broker_.certificates().front().der);
-        method = ask();
+        method = greet_stranger(failure);
     }
     check_pin();
     tell_what_the_code_stands_for();
+    return method;
+}
+
+/// Where the last connection led, with the key that was shown; nothing when a proxy showed its own.
+std::optional<KnownBroker> Session::shown_broker() const {
+    const auto chain = certificates();
+    const auto connection = nlohmann::json::parse(request_report())["connections"].back();
+    if (chain.empty() || chain.front().key_pin.empty() || connection["reached"] == "proxy")
+        return std::nullopt;
+    return KnownBroker{connection["host"], connection["port"], chain.front().key_pin};
+}
+
+/// Once more, if a pin or the user vouches for the broker. What did so is also what every later
+/// connection must show. A known broker is not held to its key from the start: it may have got
+/// another with a certificate that is trusted anyway.
+uint32_t Session::greet_stranger(const Failure &failure) {
+    if (is_pinned()) {
+        if (!shows_pinned_certificate())
+            throw failure;
+        broker_.add_trust_anchor(broker_.certificates().front().der);
+        return greet();
+    }
+    const auto shown = shown_broker();
+    if (!shown)
+        throw failure;
+    first_use_.judge(*shown, failure);
+    broker_.add_key_pin(read_pin(shown->key_pin)->sha256);
+    const auto method = greet();
+    first_use_.keep(*shown);
     return method;
 }
 
@@ -210,9 +238,10 @@ Failure Session::failure(const kavro_broker::error &error) const {
             std::string("The broker's certificate ") + describe_certificate(verdict) + ".";
     failure.certificates = certificates();
     if (error.code() == KAVRO_BROKER_ERR_CERTIFICATE_FAILED_BUT_WARNABLE)
-        failure.detail += fmt::format(" If its administrator confirms the key, give --pin {}, or "
-                                      "its issuer's certificate with --trust-anchor.",
-                                      failure.certificates.front().key_pin);
+        if (const auto shown = shown_broker())
+            failure.detail += fmt::format(" If its administrator confirms the key, give --pin {}, "
+                                          "or its issuer's certificate with --trust-anchor.",
+                                          shown->key_pin);
     return failure;
 }
 

@@ -3,6 +3,7 @@
 #include "certificates.h"
 #include "client_certificate.h"
 #include "failure.h"
+#include "first_use.h"
 #include "options.h"
 #include "records.h"
 #include "secret.h"
@@ -27,6 +28,9 @@ public:
     void use_proxy(const ProxyOptions &proxy, const Secret &password);
     /// Shows a certificate to a broker that asks for one. It must outlive this object.
     void show(ClientCertificate &certificate);
+
+    /// About a broker that is not known here. Without this it is refused.
+    void ask_whom_to_trust(Prompts &prompts) { first_use_.ask(prompts); }
 
     /// What the broker wants next, a `KAVRO_BROKER_AUTH_METHOD_...` value, and the answers to it.
     uint32_t auth_method();
@@ -65,6 +69,9 @@ private:
     void set_address(const Options &options);
     bool is_pinned() const { return !pin_.sha256.empty(); }
     bool shows_pinned_certificate() const;
+    std::optional<KnownBroker> shown_broker() const;
+    uint32_t greet_stranger(const Failure &failure);
+    uint32_t greet();
     void check_pin() const;
     void tell_what_the_code_stands_for();
     Failure failure(const kavro_broker::error &error) const;
@@ -80,6 +87,7 @@ private:
 
     const Surroundings &surroundings_;
     Pin pin_;
+    FirstUse first_use_;
     std::string registration_code_; ///< of which the user has not been told what it stands for
     const ClientCertificate *client_certificate_ = nullptr;
     std::optional<std::vector<Desktop>> desktops_;
