@@ -235,6 +235,11 @@ constexpr Finding findings[] = {
      {.verdict = KAVRO_BROKER_CERTIFICATE_KEY_TOO_SHORT},
      "{0} shows a certificate with a key that is too short.",
      "Have the broker's administrator get one with a longer key."},
+    {"no-authorities",
+     {.error = "no authority could be read: "},
+     "Nobody's certificates are trusted on this machine: not one authority could be read.",
+     "Install the system's authorities (the package ca-certificates), or correct the variables "
+     "SSL_CERT_FILE and SSL_CERT_DIR. The places that were looked at stand below."},
     {"self-signed",
      {.verdict = KAVRO_BROKER_CERTIFICATE_SELF_SIGNED},
      "{0} shows a certificate that it has signed itself.",

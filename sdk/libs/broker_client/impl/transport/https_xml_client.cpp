@@ -211,7 +211,7 @@ bool HttpsXmlClient::is_kept_for(const Way &way) {
     if (!connection_ || !idle_since_ || way != way_ ||
         Waiter::Clock::now() - *idle_since_ >= most_idle_)
         return false;
-    if (way.connect_securely && anchors().get() != SSL_CTX_get_cert_store(tls_.get()))
+    if (way.connect_securely && trust().current().get() != SSL_CTX_get_cert_store(tls_.get()))
         return false; // those that it was judged by are no longer the ones
     const error_code found = connection_->look();
     if (!found)
@@ -219,9 +219,8 @@ bool HttpsXmlClient::is_kept_for(const Way &way) {
     return found == asio::error::would_block;
 }
 
-/// As of now: the system's files are looked at.
-X509StoreHandle HttpsXmlClient::anchors() {
-    return (own_trust_ ? *own_trust_ : TrustStore::of_process()).current();
+TrustStore &HttpsXmlClient::trust() {
+    return own_trust_ ? *own_trust_ : TrustStore::of_process();
 }
 
 void HttpsXmlClient::prepare_connection() {
@@ -233,7 +232,7 @@ void HttpsXmlClient::prepare_connection() {
         return;
     if (way_.connect_securely)
         SSL_set_tlsext_status_type(connection_->native_handle(), TLSEXT_STATUSTYPE_ocsp);
-    SSL_CTX_set1_cert_store(tls_.get(), anchors().get());
+    SSL_CTX_set1_cert_store(tls_.get(), trust().current().get());
     connection_->set_verify_callback(verified_by(
         verification_, way_.use_view_verifier ? &ServerVerification::verify_server_view
                                               : &ServerVerification::verify_server_pbp));
@@ -339,11 +338,14 @@ ConnectResult HttpsXmlClient::judged() {
 
 /// Its certificates are handed out, so that the user can be asked.
 ConnectResult HttpsXmlClient::rejected_by(const ServerVerification &judge, const char *whose) {
-    const auto code = judge.outcome() == VerificationOutcome::failed_but_warnable
-                          ? ConnectCode::certificate_failed_but_warnable
-                          : ConnectCode::certificate_failed;
+    const bool warnable = judge.outcome() == VerificationOutcome::failed_but_warnable;
+    const auto code =
+        warnable ? ConnectCode::certificate_failed_but_warnable : ConnectCode::certificate_failed;
+    std::string words = whose + judge.error_text();
+    if (const auto places = trust().places_without_authorities(); warnable && !places.empty())
+        words += "; no authority could be read: " + places;
     report_->certificate_errors = judge.error_codes();
-    ConnectResult result = finish_connect(code, whose + judge.error_text());
+    ConnectResult result = finish_connect(code, std::move(words));
     result.certificates = judge.chain();
     result.certificate_errors = judge.error_codes();
     return result;

@@ -187,7 +187,7 @@ private:
     };
 
     bool is_kept_for(const Way &way);
-    X509StoreHandle anchors();
+    TrustStore &trust();
     void prepare_connection();
     ConnectResult establish();
     ConnectResult unreached(const error_code &error);

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <sstream>
 #include <string>
 
 namespace kavro {
@@ -77,6 +78,32 @@ X509StoreHandle load_default_paths(const fs::path &file, const TrustAnchors &anc
         throw_openssl_error("set_default_verify_paths");
     drain_openssl_errors(); // a missing bundle is reported there, but is no failure
     return store;
+}
+
+bool has_authority(const fs::path &file) {
+    const X509StoreHandle store(X509_STORE_new());
+    const bool loaded = store && X509_STORE_load_file(store.get(), file.string().c_str()) == 1;
+    drain_openssl_errors();
+    return loaded;
+}
+
+/// A folder has a file for each, called by the hash of its name, as "5ed36f99.0".
+bool has_file_of_authority(const fs::path &folder) {
+    constexpr std::size_t hash_digits = 8;
+    std::error_code missing;
+    return std::ranges::any_of(fs::directory_iterator(folder, missing), [](const auto &entry) {
+        return entry.path().stem().native().size() == hash_digits && entry.path().has_extension();
+    });
+}
+
+/// Of a list of folders, as OpenSSL takes it.
+bool has_authority_below(const std::string &folders) {
+    constexpr char separator = fs::path::preferred_separator == '/' ? ':' : ';';
+    std::istringstream list(folders);
+    for (std::string folder; std::getline(list, folder, separator);)
+        if (has_file_of_authority(folder))
+            return true;
+    return false;
 }
 
 /// Upper limits against a broken extractor.
@@ -166,6 +193,19 @@ struct TrustStore::Source {
 
     bool operator==(const Source &) const = default;
 };
+
+std::string TrustStore::places_without_authorities() const {
+    const Source now;
+    const std::string file = now.file.path.string(), folder = now.folder.path.string();
+    if (!anchors_.own.empty() || !anchors_.of_system.empty() || has_authority(file) ||
+        has_authority_below(folder))
+        return {};
+    const auto place = [](const char *kind, const std::string &path, const char *variable) {
+        return std::string(kind) + (path.empty() ? "\"\"" : path) + " (" + variable + ")";
+    };
+    return place("file ", file, X509_get_default_cert_file_env()) + ", " +
+           place("folder ", folder, X509_get_default_cert_dir_env());
+}
 
 TrustStore::TrustStore(TrustAnchors anchors) : anchors_(std::move(anchors)) {}
 

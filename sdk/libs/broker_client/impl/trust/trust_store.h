@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace kavro {
@@ -47,6 +48,9 @@ public:
     /// The store as of now.
     /// @throws boost::system::system_error "set_default_verify_paths" when OpenSSL cannot make it.
     X509StoreHandle current();
+
+    /// Where authorities were looked for, in words, when not one can be read; else empty.
+    std::string places_without_authorities() const;
 
     /// The one that all clients without anchors of their own share.
     static TrustStore &of_process();

@@ -1,0 +1,123 @@
+#include "arguments.h"
+
+#include "display_text.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <numeric>
+#include <string_view>
+
+namespace kavro_cli {
+namespace {
+
+using Words = std::vector<std::string>;
+
+CLI::ParseError unexpected(const std::string &sentence) {
+    return {sentence, CLI::ExitCodes::ExtrasError};
+}
+
+std::string name_of(const std::string &option) {
+    return option.substr(0, option.find('='));
+}
+
+const CLI::Option *find_option(const std::string &name, const CLI::App &app) {
+    const auto *found = app.get_option_no_throw(name);
+    for (const auto *command : app.get_subcommands({}))
+        if (found == nullptr)
+            found = command->get_option_no_throw(name);
+    return found;
+}
+
+bool is_command(const std::string &word, const CLI::App &app) {
+    return app.get_subcommand_no_throw(word) != nullptr;
+}
+
+/// Whether somebody who typed an option like this may have put a secret behind it.
+bool looks_secret(const std::string &option) {
+    static constexpr std::string_view parts[] = {"pas",   "word", "pwd",  "pin",
+                                                 "token", "code", "auth", "secret"};
+    return std::ranges::any_of(
+        parts, [&](std::string_view part) { return option.find(part) != option.npos; });
+}
+
+/// How many letters must be changed, added or taken away to make one word of the other.
+std::size_t distance(std::string_view from, std::string_view to) {
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), 0U);
+    for (const char letter : from) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t i = 0; i < to.size(); ++i) {
+            const std::size_t changed = diagonal + (letter == to[i] ? 0 : 1);
+            diagonal = row[i + 1];
+            row[i + 1] = std::min({changed, row[i] + 1, row[i + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+std::string sentence_on_command(const std::string &word, const CLI::App &app) {
+    const auto far = [&word](const CLI::App *command) {
+        const auto &name = command->get_name();
+        return name.starts_with(word) ? 0 : distance(word, name);
+    };
+    const auto commands = app.get_subcommands({});
+    const auto nearest = std::ranges::min_element(commands, {}, far);
+    std::string sentence = fmt::format("There is no command \"{}\".", visible(word));
+    if (nearest != commands.end() && far(*nearest) <= std::max<std::size_t>(1, word.size() / 3))
+        sentence += fmt::format(" Did you mean {}?", (*nearest)->get_name());
+    return sentence;
+}
+
+/// Before anything else could repeat it.
+void refuse_secrets(const Words &arguments, const CLI::App &app) {
+    for (const auto &argument : arguments) {
+        const auto name = name_of(argument);
+        if (name.starts_with('-') && looks_secret(name) && find_option(name, app) == nullptr)
+            throw unexpected(fmt::format("There is no option {}, and no secret belongs on the "
+                                         "command line, where everybody can read it.",
+                                         visible(name)));
+    }
+}
+
+/// The first word that is neither an option nor the value of one; the end when an option that
+/// nobody knows comes before it.
+Words::iterator command_in(Words &arguments, const CLI::App &app) {
+    for (auto at = arguments.begin(); at != arguments.end(); ++at) {
+        if (!at->starts_with('-'))
+            return at;
+        const auto *option = find_option(name_of(*at), app);
+        if (option == nullptr)
+            break;
+        const bool has_value_behind = option->get_expected_min() > 0 && at->find('=') == at->npos;
+        if (has_value_behind && ++at == arguments.end())
+            break;
+    }
+    return arguments.end();
+}
+
+} // namespace
+
+void parse_arguments(Words arguments, CLI::App &app) {
+    if (!arguments.empty() && arguments[0] == "help" &&
+        (arguments.size() > 1 || !is_command("help", app))) {
+        arguments.erase(arguments.begin());
+        arguments.emplace_back("--help");
+    }
+    refuse_secrets(arguments, app);
+    if (const auto command = command_in(arguments, app); command != arguments.end()) {
+        if (!is_command(*command, app))
+            throw unexpected(sentence_on_command(*command, app));
+        std::rotate(arguments.begin(), command, command + 1);
+    }
+    std::ranges::reverse(arguments);
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::ExtrasError &) {
+        throw unexpected(fmt::format("Not expected: {}",
+                                     visible(fmt::format("{}", fmt::join(app.remaining(true), " ")))));
+    }
+}
+
+} // namespace kavro_cli
