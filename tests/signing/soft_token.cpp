@@ -31,11 +31,6 @@ CK_ATTRIBUTE bytes(CK_ATTRIBUTE_TYPE type, const Bytes &value) {
     return {type, const_cast<CK_BYTE *>(value.data()), value.size()};
 }
 
-CK_ATTRIBUTE flag(CK_ATTRIBUTE_TYPE type, bool set) {
-    static CK_BBOOL values[] = {CK_FALSE, CK_TRUE};
-    return {type, &values[set ? 1 : 0], sizeof(CK_BBOOL)};
-}
-
 /// Has the tool that comes with such tokens do something.
 void manage(const std::string &arguments) {
     const std::string said =
@@ -56,13 +51,14 @@ void store_certificate(const TokenSession &session, std::string_view name, const
                        const test_support::Identity &identity) {
     CK_ULONG object_class = CKO_CERTIFICATE;
     CK_ULONG kind = CKC_X_509;
+    CK_BBOOL yes = CK_TRUE;
     const Bytes certificate = test_support::der_of(identity);
     const unsigned char *subject = nullptr;
     std::size_t size = 0;
     X509_NAME_get0_der(X509_get_subject_name(identity.certificate.get()), &subject, &size);
     std::vector<CK_ATTRIBUTE> attributes{token::number(CKA_CLASS, object_class),
                                          token::number(CKA_CERTIFICATE_TYPE, kind),
-                                         flag(CKA_TOKEN, true),
+                                         {CKA_TOKEN, &yes, sizeof yes},
                                          {CKA_LABEL, characters(name), name.size()},
                                          bytes(CKA_ID, id),
                                          {CKA_SUBJECT, const_cast<unsigned char *>(subject), size},
@@ -71,13 +67,6 @@ void store_certificate(const TokenSession &session, std::string_view name, const
     require(session.module().C_CreateObject(session.handle(), attributes.data(), attributes.size(),
                                             &object),
             "certificate");
-}
-
-void forbid_to_sign(const TokenSession &session, const Bytes &id) {
-    CK_ULONG object_class = CKO_PRIVATE_KEY;
-    const auto keys = session.find({token::number(CKA_CLASS, object_class), bytes(CKA_ID, id)});
-    CK_ATTRIBUTE no = flag(CKA_SIGN, false);
-    require(session.module().C_SetAttributeValue(session.handle(), keys.at(0), &no, 1), "key");
 }
 
 } // namespace
@@ -97,7 +86,6 @@ SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
         bool has_key = true;
     } objects[] = {{"log-in", "rsa-2048", 1},
                    {"orphan", "rsa-2048", 2, false},
-                   {"mute", "rsa-2048", 3},
                    {"p256", "ec-p256", 4},
                    {"p384", "ec-secp384r1", 5}};
     std::map<std::string, test_support::Identity> identities;
@@ -123,7 +111,6 @@ SoftToken::SoftToken() : folder_(test_support::fresh_folder()) {
         store_certificate(session, name, {id}, identities[name]);
     store_certificate(session, "issuer", {9}, issuer);
     store_certificate(session, "root", {8}, test_support::trusted_root());
-    forbid_to_sign(session, {3});
 }
 
 SoftToken::~SoftToken() {

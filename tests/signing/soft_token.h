@@ -10,7 +10,7 @@ namespace signing {
 
 /// A PKCS #11 token in files of a temporary folder. On it are trusted certificates with their key
 /// pairs: "log-in" (RSA), "p256" and "p384", which an authority has issued that is there as well.
-/// And two more: "mute", whose key may not sign, and "orphan", without one.
+/// "orphan" is without a key.
 class SoftToken {
 public:
     SoftToken();
