@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <vector>
 
