@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,9 @@ public:
     virtual void keep_connection(bool) {}
     /// One exchange: the list, kept in the form in which this contender hands it out, sorted by id.
     virtual void list() = 0;
+    /// What a user waits for, over one connection: hello, password, list and allocation. For who
+    /// can keep a connection.
+    virtual void log_in() { throw std::logic_error("keeps no connection"); }
     /// A copy of the last list; empty for who keeps none.
     virtual std::vector<Desktop> desktops() = 0;
 };
@@ -41,9 +45,9 @@ struct Setup {
 };
 
 /// The program around a contender: `PROGRAM PORT TRUST_FILE [--no-log]`. Every line of standard
-/// input names a kind of work and how often it is done ("small 20", "list 1", "kept 20" for small
-/// ones on a connection that is there); every answer is a
-/// line of JSON that says what it took.
+/// input names a kind of work and how often it is done: "small" exchanges, two each; "kept" ones,
+/// which are small and find a connection; "list" with a copy of all that is in it; "fetch" without;
+/// "log-in". Every answer is a line of JSON that says what it took.
 int run_contender(int argc, char **argv,
                   const std::function<std::unique_ptr<Contender>(const Setup &)> &make);
 

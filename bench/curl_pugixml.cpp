@@ -45,13 +45,28 @@ public:
 
     void list() override {
         exchange(list_request());
-        desktops_ = read_with_pugixml(body_.data(), body_.size());
-        body_ = {};
+        read_list();
+    }
+
+    void log_in() override {
+        const auto requests = log_in_requests();
+        for (const std::string &request : requests) {
+            const bool last = &request == &requests.back();
+            curl_easy_setopt(curl_, CURLOPT_FORBID_REUSE, long{last});
+            exchange(request);
+            if (request == list_request())
+                read_list();
+        }
     }
 
     std::vector<Desktop> desktops() override { return desktops_; }
 
 private:
+    void read_list() {
+        desktops_ = read_with_pugixml(body_.data(), body_.size());
+        body_ = {};
+    }
+
     void exchange(const std::string &request) {
         body_.clear();
         curl_easy_setopt(curl_, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.size()));

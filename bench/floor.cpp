@@ -49,21 +49,36 @@ public:
         exchange(operation_request());
     }
     void list() override { exchange(list_request()); }
+    void log_in() override {
+        connected([this](SSL *tls) {
+            for (const std::string &request : log_in_requests())
+                post(tls, request);
+        });
+    }
     std::vector<Desktop> desktops() override { return {}; }
 
 private:
     void exchange(const std::string &message) {
+        connected([&](SSL *tls) { post(tls, message); });
+    }
+
+    template <class Work>
+    void connected(Work work) {
         const TlsConnection tls(SSL_new(context_.get()));
         const int socket = connect_to(port_);
         SSL_set_fd(tls.get(), socket);
         require(SSL_connect(tls.get()), "SSL_connect");
+        work(tls.get());
+        ::close(socket);
+    }
+
+    void post(SSL *tls, const std::string &message) {
         const std::string request = http_request(message);
-        SSL_write(tls.get(), request.data(), static_cast<int>(request.size()));
-        std::size_t received = read(tls.get());
+        SSL_write(tls, request.data(), static_cast<int>(request.size()));
+        std::size_t received = read(tls);
         const std::size_t all = response_size({buffer_.data(), received});
         while (received < all)
-            received += read(tls.get());
-        ::close(socket);
+            received += read(tls);
     }
 
     std::size_t read(SSL *tls) {

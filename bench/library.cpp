@@ -62,20 +62,34 @@ public:
         check(kavro_broker_request_desktop_list(broker_, &list_), "list");
     }
 
+    void log_in() override {
+        keep_connection(true);
+        kavro_broker_set_locale(broker_, "en_US"); // the broker must be greeted again
+        uint32_t method = 0;
+        check(kavro_broker_get_auth_method(broker_, &method), "method");
+        check(kavro_broker_send_password(broker_, "alice", "EXAMPLE", "wonderland"), "password");
+        check(kavro_broker_get_auth_method(broker_, &method), "method");
+        list();
+        kavro_broker_desktop_connection_info target = nullptr;
+        check(kavro_broker_connect_to_desktop(broker_, "desktop", nullptr, &target), "allocation");
+        kavro_broker_free_desktop_connection_info(target);
+        keep_connection(false);
+    }
+
     std::vector<Desktop> desktops() override {
         uint32_t count = 0;
         check(kavro_broker_get_num_desktops(list_, &count), "count");
         std::vector<Desktop> desktops(count);
         for (uint32_t index = 0; index < count; ++index) {
             Desktop &desktop = desktops[index];
-            desktop.name = text(kavro_broker_get_desktop_name, index);
-            desktop.id = text(kavro_broker_get_desktop_id, index);
-            desktop.type = text(kavro_broker_get_desktop_type, index);
-            desktop.state = text(kavro_broker_get_desktop_state, index);
-            desktop.health = text(kavro_broker_get_desktop_health, index);
-            uint8_t allowed = 0;
-            kavro_broker_get_desktop_operation_allowed(list_, index, 0, &allowed);
-            desktop.restart_allowed = allowed != 0;
+            kavro_broker_desktop lent;
+            check(kavro_broker_get_desktop(list_, index, &lent, sizeof lent), "desktop");
+            desktop.name = {lent.name.data, lent.name.size};
+            desktop.id = {lent.id.data, lent.id.size};
+            desktop.type = {lent.type.data, lent.type.size};
+            desktop.state = {lent.state.data, lent.state.size};
+            desktop.health = {lent.health.data, lent.health.size};
+            desktop.restart_allowed = (lent.operations & 1U) != 0;
         }
         return desktops;
     }
@@ -83,14 +97,6 @@ public:
 private:
     void operation() {
         check(kavro_broker_perform_desktop_operation(broker_, "desktop", 0), "operation");
-    }
-
-    template <class Get>
-    std::string text(Get get, uint32_t index) {
-        char buffer[256];
-        size_t length = sizeof buffer;
-        check(get(list_, index, buffer, &length), "text");
-        return {buffer, length - 1};
     }
 
     kavro_broker_handle broker_ = nullptr;

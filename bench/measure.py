@@ -1,12 +1,14 @@
 """Runs the contenders of the benchmark against the responder and reads what they took."""
 
+import http.client
 import json
 import os
 import pathlib
+import ssl
 import subprocess
 import tempfile
 import time
-from contextlib import contextmanager
+from contextlib import closing, contextmanager
 
 SYSTEM_BUNDLE = pathlib.Path("/etc/ssl/certs/ca-certificates.crt")
 CPUS = sorted(os.sched_getaffinity(0))
@@ -52,6 +54,20 @@ class Responder:
         if not bundle.exists():
             bundle.write_text(SYSTEM_BUNDLE.read_text() + self.authority.read_text())
         return bundle
+
+    def round_trips(self, work):
+        """Those over TLS 1.3 that some work waits for: two for a connection, one for a request."""
+        self.served()
+        work()
+        connections, requests = self.served()
+        return 2 * connections + requests
+
+    def served(self):
+        """The connections and requests since it was last asked."""
+        trusted = ssl.create_default_context(cafile=self.authority)
+        with closing(http.client.HTTPSConnection("127.0.0.1", int(self.port), context=trusted)) as asking:
+            asking.request("POST", "/", "<kavro-client>\n<count>")
+            return map(int, asking.getresponse().read().split())
 
     def command(self, name, trust=None):
         program, *options = CONTENDERS[name]
@@ -107,3 +123,9 @@ def cold_run(responder, name, trust, work):
         stdout=subprocess.PIPE, preexec_fn=pinned_to(CPUS[0]))
     wall = (time.perf_counter() - started) * 1e6
     return wall, [json.loads(line) for line in done.stdout.splitlines()]
+
+
+def first_growth(responder, name):
+    """By how much the first list makes a process grow, in multiples of the document."""
+    _, (before, after) = cold_run(responder, name, None, "small 1\nfetch 1\n")
+    return (after["peak_kb"] - before["peak_kb"]) * 1024 / responder.list_bytes

@@ -60,6 +60,15 @@ std::string list_request() {
         "</resource-types>\r\n</get-resource-list>\r\n");
 }
 
+std::vector<std::string> log_in_requests() {
+    return {hello_request(),
+            enveloped("<authenticate>\r\n<username>alice</username>\r\n<password>wonderland"
+                      "</password>\r\n<domain>EXAMPLE</domain>\r\n</authenticate>\r\n"),
+            list_request(),
+            enveloped("<allocate-resource>\r\n<resource-id>desktop</resource-id>\r\n"
+                      "<protocol>KAVRO</protocol>\r\n</allocate-resource>\r\n")};
+}
+
 std::string hello_answer() {
     return enveloped(
         "<hello-resp>\n<brokers-info>\n<broker-info>\n<product-name>Bench Broker</product-name>\n"
@@ -76,6 +85,21 @@ std::string operation_answer() {
                      "</result>\n</perform-operation-resp>\n");
 }
 
+std::string password_answer() {
+    return enveloped("<authenticate-resp>\n<result>\n"
+                     "<result-id>AUTH_SUCCESSFUL_AND_COMPLETE</result-id>\n</result>\n"
+                     "</authenticate-resp>\n");
+}
+
+std::string allocation_answer() {
+    return enveloped("<allocate-resource-resp>\n<result>\n<result-id>ALLOC_SUCCESSFUL</result-id>\n"
+                     "</result>\n<target>\n<ip-address>127.0.0.1</ip-address>\n"
+                     "<hostname>localhost</hostname>\n<port>4172</port>\n"
+                     "<session-id>4711</session-id>\n"
+                     "<connect-tag>SGVsbG8sIHdvcmxkIQ==</connect-tag>\n</target>\n"
+                     "</allocate-resource-resp>\n");
+}
+
 std::string list_answer(std::size_t desktops) {
     std::string list =
         "<get-resource-list-resp>\n<result>\n<result-id>LIST_SUCCESSFUL</result-id>\n"
@@ -86,11 +110,16 @@ std::string list_answer(std::size_t desktops) {
 }
 
 std::string answer_to(std::string_view request, std::size_t desktops) {
-    if (request.find("<hello>") != std::string_view::npos)
+    const auto asks_for = [request](std::string_view element) {
+        return request.find(element) != std::string_view::npos;
+    };
+    if (asks_for("<hello>"))
         return hello_answer();
-    if (request.find("<get-resource-list>") != std::string_view::npos)
+    if (asks_for("<authenticate"))
+        return password_answer();
+    if (asks_for("<get-resource-list>"))
         return list_answer(desktops);
-    return operation_answer();
+    return asks_for("<allocate-resource>") ? allocation_answer() : operation_answer();
 }
 
 std::string http_request(std::string_view body) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // What is said in every measured exchange.
 
@@ -14,10 +15,16 @@ inline constexpr std::string_view broker_path = "/kavro-broker/xml";
 std::string hello_request();
 std::string operation_request();
 std::string list_request();
+/// Of a log-in up to the target, in order.
+std::vector<std::string> log_in_requests();
+/// Asks how many connections and requests there were, this one not counted.
+inline constexpr std::string_view count_request = "<count>";
 
 /// The broker's answers: documents in an envelope.
 std::string hello_answer();
 std::string operation_answer();
+std::string password_answer();
+std::string allocation_answer();
 /// About 590 bytes a desktop, ids in no order.
 std::string list_answer(std::size_t desktops);
 

@@ -6,7 +6,7 @@ import subprocess
 import sys
 import tempfile
 
-from measure import CONTENDERS, Responder, cold_run, rotation, running
+from measure import CONTENDERS, Responder, cold_run, first_growth, rotation, running
 
 DOCS = pathlib.Path(__file__).resolve().parent.parent / "docs"
 SIZES = [10, 1000, 10_000, 100_000]
@@ -15,18 +15,26 @@ TRANSPORTS = [("TLS 1.3, P-256", "ec-p256", "1.3"), ("TLS 1.3, RSA-2048", "rsa-2
 MARKS = "<!-- measured: begin -->", "<!-- measured: end -->"
 
 
-def ratio_to_floor(results, name, key):
-    """Median over the rounds of what one took against what the floor took in the same round."""
+CURL = "libcurl + pugixml"
+
+
+def ratio(results, name, peer, key):
+    """Median over the rounds of what one took against what another took in the same round."""
     return statistics.median(
-        ours[key] / floor[key] for ours, floor in zip(results[name], results["floor"]))
+        ours[key] / theirs[key] for ours, theirs in zip(results[name], results[peer]))
+
+
+def cell(results, name, key):
+    """x floor, and for the library x libcurl as well."""
+    peers = ["floor", CURL] if name.startswith("library") else ["floor"]
+    return " / ".join(f"{ratio(results, name, peer, key):.2f}" for peer in peers if peer in results)
 
 
 def row(title, results, key, unit=1000):
     floor = statistics.median(result[key] for result in results["floor"]) / unit
-    ratios = [f"{ratio_to_floor(results, name, key):.2f}" if name in results else "-"
-              for name in CONTENDERS if name != "floor"]
-    print(f"{title}: floor {floor:.2f} ms, {', '.join(ratios)}", flush=True)
-    return f"| {title} | {floor:.2f} ms | " + " | ".join(ratios) + " |"
+    cells = [cell(results, name, key) if name in results else "-" for name in CONTENDERS if name != "floor"]
+    print(f"{title}: floor {floor:.2f} ms, {', '.join(cells)}", flush=True)
+    return f"| {title} | {floor:.2f} ms | " + " | ".join(cells) + " |"
 
 
 def small_rows(programs, rounds):
@@ -38,6 +46,7 @@ def small_rows(programs, rounds):
         yield small_row("small request, the system's trust", responder, rounds,
                         lambda name: None if name == "floor" else bundle)
         yield kept_row("small request on a kept connection", responder, rounds)
+        yield log_in_row(responder, rounds)
 
 
 def small_row(title, responder, rounds, trust_of=lambda name: None):
@@ -55,6 +64,19 @@ def kept_row(title, responder, rounds):
             for name, contender in contenders.items():
                 results[name].append(contender.perform("small 10" if name == "floor" else "kept 10"))
         return row(title, results, "cpu_us")
+
+
+def log_in_row(responder, rounds):
+    """A user's view: method, password, list and target, over one connection."""
+    names = [name for name in CONTENDERS if not name.startswith("Beast")]
+    with running(responder, names) as contenders:
+        rotation(contenders, "log-in 1", 1)
+        trips = {name: responder.round_trips(lambda: contender.perform("log-in 1"))
+                 for name, contender in contenders.items()}
+        if len(set(trips.values())) != 1:
+            raise SystemExit(f"round trips: {trips}")
+        return row(f"whole log-in, {trips['library']} round trips", rotation(contenders, "log-in 5", rounds),
+                   "cpu_us")
 
 
 def cold_row(programs, rounds):
@@ -77,9 +99,14 @@ def agreed(results):
 
 
 def list_measurements(programs, rounds):
-    """Time and memory by the length of the list."""
+    """Time and memory by the length of the list: warm, the first of a process, and how the memory of one
+    whose list is not copied out grows."""
     for size in SIZES:
         with Responder(programs, size) as responder:
+            first = {name: [] for name in CONTENDERS}
+            for _ in range(3 if size == SIZES[-1] else rounds):
+                for name in CONTENDERS:
+                    first[name].append(cold_run(responder, name, None, "small 1\nlist 1\n")[1][1])
             with running(responder, CONTENDERS) as contenders:
                 rotation(contenders, "list 1", 1)
                 few = max(3, rounds // 3) if size == SIZES[-1] else rounds
@@ -87,9 +114,8 @@ def list_measurements(programs, rounds):
             agreed(results)
             growth = {}
             for name in CONTENDERS:
-                _, (before, after) = cold_run(responder, name, None, "small 1\nlist 1\n")
-                growth[name] = (after["peak_kb"] - before["peak_kb"]) * 1024 / responder.list_bytes
-            yield size, responder.list_bytes, results, growth
+                growth[name] = first_growth(responder, name)
+            yield size, responder.list_bytes, results, first, growth
 
 
 def median_ms(results, name, key="cpu_us"):
@@ -99,7 +125,7 @@ def median_ms(results, name, key="cpu_us"):
 def plot(lists):
     names = list(CONTENDERS)
     with tempfile.NamedTemporaryFile("w", suffix=".dat") as data:
-        for size, _, results, growth in lists:
+        for size, _, results, _, growth in lists:
             columns = [median_ms(results, name) for name in names]
             columns += [growth[name] for name in names]
             print(size, *columns, file=data)
@@ -122,25 +148,30 @@ def plot(lists):
 def list_tables(lists):
     names = list(CONTENDERS)
     lines = []
-    for size, list_bytes, results, _ in lists:
-        lines.append(row(f"list of {size:,} ({list_bytes / 1e6:.2f} MB)", results, "cpu_us"))
+    for size, list_bytes, results, first, _ in lists:
+        title = f"list of {size:,} ({list_bytes / 1e6:.2f} MB)"
+        lines.append(row(title, results, "cpu_us"))
+        if size >= 1000:
+            lines.append(row(f"the first {title} of a process", first, "cpu_us"))
+        if size == 10_000:
+            copies = [f"{median_ms(results, name, 'copy_us'):.1f} ms" for name in names]
+            lines.append(f"| of the {title}: copying all fields out | " + " | ".join(copies) + " |")
     lines += ["", "Peak memory growth of a cold process with the first list, in multiples of the document:",
               "", "| Desktops | " + " | ".join(names) + " |", "|---|" + "---|" * len(names)]
-    for size, _, _, growth in lists:
+    for size, *_, growth in lists:
         if size >= 1000:
             lines.append(f"| {size:,} | " + " | ".join(f"{growth[name]:.2f}" for name in names) + " |")
-    by_size = {size: results for size, _, results, _ in lists}
+    by_size = {size: results for size, _, results, *_ in lists}
     lines += ["", "CPU time for each desktop of 100,000 against each of 1,000: " + ", ".join(
         f"{name} {median_ms(by_size[100_000], name) / median_ms(by_size[1000], name) / 100:.2f}"
         for name in names) + "."]
-    copy = median_ms(by_size[10_000], "library", "copy_us")
-    lines += ["", f"To copy all of the list of 10,000 out through the accessors took {copy:.1f} ms more."]
     return lines
 
 
 def main(programs, rounds):
-    header = ["| Work | Floor | " + " | ".join(f"{name}, x floor" for name in CONTENDERS
-                                               if name != "floor") + " |",
+    header = ["| Work | Floor | " + " | ".join(
+        f"{name}, x floor" + (" / x libcurl" if name.startswith("library") else "")
+        for name in CONTENDERS if name != "floor") + " |",
               "|---|---|" + "---|" * (len(CONTENDERS) - 1)]
     smalls = [*small_rows(programs, rounds), cold_row(programs, 2 * rounds)]
     lists = list(list_measurements(programs, rounds))

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <utility>
 
 using namespace bench;
 
@@ -62,26 +63,46 @@ bool is_complete(std::string_view request) {
                std::stoul(std::string(request.substr(length + name.size(), 8)));
 }
 
-/// Answers are long to write and few: each is written once.
-const std::string &prepared_answer(std::string_view request, std::size_t desktops) {
-    static std::map<std::size_t, std::string> answers;
-    const bool list = request.find("<get-resource-list>") != request.npos;
-    const bool hello = request.find("<hello>") != request.npos;
-    std::string &answer = answers[list ? 2 : hello ? 1 : 0];
-    if (answer.empty())
-        answer = http_response(answer_to(request, desktops));
-    return answer;
+/// What was served since it was last told.
+struct Served {
+    int connections = 0; ///< that have ended
+    int requests = 0;
+};
+
+/// The connection that asks is none that counts.
+std::string told(Served &served) {
+    const auto [connections, requests] = std::exchange(served, {-1, 0});
+    return http_response(std::to_string(connections) + ' ' + std::to_string(requests));
 }
 
-void serve(SSL *tls, std::size_t desktops) {
+/// Answers are long to write and few: each is written once.
+const std::string &prepared_answer(std::string_view request, std::size_t desktops) {
+    static std::map<std::string, std::string, std::less<>> answers;
+    const auto body = request.substr(request.find("<kavro-client"));
+    const auto message = body.substr(body.find('\n') + 1);
+    const auto element = message.substr(0, message.find_first_of("> "));
+    const auto found = answers.find(element);
+    if (found != answers.end())
+        return found->second;
+    return answers[std::string(element)] = http_response(answer_to(request, desktops));
+}
+
+void serve(SSL *tls, std::size_t desktops, Served &served) {
     std::string request;
+    const auto answer = [tls](const std::string &text) {
+        SSL_write(tls, text.data(), static_cast<int>(text.size()));
+    };
     char buffer[16 * 1024];
     for (int bytes = 0; (bytes = SSL_read(tls, buffer, sizeof buffer)) > 0;) {
         request.append(buffer, static_cast<std::size_t>(bytes));
         if (!is_complete(request))
             continue;
-        const std::string &answer = prepared_answer(request, desktops);
-        SSL_write(tls, answer.data(), static_cast<int>(answer.size()));
+        if (request.find(count_request) != request.npos) {
+            answer(told(served));
+        } else {
+            ++served.requests;
+            answer(prepared_answer(request, desktops));
+        }
         request.clear();
     }
 }
@@ -94,19 +115,19 @@ int main(int argc, char **argv) {
     std::signal(SIGPIPE, SIG_IGN);
     const std::size_t desktops = std::stoul(argv[1]);
     const auto list_bytes = list_answer(desktops).size();
-    prepared_answer("<get-resource-list>", desktops);
+    prepared_answer(list_request(), desktops);
     const TlsContext context = server_context(argv[2], argv[3], argv[4]);
     int port = 0;
     const int listener = listen_on_free_port(port);
     std::cout << port << ' ' << list_bytes << std::endl;
-    for (;;) {
+    for (Served served;; ++served.connections) {
         const int socket = ::accept(listener, nullptr, nullptr);
         const int on = 1;
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const TlsConnection tls(SSL_new(context.get()));
         SSL_set_fd(tls.get(), socket);
         if (SSL_accept(tls.get()) == 1)
-            serve(tls.get(), desktops);
+            serve(tls.get(), desktops, served);
         ::close(socket);
     }
 }
