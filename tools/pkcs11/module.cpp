@@ -43,9 +43,8 @@ Modules load_modules(const std::optional<std::string> &path) {
     return {registered, p11_kit_modules_finalize_and_release};
 }
 
-TokenSession::TokenSession(CK_FUNCTION_LIST &module, CK_SLOT_ID slot, CK_FLAGS flags)
-    : module_(module) {
-    require(module.C_OpenSession(slot, CKF_SERIAL_SESSION | flags, nullptr, nullptr, &handle_),
+TokenSession::TokenSession(CK_FUNCTION_LIST &module, CK_SLOT_ID slot) : module_(module) {
+    require(module.C_OpenSession(slot, CKF_SERIAL_SESSION, nullptr, nullptr, &handle_),
             "The token cannot be opened");
 }
 

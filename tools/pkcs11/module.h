@@ -40,7 +40,7 @@ Modules load_modules(const std::optional<std::string> &path);
 /// A session with a token, read-only unless stated otherwise.
 class TokenSession {
 public:
-    TokenSession(CK_FUNCTION_LIST &module, CK_SLOT_ID slot, CK_FLAGS flags = 0);
+    TokenSession(CK_FUNCTION_LIST &module, CK_SLOT_ID slot);
     ~TokenSession();
     TokenSession(const TokenSession &) = delete;
     TokenSession &operator=(const TokenSession &) = delete;
