@@ -20,4 +20,9 @@ expect 2 'not in the table of codes' list --registration-code NONE "${log_in[@]}
 expect 0 'Alternate +127.0.0.2, port 4172' connect Design --registration-code DEMO "${log_in[@]}" --log-level info
 grep -q 'not shown: it holds a ticket' <<<"$output"
 if grep 'demo-gateway-ticket' <<<"$output"; then exit 1; fi
+
+locale_of() {
+  LC_ALL=$1 LC_MESSAGES=$2 LANG=fr_FR expect 0 "<locale>$3<" list --registration-code DEMO "${log_in[@]}" --log-level info
+}
+[[ $client == */run/* ]] || { locale_of '' de_DE.UTF-8@euro de_DE && locale_of C de_DE en_US; }
 echo "finding the broker: all as expected"

@@ -297,6 +297,29 @@ TEST_F(CommandTest, refuses_wrong_usage_before_the_broker_is_asked) {
     EXPECT_THAT(run({"list", "--registration-code", "C"}).err, HasSubstr("give --cache"));
 }
 
+TEST_F(CommandTest, says_what_is_wrong_with_a_line_but_no_secret) {
+    const struct {
+        Lines arguments;
+        int status;
+        const char *told;
+    } rows[] = {
+        {{"lst"}, 1, "Did you mean list?"},
+        {{"list", "x", "y", "--z"}, 1, "Not expected: x y --z\n"},
+        {{"list", "--pasword=hunter2"}, 1, "no option --pasword,"},
+        {{"power", "vm-1", "--password", "hunter2"}, 1, "no option --password,"},
+        {{"known-brokers", "--token-pin-fd", "hunter2", "x"}, 1, "expected: --token-pin-fd x\n"},
+        {{"help", "power"}, 0, "Usage: kavro-broker power"},
+        {{"--color", "never", "list"}, 0, "Alpha"},
+        {{"-V"}, 0, "kavro-broker "},
+    };
+    for (const auto &row : rows) {
+        const auto outcome = run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << row.told;
+        EXPECT_THAT(outcome.out + outcome.err, HasSubstr(row.told));
+        EXPECT_THAT(outcome.out + outcome.err, testing::Not(HasSubstr("hunter2")));
+    }
+}
+
 TEST(BrokerAddress, is_split_into_host_and_port) {
     const std::pair<const char *, const char *> cases[] = {
         {"broker.example", "broker.example|"},

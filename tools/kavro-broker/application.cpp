@@ -1,5 +1,6 @@
 #include "application.h"
 
+#include "arguments.h"
 #include "client_certificate.h"
 #include "command.h"
 #include "log_sink.h"
@@ -9,7 +10,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <optional>
 #include <ostream>
 
@@ -36,17 +36,17 @@ const Command *parse(std::vector<std::string> arguments, Options &options, CLI::
     manual::add_manual_options(app);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
 
-    app.footer(fmt::format("Run kavro-broker COMMAND --help for its options and examples.\n\n{}",
+    app.footer(fmt::format("Run kavro-broker help COMMAND for its options and examples.\n\n{}",
                            exit_statuses));
-    app.set_version_flag("--version", fmt::format("kavro-broker {}\n{}", KAVRO_CLI_VERSION,
-                                                  kavro_broker_get_version()));
+    app.set_version_flag("-V,--version", fmt::format("kavro-broker {}\n{}", KAVRO_CLI_VERSION,
+                                                     kavro_broker_get_version()));
     for (const auto *command : commands) {
         auto &page = *app.add_subcommand(command->name, command->summary)->group("Commands");
         command->add_options(page, options);
         if (!command->run_alone)
-            add_session_options(page, options);
+            add_session_options(page, options, command->logs_in);
         add_output_options(page, options);
-        page.footer(fmt::format("{}\n\n{}", command->description, exit_statuses));
+        page.footer(command->description);
         page.callback([&chosen, &options, command] {
             if (command->needs_broker && options.broker_host.empty() &&
                 options.registration_code.empty())
@@ -54,8 +54,7 @@ const Command *parse(std::vector<std::string> arguments, Options &options, CLI::
             chosen = command;
         });
     }
-    std::ranges::reverse(arguments);
-    app.parse(std::move(arguments));
+    parse_arguments(std::move(arguments), app);
     return chosen;
 }
 

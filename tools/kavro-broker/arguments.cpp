@@ -31,7 +31,8 @@ const CLI::Option *find_option(const std::string &name, const CLI::App &app) {
 }
 
 bool is_command(const std::string &word, const CLI::App &app) {
-    return app.get_subcommand_no_throw(word) != nullptr;
+    return std::ranges::any_of(app.get_subcommands({}),
+                               [&word](const auto *command) { return command->check_name(word); });
 }
 
 /// Whether somebody who typed an option like this may have put a secret behind it.
@@ -97,6 +98,20 @@ Words::iterator command_in(Words &arguments, const CLI::App &app) {
     return arguments.end();
 }
 
+/// In the order in which it was typed, without what stands behind the name of a secret.
+std::string sentence_on(const Words &extras) {
+    std::string sentence = "Not expected:";
+    bool after_secret = false;
+    for (const auto &word : extras) {
+        const bool is_option = word.starts_with('-');
+        const bool secret = is_option && looks_secret(name_of(word));
+        if (is_option || !after_secret)
+            sentence += ' ' + visible(secret ? name_of(word) : word);
+        after_secret = secret;
+    }
+    return sentence;
+}
+
 } // namespace
 
 void parse_arguments(Words arguments, CLI::App &app) {
@@ -115,8 +130,7 @@ void parse_arguments(Words arguments, CLI::App &app) {
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::ExtrasError &) {
-        throw unexpected(fmt::format("Not expected: {}",
-                                     visible(fmt::format("{}", fmt::join(app.remaining(true), " ")))));
+        throw unexpected(sentence_on(app.remaining(true)));
     }
 }
 

@@ -75,7 +75,8 @@ void add_broker_options(CLI::App &app, Options &options) {
             ->type_name("SHA256");
     app.add_flag("--insecure", options.insecure, "Accept every certificate, whoever showed it")
         ->excludes(pin);
-    app.add_option("--locale", options.locale, "Locale to tell the broker, e.g. de_DE")
+    app.add_option("--locale", options.locale,
+                   "Locale to tell the broker, e.g. de_DE, instead of the user's")
         ->type_name("NAME");
     app.add_option("--timezone", options.timezone, "Time zone to tell the broker, by Windows name")
         ->type_name("NAME");
@@ -114,8 +115,8 @@ void add_proxy_options(CLI::App &app, ProxyOptions &proxy) {
                    "Read the password for the proxy from this descriptor, one line");
 }
 
-void add_login_options(CLI::App &app, LoginOptions &login) {
-    app.option_defaults()->group("Log-in");
+void add_login_options(CLI::App &app, LoginOptions &login, const char *group) {
+    app.option_defaults()->group(group);
     app.add_option("--user", login.user, "User name")->type_name("NAME");
     app.add_option("--domain", login.domain, "Domain of the user")->type_name("NAME");
     add_descriptor(app, "--password-fd", login.password_descriptor,
@@ -251,13 +252,13 @@ CLI::Option *add_address_options(CLI::App &app, const char *name, const char *de
     return address;
 }
 
-void add_session_options(CLI::App &app, Options &options) {
+void add_session_options(CLI::App &app, Options &options, bool logs_in) {
     add_address_options(
         app, "--broker",
         "Where the broker is; without a port 443, then 60443 when nobody answers there", options);
     add_broker_options(app, options);
     add_time_limits(app, options);
-    add_login_options(app, options.login);
+    add_login_options(app, options.login, logs_in ? "Log-in" : "");
     add_client_certificate_options(app, options.client_certificate);
 }
 

@@ -86,8 +86,9 @@ bool split_broker_address(const std::string &text, std::string &host, std::strin
 CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,
                                  Options &options);
 
-/// The options of every command that talks to a broker.
-void add_session_options(CLI::App &app, Options &options);
+/// The options of every command that talks to a broker. Those of the log-in are taken by one that
+/// does without, too, but not shown.
+void add_session_options(CLI::App &app, Options &options, bool logs_in);
 
 /// What decides how the result of a command looks.
 void add_form_options(CLI::App &app, Options &options);

@@ -2,6 +2,7 @@
 
 #include "display_text.h"
 #include "registration_table.h"
+#include "user_locale.h"
 
 #include <fmt/format.h>
 
@@ -47,8 +48,7 @@ Session::Session(const Options &options, const Surroundings &surroundings)
       watch_(surroundings.interruption, [this] { broker_.cancel(); }) {
     set_address(options);
     broker_.set_client_info("kavro-broker", KAVRO_CLI_VERSION, KAVRO_CLI_PLATFORM);
-    if (options.locale)
-        broker_.set_locale(escape_text(*options.locale));
+    broker_.set_locale(escape_text(options.locale.value_or(user_locale())));
     if (options.timezone)
         broker_.set_timezone(escape_text(*options.timezone));
     broker_.set_hello_client_variables(escape_text(options.hello_variables));

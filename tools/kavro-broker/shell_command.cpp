@@ -1,3 +1,4 @@
+#include "arguments.h"
 #include "command.h"
 #include "report.h"
 #include "table.h"
@@ -86,10 +87,8 @@ void Shell::carry_out(std::string_view line) {
         CLI::App app;
         Action chosen = [] {};
         add_commands(app, options, chosen);
-        auto words = words_of(line);
-        std::ranges::reverse(words);
         try {
-            app.parse(std::move(words));
+            parse_arguments(words_of(line), app);
         } catch (const CLI::ParseError &error) {
             if (error.get_exit_code() != 0)
                 throw wrong_usage(error);

@@ -67,21 +67,7 @@ void write_option(const CLI::Option &option, std::ostream &out) {
     out << '\n' << escaped(option.get_description()) << '\n';
 }
 
-/// The paragraphs of a command's page that are not the program's own, too.
-std::string own_footer(const CLI::App &command, const CLI::App &app) {
-    const std::string common = app.get_footer();
-    std::string own, rest = command.get_footer();
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find("\n\n"), rest.size());
-        const std::string paragraph = rest.substr(0, end);
-        if (common.find(paragraph) == std::string::npos)
-            own += paragraph + "\n\n";
-        rest.erase(0, end + 2);
-    }
-    return own;
-}
-
-void write_command(const CLI::App &command, const CLI::App &app, std::ostream &out) {
+void write_command(const CLI::App &command, std::ostream &out) {
     std::string synopsis = command.get_name() + " [OPTIONS]";
     std::ostringstream options;
     for (const auto *option : shown_options(command)) {
@@ -93,7 +79,7 @@ void write_command(const CLI::App &command, const CLI::App &app, std::ostream &o
     }
     out << ".SS \"" << escaped(synopsis) << "\"\n"
         << escaped(command.get_description()) << ".\n.PP\n";
-    write_prose(own_footer(command, app), out);
+    write_prose(command.get_footer(), out);
     out << options.str();
 }
 
@@ -132,7 +118,7 @@ std::string manual_page(const CLI::App &app) {
     if (!commands.empty())
         out << ".SH COMMANDS\n";
     for (const auto *command : commands)
-        write_command(*command, app, out);
+        write_command(*command, out);
     out << ".SH OPTIONS\n";
     for (const auto *option : shown_options(app))
         write_option(*option, out);
