@@ -271,15 +271,17 @@ HttpResponseParser::State HttpResponseParser::begin_body(Step step, std::size_t 
     return State::need_more;
 }
 
-/// Moves what came to the body. Room for a stated length is made in few steps, because to move a
-/// long body costs time and for a moment twice the memory; but only as a multiple of what really
-/// came, so that a false length costs its sender something.
+/// Moves what came to the body. Room for a stated length is made when a part of it has really come,
+/// so that a false length costs its sender something; until then in small steps, because to move a
+/// long body costs time and for a moment twice the memory.
 void HttpResponseParser::take_body_bytes() {
-    constexpr std::size_t growth = 16;
+    constexpr std::size_t part = 16;
+    constexpr std::size_t growth = 4;
     const std::size_t bytes = std::min(expected_, filled_ - consumed_);
     const std::size_t needed = body_.size() + bytes;
+    const std::size_t whole = body_.size() + expected_;
     if (step_ == Step::sized_body && needed > body_.capacity())
-        body_.reserve(std::min(body_.size() + expected_, growth * needed));
+        body_.reserve(needed >= whole / part ? whole : std::min(growth * needed, whole / part));
     body_.append(input_, consumed_, bytes);
     consumed_ += bytes;
     expected_ -= bytes;
