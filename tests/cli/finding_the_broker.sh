@@ -15,7 +15,7 @@ expect 0 "hosted connection broker answers at https://127.0.0.1:$port" \
   probe --registration-code DEMO+1 --cache "$folder"
 expect 2 'KAVRO_BROKER_ERR_NO_BROKER_FOUND' probe 127.0.0.1:1
 
-log_in=(--user alice --domain EXAMPLE --accept-disclaimer --password-fd 0 --cache "$folder")
+log_in=(--user alice --domain EXAMPLE --accept-disclaimer --password-stdin --cache "$folder")
 expect 2 'not in the table of codes' list --registration-code NONE "${log_in[@]}"
 expect 0 'Alternate +127.0.0.2, port 4172' connect Design --registration-code DEMO "${log_in[@]}" --log-level info
 grep -q 'not shown: it holds a ticket' <<<"$output"

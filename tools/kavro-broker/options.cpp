@@ -119,8 +119,15 @@ void add_login_options(CLI::App &app, LoginOptions &login, const char *group) {
     app.option_defaults()->group(group);
     app.add_option("--user", login.user, "User name")->type_name("NAME");
     app.add_option("--domain", login.domain, "Domain of the user")->type_name("NAME");
-    add_descriptor(app, "--password-fd", login.password_descriptor,
-                   "Read the password from this descriptor, one line");
+    auto *descriptor = add_descriptor(app, "--password-fd", login.password_descriptor,
+                                      "Read the password from this descriptor, one line");
+    auto *input = app.add_flag_callback(
+        "--password-stdin", [&login] { login.password_descriptor = 0; },
+        "The same from standard input");
+    auto *file = app.add_option("--password-file", login.password_file,
+                                "The same from this file, of which it is the first line");
+    file->type_name("FILE")->excludes(descriptor)->excludes(input);
+    input->excludes(descriptor);
     add_descriptor(app, "--new-password-fd", login.new_password_descriptor,
                    "The same for a new password, when the old one has expired");
     add_descriptor(app, "--oauth-code-fd", login.oauth_code_descriptor,

@@ -24,6 +24,7 @@ namespace kavro_cli {
 struct LoginOptions {
     std::optional<std::string> user, domain, button;
     std::optional<int> password_descriptor, new_password_descriptor, oauth_code_descriptor;
+    std::optional<std::string> password_file;
     Variables answers;
     std::vector<std::pair<std::string, int>> answer_descriptors;
     bool accept_disclaimer = false;
