@@ -65,7 +65,9 @@ def carry_on(program, conversation, port, authority):
 
 
 def agrees(outcome, expected):
-    """Where a failure is told in the words of the system, the table has null for them."""
+    """Where something is told in the words of the system, the table has null for them, or "..."."""
+    if expected == "...":
+        return outcome != ""
     if isinstance(expected, dict) and expected.get("error", [""])[-1] is None:
         return outcome["error"][:-1] == expected["error"][:-1] and outcome["error"][-1] != ""
     return outcome == expected
