@@ -135,9 +135,10 @@ private:
     make(std::type_identity<kavro_broker_session_log_id_function>) {
         return or_null<kavro_broker_session_log_id_function>([](const char *) {});
     }
-    kavro_broker_sign_function make(std::type_identity<kavro_broker_sign_function>) {
-        return or_null<kavro_broker_sign_function>([](void *, const std::uint8_t *, std::size_t,
-                                                      std::uint8_t *, std::size_t *) { return 0; });
+    /// One that signs, of either kind.
+    template <class... Given>
+    auto make(std::type_identity<int (*)(Given...)>) -> int (*)(Given...) {
+        return or_null<int (*)(Given...)>([](Given...) { return 0; });
     }
 
     /// As long as the size that follows says.

@@ -29,6 +29,7 @@ using post_function = std::function<void(std::function<void()>)>;
 class async_broker {
 public:
     /// @param configured with its settings made.
+    /// @param post reaches the program's thread.
     async_broker(broker configured, post_function post)
         : broker_(std::move(configured)),
           post_(std::move(post)),

@@ -124,10 +124,11 @@ kavro_broker_use_signing_certificate(kavro_broker_handle handle, const uint8_t *
  * be set, for later connections. What the function throws ends in the library, as a failure.
  *
  * @param context as it was given to kavro_broker_use_signing_key().
- * @param scheme a TLS SignatureScheme (RFC 8446 section 4.2.3): 0x0401, 0x0501 and 0x0601 for PKCS
- * #1 v1.5 with SHA-256, -384 and -512 (TLS 1.2 only), 0x0804, 0x0805 and 0x0806 for PSS with a salt
- *        of the digest's length, 0x0403, 0x0503 and 0x0603 for ECDSA.
+ * @param scheme a TLS SignatureScheme (RFC 8446 section 4.2.3): 0x0401, 0x0501 and 0x0601 for
+ *        PKCS #1 v1.5 with SHA-256, -384 and -512 (TLS 1.2 only), 0x0804, 0x0805 and 0x0806 for
+ *        PSS with a salt of the digest's length, 0x0403, 0x0503 and 0x0603 for ECDSA.
  * @param digest of what is to be signed, by the scheme's hash function.
+ * @param digest_length its length in bytes.
  * @param signature takes the signature, that of ECDSA in DER form (RFC 3279 section 2.2.3).
  * @param signature_length the room in `signature` on entry, the signature's length on return.
  * @return 0; anything else ends the handshake, and so does a signature that is empty, longer than
