@@ -1,6 +1,7 @@
 #include "client_certificate.h"
 
 #include "failure.h"
+#include "utils/src/openssl_handles.h"
 
 #include <openssl/bn.h>
 #include <openssl/ec.h>
@@ -15,18 +16,8 @@ using kavro_broker::bytes;
 
 namespace {
 
-template <auto Release>
-struct ReleaseBy {
-    template <class T>
-    void operator()(T *object) const {
-        Release(object);
-    }
-};
-template <class T, auto Release>
-using Owned = std::unique_ptr<T, ReleaseBy<Release>>;
-
 bytes pem_of(const std::vector<bytes> &certificates) {
-    const Owned<BIO, BIO_free> text(BIO_new(BIO_s_mem()));
+    const kavro::OpenSslHandle<BIO, BIO_free> text(BIO_new(BIO_s_mem()));
     for (const bytes &der : certificates)
         PEM_write_bio(text.get(), PEM_STRING_X509, "", der.data(), static_cast<long>(der.size()));
     const char *data = nullptr;
@@ -45,7 +36,7 @@ bytes ecdsa_der(const bytes &r_and_s, std::size_t size_of_each) {
     const auto number = [&](std::size_t at) {
         return BN_bin2bn(r_and_s.data() + at, static_cast<int>(size_of_each), nullptr);
     };
-    const Owned<ECDSA_SIG, ECDSA_SIG_free> pair(ECDSA_SIG_new());
+    const kavro::OpenSslHandle<ECDSA_SIG, ECDSA_SIG_free> pair(ECDSA_SIG_new());
     ECDSA_SIG_set0(pair.get(), number(0), number(size_of_each));
     bytes der(static_cast<std::size_t>(i2d_ECDSA_SIG(pair.get(), nullptr)));
     unsigned char *to = der.data();
@@ -63,7 +54,8 @@ std::uint16_t bare_scheme(const bytes &digest) {
 ClientCertificate::ClientCertificate(std::unique_ptr<ClientKey> key) : key_(std::move(key)) {
     const bytes &der = key_->certificates().front();
     const unsigned char *from = der.data();
-    const Owned<X509, X509_free> own(d2i_X509(nullptr, &from, static_cast<long>(der.size())));
+    const kavro::OpenSslHandle<X509, X509_free> own(
+        d2i_X509(nullptr, &from, static_cast<long>(der.size())));
     const EVP_PKEY *shown = own ? X509_get0_pubkey(own.get()) : nullptr;
     if (shown == nullptr)
         return;

@@ -1,5 +1,6 @@
 #include "own_file.h"
 
+#include "utils/src/file_handle_win.h"
 #include "utils/src/wide_text_win.h"
 
 #include <windows.h>
@@ -12,29 +13,8 @@
 namespace kavro_cli {
 namespace {
 
-struct CloseFile {
-    using pointer = HANDLE;
-    void operator()(HANDLE file) const { CloseHandle(file); }
-};
-using Handle = std::unique_ptr<HANDLE, CloseFile>;
-
 [[noreturn]] void fail(const std::string &path) {
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), path);
-}
-
-Handle open_file(const std::string &path, DWORD access, DWORD disposition, DWORD flags) {
-    const HANDLE file =
-        CreateFileW(kavro::to_wide(path).c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                    nullptr, disposition, flags, nullptr);
-    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
-}
-
-bool is_plain_file(HANDLE file) {
-    BY_HANDLE_FILE_INFORMATION information{};
-    return GetFileType(file) == FILE_TYPE_DISK &&
-           GetFileInformationByHandle(file, &information) != 0 &&
-           (information.dwFileAttributes &
-            (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE)) == 0;
 }
 
 /// The user that this process acts for; null when that cannot be told.
@@ -43,7 +23,7 @@ PSID current_user() {
     HANDLE token = nullptr;
     if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == 0)
         return nullptr;
-    const Handle owner(token);
+    const kavro::FileHandle owner(token);
     DWORD length = sizeof user;
     const bool told = GetTokenInformation(token, TokenUser, user, length, &length) != 0;
     return told ? reinterpret_cast<const TOKEN_USER *>(user)->User.Sid : nullptr;
@@ -77,7 +57,7 @@ const char *doubt_about(HANDLE file) {
     PSID owner = nullptr;
     PACL list = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
-    if (!is_plain_file(file))
+    if (!kavro::is_plain_file(file))
         return "is no plain file";
     if (GetSecurityInfo(file, SE_FILE_OBJECT,
                         OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner, nullptr,
@@ -92,8 +72,9 @@ const char *doubt_about(HANDLE file) {
 } // namespace
 
 std::string read_own_file(const std::string &path) {
-    const Handle file =
-        open_file(path, GENERIC_READ | READ_CONTROL, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT);
+    const kavro::FileHandle file =
+        kavro::open_file(kavro::to_wide(path), GENERIC_READ | READ_CONTROL, OPEN_EXISTING,
+                         FILE_FLAG_OPEN_REPARSE_POINT);
     if (file == nullptr &&
         (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND))
         return {};
@@ -116,7 +97,8 @@ std::string read_own_file(const std::string &path) {
 }
 
 std::shared_ptr<void> lock_file(const std::string &path) {
-    Handle file = open_file(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    kavro::FileHandle file = kavro::open_file(kavro::to_wide(path), GENERIC_READ | GENERIC_WRITE,
+                                              OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     OVERLAPPED from_the_start{};
     if (file == nullptr ||
         LockFileEx(file.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &from_the_start) == 0)

@@ -1,5 +1,6 @@
 #include "utils/src/safe_file.h"
 
+#include "utils/src/file_handle_win.h"
 #include "utils/src/wide_text_win.h"
 
 #include <windows.h>
@@ -14,40 +15,18 @@ namespace kavro {
 
 namespace {
 
-struct CloseFile {
-    using pointer = HANDLE;
-    void operator()(HANDLE file) const { CloseHandle(file); }
-};
-using Handle = std::unique_ptr<HANDLE, CloseFile>;
-
 struct FreeLocal {
     void operator()(void *memory) const { LocalFree(memory); }
 };
 template <class T>
 using LocalMemory = std::unique_ptr<T, FreeLocal>;
 
-Handle open_file(const std::wstring &path, DWORD access, DWORD disposition, DWORD flags,
-                 SECURITY_ATTRIBUTES *security = nullptr) {
-    constexpr DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    const HANDLE file =
-        CreateFileW(path.c_str(), access, share_all, security, disposition, flags, nullptr);
-    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
-}
-
-bool is_plain_file(HANDLE file) {
-    BY_HANDLE_FILE_INFORMATION information{};
-    return GetFileType(file) == FILE_TYPE_DISK &&
-           GetFileInformationByHandle(file, &information) != 0 &&
-           (information.dwFileAttributes &
-            (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT | FILE_ATTRIBUTE_DEVICE)) == 0;
-}
-
 /// The user that this process acts for, in the form that descriptors are written in.
 LocalMemory<wchar_t> current_user() {
     HANDLE token = nullptr;
     if (OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) == 0)
         return nullptr;
-    const Handle owner(token);
+    const FileHandle owner(token);
     alignas(TOKEN_USER) unsigned char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
     DWORD length = sizeof user;
     wchar_t *text = nullptr;
@@ -73,7 +52,7 @@ bool write_new_file(const std::wstring &path, std::string_view content) {
     if (descriptor == nullptr)
         return false;
     SECURITY_ATTRIBUTES security{sizeof security, descriptor.get(), FALSE};
-    const Handle file =
+    const FileHandle file =
         open_file(path, GENERIC_WRITE, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, &security);
     DWORD written = 0;
     // On disk before it gets its name, else a power cut could leave the name with nothing behind
@@ -108,7 +87,7 @@ bool move_over(const std::wstring &from, const std::wstring &to) {
 
 std::optional<std::string> read_plain_file(const std::string &path, std::size_t limit) {
     // A link is opened itself; a pipe's other end learns nothing about us.
-    const Handle file =
+    const FileHandle file =
         open_file(to_wide(path), GENERIC_READ, OPEN_EXISTING,
                   FILE_FLAG_OPEN_REPARSE_POINT | SECURITY_SQOS_PRESENT | SECURITY_ANONYMOUS);
     LARGE_INTEGER size{};
