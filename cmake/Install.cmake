@@ -42,6 +42,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/kavro_broker DESTINATION lib/pyth
 # For those who run the programs.
 if(KAVRO_BUILD_TOOLS)
   install(TARGETS kavro-broker kavro-broker-sim RUNTIME COMPONENT tools)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/broker-sim/scenarios
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/kavro-broker COMPONENT tools)
   set_target_properties(kavro-broker PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(FILES ${docs}/command-line.md ${docs}/simulator.md
           DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)

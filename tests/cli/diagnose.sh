@@ -28,8 +28,8 @@ done <<'ROWS'
 3|self-signed|signed itself|{"tls": {"issuer": "self"}}
 3|unknown-authority|issuer is not known here|{"tls": {"issuer": "stranger"}}
 3|weak-key|a key that is too short|{"tls": {"key": "rsa-768"}}
-2|client-certificate|wants a client certificate|{"tls": {"demand_client_certificate": true, "max_version": "1.2"}}
-2|client-certificate|wants a client certificate|{"tls": {"demand_client_certificate": true}}
+2|client-certificate|wants a client certificate|{"tls": {"client_certificate": "required", "max_version": "1.2"}}
+2|client-certificate|wants a client certificate|{"tls": {"client_certificate": "required"}}
 2|proxy-log-in|A proxy on the way|{"overrides": [{"status": 407, "body": "<html>"}]}
 2|network-log-in|The network wants a log-in|{"overrides": [{"status": 511, "body": "<html>"}]}
 6|redirected|to another place|{"overrides": [{"status": 302, "body": "moved"}]}

@@ -27,6 +27,7 @@ INCLUDES = {"c": ("kavro_broker_extras.h", "stdio.h", "stdlib.h", "string.h"),
 CONSOLE = r"""
 mkdir console && cd console && cp ../ca.pem ../password.txt . && export SSL_CERT_FILE=ca.pem
 kavro-broker-sim() {
+  [[ $1 != --check ]] || { command kavro-broker-sim "$@"; return; }
   mkfifo ready
   command kavro-broker-sim "$@" >ready &
   read -r line <ready

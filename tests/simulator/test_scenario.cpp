@@ -12,6 +12,8 @@ TEST(Scenario, ErrorsNameTheKey) {
         {R"({"broker": {"version": "3.0"}})", "broker.version: must be \"2.0\" or \"2.1\""},
         {R"({"listen": {"port": 65536}})", "listen.port: must be a whole number from 0 to 65535"},
         {R"({"tls": {"expired": 1}})", "tls.expired: must be true or false"},
+        {R"({"tls": {"client_certificate": "any"}})",
+         "tls.client_certificate: must be one of: none, required"},
         {R"({"authentication": [{"methods": ["pasword"]}]})",
          "authentication[0].methods[0]: must be password, disclaimer, dialog, oauth or a keyword "
          "in capitals"},

@@ -1,9 +1,10 @@
 // What the status page is told, and who is told it.
+#include "broker.h"
 #include "status_board.h"
 #include "status_server.h"
 #include "wire_client.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -11,6 +12,7 @@
 using namespace broker_sim;
 using namespace std::chrono_literals;
 using nlohmann::json;
+using testing::HasSubstr;
 using namespace nlohmann::literals;
 
 namespace {
@@ -69,6 +71,8 @@ TEST(Status, TellsWhatHappenedButNoSecret) {
     EXPECT_EQ(status["sessions"][0]["id"], cookie.substr(11, 6));
     EXPECT_EQ(status["servers"][0]["connections"], 8);
     EXPECT_EQ(status["servers"][1]["port"], simulator.port(server_name::direct_host));
+    EXPECT_EQ(status["requests"][2]["xml"],
+              "    <username> *****</username>\n    <password> *****</password>\n");
     for (const std::string &secret : {std::string("wonderland"), cookie.substr(11, 7)})
         EXPECT_EQ(text.find(secret), text.npos);
 }
@@ -94,6 +98,15 @@ TEST(Status, ForgetsTheOldest) {
         EXPECT_EQ(status[list].size(), 500u) << list;
         EXPECT_EQ(status["totals"][list], 700) << list;
     }
+}
+
+TEST(Sessions, EndWhenNobodyUsesThem) {
+    Broker broker({.session_idle = 1h});
+    for (const auto &[id, age] : {std::pair("old", 61min), {"new", 59min}})
+        broker.state().sessions[id].used = std::chrono::steady_clock::now() - age;
+    const Message bye{.kind = "bye"};
+    EXPECT_THAT(broker.answer(bye, "old").body, HasSubstr("ERR_INVALID_SESSION"));
+    EXPECT_THAT(broker.answer(bye, "new").body, HasSubstr("BYE_SUCCESSFUL"));
 }
 
 TEST(StatusServer, AnswersReadersOfThisMachineOnly) {

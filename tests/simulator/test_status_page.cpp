@@ -41,7 +41,8 @@ TEST(StatusPage, DrawsWhatHappensWhileItIsOpenAsText) {
     EXPECT_GE(polls, 2) << document;
     for (const char *const drawn :
          {"<title>Broker Simulator 1.0.0: status</title>", ">live</p>",
-          "&lt;img src=x onerror=\"document.title='taken'\"&gt;</span>", ">&lt;b</td>", ">bye</td>",
+          "&lt;img src=x onerror=\"document.title='taken'\"&gt;</span>", ">&lt;b</button></td>",
+          ">&lt;kavro-client version=\"2.1\"&gt;\n  &lt;bye&gt;", ">bye</button></td>",
           ">bye</span></li>", ">OFF<span class=\"fault\">fault: record_size 16</span></td>"})
         EXPECT_NE(document.find(drawn), document.npos) << drawn << '\n' << document;
     for (const char *const taken : {"<img", "<b>"})

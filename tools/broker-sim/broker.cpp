@@ -86,8 +86,17 @@ std::string Broker::refusal(const ProtocolError &error) const {
     return error_document(state_.scenario.broker.version, error);
 }
 
+void Broker::end_abandoned_sessions() {
+    const auto idle = state_.scenario.session_idle;
+    if (!idle.count())
+        return;
+    const auto latest = std::chrono::steady_clock::now() - idle;
+    std::erase_if(state_.sessions, [=](const auto &entry) { return entry.second.used <= latest; });
+}
+
 BrokerAnswer Broker::answer(const Message &message, const std::optional<std::string> &session_id,
                             std::string_view server) {
+    end_abandoned_sessions();
     try {
         const MessageRow *const row = find_message(message.kind);
         if (!row || row->server != server)
@@ -95,6 +104,7 @@ BrokerAnswer Broker::answer(const Message &message, const std::optional<std::str
         const bool begins = row->session == SessionUse::begins;
         const auto session = begins ? begin_session(state_.sessions, session_id)
                                     : find_session(state_.sessions, session_id);
+        session->second.used = std::chrono::steady_clock::now();
         BrokerAnswer answer;
         answer.body = answer_document(
             state_.scenario.broker.version, message.kind + "-resp",

@@ -27,6 +27,9 @@ public:
                         std::string_view server = server_name::broker);
     std::string refusal(const ProtocolError &error) const;
 
+    /// Ends the sessions that nobody has used for as long as the scenario allows.
+    void end_abandoned_sessions();
+
     const Scenario &scenario() const { return state_.scenario; }
     BrokerState &state() { return state_; }
     const BrokerState &state() const { return state_; }

@@ -21,6 +21,7 @@ struct Session {
     unsigned failed_password_changes = 0;
     std::map<std::string, const Allocation *> provisionings{}; ///< to be fetched, by their tickets
     std::chrono::system_clock::time_point begun = std::chrono::system_clock::now();
+    std::chrono::steady_clock::time_point used = std::chrono::steady_clock::now();
 };
 
 /// A desktop with what changes while the broker runs.

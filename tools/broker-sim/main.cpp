@@ -45,10 +45,14 @@ int main(int argc, char **argv) {
     CLI::App app("A connection broker to try clients against.", "kavro-broker-sim");
     app.footer(scenario_help);
     manual::add_manual_options(app);
-    std::string scenario_file, address, ca_file, cache_folder;
+    app.set_version_flag("-V,--version", "kavro-broker-sim " KAVRO_SIM_VERSION);
+    std::string scenario_file, scenario_to_check, address, ca_file, cache_folder;
     std::uint16_t port = 0, status_port = 0;
     bool print_demo = false;
     app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)")
+        ->type_name("FILE");
+    app.add_option("--check", scenario_to_check,
+                   "Only tell whether this scenario can be played, and which key is wrong")
         ->type_name("FILE");
     app.add_option("--address", address, "Address to listen on, instead of the scenario's")
         ->type_name("ADDRESS");
@@ -71,6 +75,10 @@ int main(int argc, char **argv) {
     try {
         if (print_demo) {
             std::cout << broker_sim::demo_scenario_json;
+            return 0;
+        }
+        if (!scenario_to_check.empty()) {
+            broker_sim::Scenario::load(scenario_to_check);
             return 0;
         }
         auto scenario = scenario_file.empty() ? broker_sim::Scenario::demo()

@@ -216,6 +216,7 @@ struct Scenario {
     BrokerInfo broker{};
     Tls tls{};
     std::string session_cookie{"JSESSIONID"};
+    std::chrono::milliseconds session_idle = std::chrono::minutes(20); ///< then it ends; 0: never
     std::vector<User> users{};
     std::vector<std::string> domains{};
     std::vector<AuthenticationStep> authentication{};

@@ -58,6 +58,7 @@ void read(const JsonNode &node, BrokerInfo &out) {
 void read(const JsonNode &node, Tls &out) {
     static constexpr Word<Issuer> issuers[] = {
         {"ca", Issuer::ca}, {"self", Issuer::self}, {"stranger", Issuer::stranger}};
+    static constexpr Word<bool> client_certificates[] = {{"none", false}, {"required", true}};
     node.read_object({
         {"max_version", checked(is_tls_version, "must be \"1.2\" or \"1.3\"", out.max_version)},
         {"key", checked(is_key_kind, "must be \"ec-p256\" or \"rsa-BITS\"", out.key)},
@@ -65,7 +66,7 @@ void read(const JsonNode &node, Tls &out) {
         {"automatic_names", into(out.automatic_names)},
         {"expired", into(out.expired)},
         {"issuer", one_of(issuers, out.issuer)},
-        {"demand_client_certificate", into(out.demand_client_certificate)},
+        {"client_certificate", one_of(client_certificates, out.demand_client_certificate)},
     });
 }
 
@@ -308,6 +309,7 @@ void read(const JsonNode &node, Scenario &out) {
         {"broker", into(out.broker)},
         {"tls", into(out.tls)},
         {"session_cookie", into(out.session_cookie)},
+        {"session_idle_ms", into(out.session_idle)},
         {"users", into(out.users)},
         {"domains", into(out.domains)},
         {"authentication", authentication},

@@ -1,5 +1,6 @@
 #include "broker_sim.h"
 #include "https_server.h"
+#include "masked_request.h"
 #include "pages.h"
 #include "proxy_log_in.h"
 #include "rule_list.h"
@@ -108,8 +109,8 @@ public:
             if (name == server_name::proxy)
                 impl.let_through(request, reply);
             if (impl.board)
-                reply.number =
-                    impl.board->add(event, result_of(reply.answer, reply.fault), reply.fault);
+                reply.number = impl.board->add(event, result_of(reply.answer, reply.fault),
+                                               reply.fault, masked_request(request.body));
             return reply;
         }
 
@@ -326,6 +327,7 @@ void Simulator::watch(std::string scenario_name) {
 
 std::string Simulator::status() const {
     const std::lock_guard lock(impl_->mutex);
+    impl_->broker.end_abandoned_sessions();
     std::vector<StatusBoard::Server> servers;
     for (const auto &[name, desk] : impl_->desks)
         servers.push_back({name, desk.server.endpoint().port(), desk.connections});

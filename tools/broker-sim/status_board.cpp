@@ -99,7 +99,8 @@ StatusBoard::Connection *StatusBoard::find(const Event &event) {
     return found == connections_.end() ? nullptr : &*found;
 }
 
-std::uint64_t StatusBoard::add(const Event &event, std::string result, const Fault &fault) {
+std::uint64_t StatusBoard::add(const Event &event, std::string result, const Fault &fault,
+                               std::string xml) {
     if (entries_.size() == most_rows)
         entries_.pop_front();
     entries_.push_back({.time = std::chrono::system_clock::now(),
@@ -109,7 +110,8 @@ std::uint64_t StatusBoard::add(const Event &event, std::string result, const Fau
                         .connection = event.connection,
                         .request = std::string(event.request.substr(0, most_name_bytes)),
                         .result = std::move(result),
-                        .fault = fault});
+                        .fault = fault,
+                        .xml = std::move(xml)});
     Connection *const connection = find(event);
     if (connection && fault.stage == Stage::response)
         ++connection->requests;
@@ -158,7 +160,8 @@ std::string StatusBoard::json(const BrokerState &state, const std::vector<Server
         nlohmann::json row = {{"number", ++number},       {"time", milliseconds(entry.time)},
                               {"server", entry.server},   {"connection", entry.connection},
                               {"request", entry.request}, {"result", entry.result},
-                              {"duration_ms", nullptr},   {"fault", parts_of(entry.fault)}};
+                              {"duration_ms", nullptr},   {"fault", parts_of(entry.fault)},
+                              {"xml", entry.xml}};
         if (entry.duration)
             row["duration_ms"] = FractionalMilliseconds(*entry.duration).count();
         status["requests"].push_back(std::move(row));

@@ -13,8 +13,8 @@
 
 namespace broker_sim {
 
-/// What somebody who watches gets to see: the latest requests, and a picture of the rest. Nothing
-/// of a request is kept but the name of its message, so no secret can be.
+/// What somebody who watches gets to see: the latest requests, and a picture of the rest. A request
+/// is kept as masked_request() shows it, so that no secret is.
 class StatusBoard {
 public:
     struct Server {
@@ -30,7 +30,8 @@ public:
 
     /// Returns the number of the entry. The event's request is empty when a fault strikes before
     /// there is one.
-    std::uint64_t add(const Event &event, std::string result, const Fault &fault);
+    std::uint64_t add(const Event &event, std::string result, const Fault &fault,
+                      std::string xml = {});
     /// The answer is on its way; until then, the entry has no duration.
     void sent(std::uint64_t number);
 
@@ -56,6 +57,7 @@ private:
         std::string request;
         std::string result;
         Fault fault;
+        std::string xml;
     };
 
     std::string scenario_name_;

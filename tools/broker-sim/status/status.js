@@ -11,6 +11,8 @@ const sessionTones = {
   "authenticated": "good", "no authentication": "good", "password expired": "warn", "blocked": "bad",
 };
 
+const opened = new Set(); // the numbers of the requests whose XML is shown
+
 const element = (id) => document.getElementById(id);
 
 function make(tag, style, ...content) {
@@ -66,17 +68,35 @@ const drawProxied = ({user, target, asked, let_through}) =>
   tile(target || "nothing", `state ${let_through ? "good" : "bad"}`,
     `${let_through} of ${asked} let through`, user || "nobody");
 
-function drawRequest({time, server, connection, request, result, duration_ms, fault}) {
+/// What a click on a request's name opens, which stays open when the list is drawn anew.
+function xmlRow(number, xml, name) {
+  const cell = make("td", "", make("pre", "", xml));
+  cell.colSpan = 6;
+  const row = make("tr", "xml", cell);
+  const show = (shown) => {
+    row.hidden = !shown;
+    name.ariaExpanded = shown;
+    if (shown) opened.add(number);
+    else opened.delete(number);
+  };
+  name.addEventListener("click", () => show(row.hidden));
+  show(opened.has(number));
+  return row;
+}
+
+function drawRequest({number, time, server, connection, request, result, duration_ms, fault, xml}) {
   const parts = Object.entries(fault).map(([key, value]) => `${key} ${value}`).join(", ");
+  const text = request || (fault.stage ? "before TLS" : "no message");
+  const name = xml ? make("button", "", text) : text;
   const row = make("tr", "",
     make("td", "time", clock(time)),
     make("td", "server", server),
     make("td", "connection", String(connection)),
-    make("td", `request ${request ? "" : "nothing"}`, request || (fault.stage ? "before TLS" : "no message")),
+    make("td", `request ${request ? "" : "nothing"}`, name),
     make("td", `result ${toneOf(result)}`, result || "nothing sent"),
     make("td", "duration", duration(duration_ms)));
   if (parts) row.querySelector(".result").append(make("span", "fault", `fault: ${parts}`));
-  return row;
+  return xml ? [row, xmlRow(number, xml, name)] : [row];
 }
 
 const drawn = {};
@@ -86,7 +106,7 @@ function fill(id, items, draw) {
   const picture = JSON.stringify(items);
   if (drawn[id] === picture) return;
   drawn[id] = picture;
-  element(id).replaceChildren(...items.map(draw));
+  element(id).replaceChildren(...items.flatMap(draw));
 }
 
 function countOf(total, shown, which) {
