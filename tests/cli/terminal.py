@@ -75,6 +75,16 @@ def check(start, folder):
         shell.type(shown, typed)
     shell.expect_exit(130)
 
+    begun = folder / "begun"
+    for command, status, told in (("sh -c 'exit 3'", 1, "from sh: it ended with status 3."), ("true", 1, "is empty."),
+                                  ("none-such", 1, "from none-such: No such"), (f"echo '{PASSWORD}'", 0, "vm-1"),
+                                  (f"sh -c 'echo $$ >{begun}; echo begun >&2; sleep 60; :'", 130, "begun")):
+        program = start("list", "--password-command", command)
+        program.type(told, "\x03" if status == 130 else "")
+        program.expect_exit(status)
+        assert PASSWORD not in program.screen and prompt not in program.screen, program.screen
+    assert not os.path.exists(f"/proc/{begun.read_text().strip()}"), "the command is left behind"
+
     interrupted = start("list")
     interrupted.type(prompt, "half a passw\x03")
     interrupted.expect_exit(130)
@@ -94,9 +104,9 @@ with tempfile.TemporaryDirectory() as name:
     with subprocess.Popen([SIMULATOR, *options], stdout=subprocess.PIPE, text=True) as simulator:
         broker = f"127.0.0.1:{json.loads(simulator.stdout.readline())['port']}"
         trust = {"SSL_CERT_FILE": str(folder / "ca.pem"), "SSL_CERT_DIR": str(folder / "none"), "TERM": "xterm",
-                 "XDG_CONFIG_HOME": str(folder / "config")}
+                 "PATH": os.environ["PATH"], "XDG_CONFIG_HOME": str(folder / "config")}
         try:
-            check(lambda command, **variables: Terminal(
-                [CLIENT, command, "--broker", broker, "--user", "alice"], {**trust, **variables}), folder)
+            check(lambda *command, **variables: Terminal(
+                [CLIENT, *command, "--broker", broker, "--user", "alice"], {**trust, **variables}), folder)
         finally:
             simulator.terminate()

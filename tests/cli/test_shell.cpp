@@ -58,7 +58,7 @@ TEST(Words, are_told_apart_as_a_shell_does) {
         {"", {}},
         {" a\tb  ", {"a", "b"}},
         {R"(connect "Build server" 'it''s')", {"connect", "Build server", "its"}},
-        {R"(a\ b "c\"d" 'e\f' --x="1 2")", {"a b", "c\"d", "e\\f", "--x=1 2"}},
+        {R"(a\ b "c\"\d" 'e\f' --x="1 2")", {"a b", "c\"\\d", "e\\f", "--x=1 2"}},
         {"a '' #b", {"a", ""}},
         {"a#b", {"a#b"}},
     };

@@ -11,13 +11,10 @@
 
 namespace kavro_cli {
 
-/// A line from a descriptor; throws when there is none.
-Secret read_secret(int descriptor, const Interruption &interruption);
-
 /// Where answers for the broker come from: those given beforehand, each of which is used once, and
 /// the user, where there is one.
 struct Answers {
-    /// Reads the secrets from their descriptors, a line each: the password, the new password, the
+    /// Reads the secrets from where they are, a line each: the password, the new password, the
     /// OAuth code, then dialog fields in the order of the command line. `prompts` may be null.
     Answers(const LoginOptions &options, Prompts *prompts_or_null,
             const Interruption &interruption);

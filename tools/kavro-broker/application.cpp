@@ -75,9 +75,7 @@ void use_proxy(const ProxyOptions &proxy, const Secret &password) {
 void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
     install_log_sink(options.log_level);
     const Secret proxy_password =
-        options.proxy.password_descriptor
-            ? read_secret(*options.proxy.password_descriptor, surroundings.interruption)
-            : Secret();
+        options.proxy.password ? options.proxy.password.read(surroundings.interruption) : Secret();
     use_proxy(options.proxy, proxy_password);
     if (command.run_alone) {
         command.run_alone(options, surroundings);
@@ -88,7 +86,9 @@ void carry_out(const Command &command, const Options &options, const Surrounding
     if (ask)
         prompts.emplace(*surroundings.console);
     Prompts *const prompts_or_null = ask ? &*prompts : nullptr;
-    Answers answers(options.login, prompts_or_null, surroundings.interruption);
+    std::optional<Answers> answers;
+    if (command.logs_in)
+        answers.emplace(options.login, prompts_or_null, surroundings.interruption);
     std::optional<ClientCertificate> certificate;
     if (options.client_certificate.uri)
         certificate.emplace(open_client_key(options.client_certificate, prompts_or_null,
@@ -101,8 +101,8 @@ void carry_out(const Command &command, const Options &options, const Surrounding
     if (certificate)
         session.show(*certificate);
     const auto failure = failure_of([&] {
-        if (command.logs_in)
-            Login(session, std::move(answers), surroundings.login_name).run();
+        if (answers)
+            Login(session, std::move(*answers), surroundings.login_name).run();
         command.run(session, options, surroundings);
     });
     if (failure) {

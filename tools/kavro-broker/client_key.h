@@ -35,7 +35,7 @@ struct ClientKeyForm {
 extern const ClientKeyForm client_key_form;
 
 /// Finds the key that the options name, and unlocks it. `prompts_or_null` asks for the PIN when no
-/// descriptor has it. Throws a Failure.
+/// option tells where it is. Throws a Failure.
 std::unique_ptr<ClientKey> open_client_key(const ClientCertificateOptions &options,
                                            Prompts *prompts_or_null,
                                            const Interruption &interruption);

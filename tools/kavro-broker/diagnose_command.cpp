@@ -111,7 +111,7 @@ void print_steps(const Evidence &evidence, std::ostream &out) {
 /// Whatever answers, nobody's name or password is told.
 void leave_out_log_in(CLI::App &app, Options &options) {
     app.parse_complete_callback([&proxy = options.proxy] {
-        proxy = {.proxy = proxy.proxy, .user = {}, .password_descriptor = {}};
+        proxy = {.proxy = proxy.proxy, .user = {}, .password = {}};
         forget_log_in_of_environment();
     });
 }

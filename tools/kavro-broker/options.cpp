@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <iterator>
 
@@ -22,15 +21,6 @@ kavro_broker::variable split_assignment(const std::string &option, const std::st
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-int to_descriptor(const std::string &option, const std::string &text) {
-    int descriptor = -1;
-    const auto *end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, descriptor);
-    if (error != std::errc() || rest != end || descriptor < 0)
-        throw CLI::ValidationError(option, "takes the number of an open descriptor");
-    return descriptor;
-}
-
 /// An option that takes one value each time it is given, and hands each to `take`.
 template <class Take>
 CLI::Option *add_each(CLI::App &app, const std::string &option, const std::string &type,
@@ -42,17 +32,6 @@ CLI::Option *add_each(CLI::App &app, const std::string &option, const std::strin
             description)
         ->type_name(type)
         ->allow_extra_args(false);
-}
-
-/// An option that takes the number of a descriptor from which a secret will be read.
-CLI::Option *add_descriptor(CLI::App &app, const std::string &option, std::optional<int> &value,
-                            const std::string &description) {
-    return app
-        .add_option_function<std::string>(
-            option,
-            [option, &value](const std::string &text) { value = to_descriptor(option, text); },
-            description)
-        ->type_name("N");
 }
 
 void add_broker_options(CLI::App &app, Options &options) {
@@ -111,27 +90,28 @@ void add_proxy_options(CLI::App &app, ProxyOptions &proxy) {
         ->type_name("URL");
     app.add_option("--proxy-user", proxy.user, "User name for a proxy that wants a log-in")
         ->type_name("NAME");
-    add_descriptor(app, "--proxy-password-fd", proxy.password_descriptor,
-                   "Read the password for the proxy from this descriptor, one line");
+    add_secret(
+        app, proxy.password,
+        {{"--proxy-password-fd", "Read the password for the proxy from this descriptor, one line"},
+         {"--proxy-password-file"},
+         {"--proxy-password-command"}});
 }
 
 void add_login_options(CLI::App &app, LoginOptions &login, const char *group) {
     app.option_defaults()->group(group);
     app.add_option("--user", login.user, "User name")->type_name("NAME");
     app.add_option("--domain", login.domain, "Domain of the user")->type_name("NAME");
-    auto *descriptor = add_descriptor(app, "--password-fd", login.password_descriptor,
-                                      "Read the password from this descriptor, one line");
-    auto *input = app.add_flag_callback(
-        "--password-stdin", [&login] { login.password_descriptor = 0; },
-        "The same from standard input");
-    auto *file = app.add_option("--password-file", login.password_file,
-                                "The same from this file, of which it is the first line");
-    file->type_name("FILE")->excludes(descriptor)->excludes(input);
-    input->excludes(descriptor);
-    add_descriptor(app, "--new-password-fd", login.new_password_descriptor,
-                   "The same for a new password, when the old one has expired");
-    add_descriptor(app, "--oauth-code-fd", login.oauth_code_descriptor,
-                   "The same for the code of an OAuth log-in");
+    add_secret(app, login.password,
+               {{"--password-fd", "Read the password from this descriptor, one line"},
+                {"--password-stdin"},
+                {"--password-file"},
+                {"--password-command"}});
+    add_secret(
+        app, login.new_password,
+        {{"--new-password-fd", "The same for a new password, when the old one has expired"}});
+    add_secret(
+        app, login.oauth_code,
+        {{"--oauth-code-fd", "The same for the code of an OAuth log-in"}, {"--oauth-command"}});
     app.add_flag("--accept-disclaimer", login.accept_disclaimer,
                  "Accept the broker's disclaimer unseen");
     add_assignments(app, "--answer", login.answers,
@@ -140,7 +120,11 @@ void add_login_options(CLI::App &app, LoginOptions &login, const char *group) {
     add_each(app, "--answer-fd", "FIELD=N", "The same for a secret field, read from a descriptor",
              [&login](const std::string &value) {
                  auto [field, number] = split_assignment("--answer-fd", value);
-                 login.answer_descriptors.emplace_back(field, to_descriptor("--answer-fd", number));
+                 const auto source = descriptor_source("--answer-fd", number);
+                 if (!source)
+                     throw CLI::ValidationError("--answer-fd",
+                                                "takes FIELD=N with an open descriptor");
+                 login.secret_answers.emplace_back(field, *source);
              });
     app.add_option("--button", login.button, "Button to press in the broker's dialogs")
         ->type_name("ID");
@@ -158,9 +142,12 @@ void add_client_certificate_options(CLI::App &app, ClientCertificateOptions &cer
                    "registered on this system")
         ->type_name("FILE")
         ->needs(uri);
-    add_descriptor(app, "--token-pin-fd", certificate.pin_descriptor,
-                   "Read the token's PIN from this descriptor, one line")
-        ->needs(uri);
+    const auto pins =
+        add_secret(app, certificate.pin,
+                   {{"--token-pin-fd", "Read the token's PIN from this descriptor, one line"},
+                    {"--pin-command"}});
+    for (auto *pin : pins)
+        pin->needs(uri);
 }
 
 } // namespace

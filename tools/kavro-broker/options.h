@@ -2,6 +2,7 @@
 
 #include "certificate.h"
 #include "records.h"
+#include "secret_source.h"
 
 #include <array>
 #include <cstddef>
@@ -12,21 +13,14 @@
 #include <utility>
 #include <vector>
 
-namespace CLI {
-class App;
-class Option;
-} // namespace CLI
-
 namespace kavro_cli {
 
-/// Answers to what the broker may ask, as far as they were given beforehand. Secrets come from
-/// descriptors, because everybody can read the command line of a process.
+/// Answers to what the broker may ask, as far as they were given beforehand.
 struct LoginOptions {
     std::optional<std::string> user, domain, button;
-    std::optional<int> password_descriptor, new_password_descriptor, oauth_code_descriptor;
-    std::optional<std::string> password_file;
+    SecretSource password, new_password, oauth_code;
     Variables answers;
-    std::vector<std::pair<std::string, int>> answer_descriptors;
+    std::vector<std::pair<std::string, SecretSource>> secret_answers;
     bool accept_disclaimer = false;
     bool non_interactive = false;
 };
@@ -34,14 +28,14 @@ struct LoginOptions {
 /// A certificate on a PKCS #11 token that is shown to the broker.
 struct ClientCertificateOptions {
     std::optional<std::string> uri, module_path;
-    std::optional<int> pin_descriptor;
+    SecretSource pin;
 };
 
 /// The way to the broker.
 struct ProxyOptions {
     std::string proxy = "system";
     std::string user;
-    std::optional<int> password_descriptor;
+    SecretSource password;
 };
 
 /// How a result is printed: for reading, as one JSON object, or as variables of a shell.

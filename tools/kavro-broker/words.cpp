@@ -3,6 +3,16 @@
 #include "failure.h"
 
 namespace kavro_cli {
+namespace {
+
+/// Whether a backslash takes its meaning from what follows (POSIX Shell and Utilities, 2.2).
+bool escapes(char quote, char following) {
+    if (quote == '"')
+        return std::string_view("$`\"\\").find(following) != std::string_view::npos;
+    return quote == 0;
+}
+
+} // namespace
 
 std::vector<std::string> words_of(std::string_view line) {
     std::vector<std::string> words;
@@ -10,7 +20,8 @@ std::vector<std::string> words_of(std::string_view line) {
     char quote = 0;
     for (std::size_t i = 0; i < line.size(); ++i) {
         char character = line[i];
-        const bool blank = character == ' ' || character == '\t' || character == '\r';
+        const bool blank =
+            character == ' ' || character == '\t' || character == '\r' || character == '\n';
         if (quote == 0 && blank) {
             in_word = false;
             continue;
@@ -28,7 +39,7 @@ std::vector<std::string> words_of(std::string_view line) {
             quote = character;
             continue;
         }
-        if (character == '\\' && quote != '\'' && i + 1 < line.size())
+        if (character == '\\' && i + 1 < line.size() && escapes(quote, line[i + 1]))
             character = line[++i];
         words.back() += character;
     }
