@@ -8,7 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PAGES = [ROOT / "README.md", *sorted((ROOT / "docs").glob("*.md"))]
 
 
-FENCED = re.compile(r"(?:<!-- given: (?P<given>[^>]*?) -->\n+)?"
+FENCED = re.compile(r"(?:<!-- given: (?P<given>(?:(?!-->)[\s\S])*?) -->\n+)?"
                     r"^```(?P<language>.*)\n(?P<text>[\s\S]*?)^```$", re.M)
 
 

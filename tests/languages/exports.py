@@ -1,6 +1,5 @@
-"""Every function that the library exports, but those that tell a part of a record, is called by the C++ headers and by the Python package."""
+"""Every function that the library exports, but those that tell a part of a record, is called in every language."""
 
-import ast
 import pathlib
 import re
 import sys
@@ -13,18 +12,20 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 LIBRARY = ROOT / "sdk/libs/broker_client"
 
 
-def used_in_cpp():
-    text = "".join(header.read_text() for header in LIBRARY.glob("kavro_broker*.hpp"))
-    return set(re.findall(r"\bkavro_broker_\w+", re.sub(r"/\*.*?\*/|//.*?$", "", text, flags=re.S | re.M)))
+# By language: the files, and how a function is called in them.
+LANGUAGES = {
+    "C++": ("sdk/libs/broker_client/kavro_broker*.hpp", r"\b(kavro_broker_\w+)"),
+    "Python": ("python/kavro_broker/*.py", r"\blibrary\.(kavro_broker_\w+)"),
+    "C#": ("csharp/**/*.cs", r"\bExports\.(kavro_broker_\w+)"),
+}
 
 
-def used_in_python():
-    modules = (ROOT / "python/kavro_broker").glob("*.py")
-    return {node.attr for module in modules for node in ast.walk(ast.parse(module.read_text()))
-            if isinstance(node, ast.Attribute)}
+def used(files, call):
+    text = "".join(file.read_text() for file in ROOT.glob(files))
+    return set(re.findall(call, re.sub(r"/\*.*?\*/|//.*?$", "", text, flags=re.S | re.M)))
 
 
 exports = set((LIBRARY / "exports.list").read_text().split()) - OF_RECORDS
-missing = [f"{name}: not in {language}" for language, used in
-           (("C++", used_in_cpp()), ("Python", used_in_python())) for name in sorted(exports - used)]
+missing = [f"{name}: not in {language}" for language, place in LANGUAGES.items()
+           for name in sorted(exports - used(*place))]
 sys.exit("\n".join(missing) or None)

@@ -1,5 +1,7 @@
 """Has a program carry on the conversations of the table and compares what it tells with what stands there:
-run.py SIMULATOR PROGRAM [ARGUMENTS...]"""
+run.py [--words] SIMULATOR PROGRAM [ARGUMENTS...]
+
+A program gets its calls as JSON; with --words, each as a line of words, for languages without a reader of it."""
 
 import json
 import os
@@ -13,6 +15,7 @@ from contextlib import ExitStack, contextmanager
 from itertools import zip_longest
 
 HERE = pathlib.Path(__file__).resolve().parent
+AS_WORDS = "--words" in sys.argv
 SCENARIOS = HERE.parents[1] / "tools/broker-sim/scenarios"
 
 
@@ -53,13 +56,23 @@ def server_that_asks_for_a_certificate(folder):
                 return
 
 
+def words(call):
+    if isinstance(call, list):
+        return [word for part in call for word in words(part)]
+    return [call if isinstance(call, str) else json.dumps(call)]
+
+
+def written(calls, as_words):
+    return "".join("\t".join(words(call)) + "\n" for call in calls) if as_words else json.dumps(calls)
+
+
 def carry_on(program, conversation, port, authority):
     folder = authority.parent
     certificate = folder / "certificate.der"
     certificate.write_bytes(ssl.PEM_cert_to_DER_cert(authority.read_text()))
     trust_nobody = {"SSL_CERT_FILE": os.devnull, "SSL_CERT_DIR": str(folder / "none")}
     done = subprocess.run([*program, "127.0.0.1", port, certificate],
-                          input=json.dumps([call for call, _ in conversation["calls"]]), text=True,
+                          input=written([call for call, _ in conversation["calls"]], AS_WORDS), text=True,
                           stdout=subprocess.PIPE, check=True, env={**os.environ, **trust_nobody})
     return [json.loads(line) for line in done.stdout.splitlines()]
 
@@ -84,7 +97,7 @@ def differences(conversation, told):
 
 
 def main():
-    simulator, *program = sys.argv[1:]
+    simulator, *program = [word for word in sys.argv[1:] if word != "--words"]
     failures, brokers = 0, {}  # one for each scenario
     with ExitStack() as stack:
         for conversation in json.loads((HERE / "conversations.json").read_text()):
