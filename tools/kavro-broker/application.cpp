@@ -1,62 +1,19 @@
 #include "application.h"
 
-#include "arguments.h"
 #include "client_certificate.h"
 #include "command.h"
+#include "command_line.h"
 #include "log_sink.h"
 #include "login.h"
-#include "manual.h"
 #include "report.h"
 
-#include <fmt/format.h>
-
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <ostream>
 
 namespace kavro_cli {
 namespace {
-
-constexpr const char *exit_statuses =
-    "Exit status:\n"
-    "  0    it worked\n"
-    "  1    wrong usage, an unknown desktop, or a local problem\n"
-    "  2    the broker could not be reached\n"
-    "  3    the broker is not trusted\n"
-    "  4    the log-in failed\n"
-    "  5    the broker refused the desktop or the request\n"
-    "  6    the broker's answer makes no sense, or it failed\n"
-    "  7    the broker did not answer in time\n"
-    "  8    an answer is missing and nobody can be asked\n"
-    "  9    the desktop is still being prepared: try again later\n"
-    "  130  cancelled by Ctrl-C (128 + the signal's number)";
-
-const Command *parse(std::vector<std::string> arguments, Options &options, CLI::App &app) {
-    const Command *chosen = nullptr;
-    app.require_subcommand(1);
-    manual::add_manual_options(app);
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-
-    app.footer(fmt::format("Run kavro-broker help COMMAND for its options and examples.\n\n{}",
-                           exit_statuses));
-    app.set_version_flag("-V,--version", fmt::format("kavro-broker {}\n{}", KAVRO_CLI_VERSION,
-                                                     kavro_broker_get_version()));
-    for (const auto *command : commands) {
-        auto &page = *app.add_subcommand(command->name, command->summary)->group("Commands");
-        command->add_options(page, options);
-        if (!command->run_alone)
-            add_session_options(page, options, command->logs_in);
-        add_output_options(page, options);
-        page.footer(command->description);
-        page.callback([&chosen, &options, command] {
-            if (command->needs_broker && options.broker_host.empty() &&
-                options.registration_code.empty())
-                throw CLI::RequiredError("The broker's address or --registration-code");
-            chosen = command;
-        });
-    }
-    parse_arguments(std::move(arguments), app);
-    return chosen;
-}
 
 /// Whether a broker that ended a command like this can be expected to take a good-bye.
 bool still_there(ExitStatus status) {
@@ -74,8 +31,9 @@ void use_proxy(const ProxyOptions &proxy, const Secret &password) {
 
 void carry_out(const Command &command, const Options &options, const Surroundings &surroundings) {
     install_log_sink(options.log_level);
-    const Secret proxy_password =
-        options.proxy.password ? options.proxy.password.read(surroundings.interruption) : Secret();
+    Secret proxy_password;
+    if (command.needs_broker && options.proxy.password)
+        proxy_password = options.proxy.password.read(surroundings.interruption);
     use_proxy(options.proxy, proxy_password);
     if (command.run_alone) {
         command.run_alone(options, surroundings);
@@ -129,32 +87,54 @@ int exit_status(const Failure &failure, const Interruption &interruption) {
     return by_signal ? 128 + interruption.signal() : static_cast<int>(failure.status);
 }
 
-} // namespace
+int told(const Failure &failure, const Options &options, const Surroundings &surroundings) {
+    report_failure(failure, options.json(), surroundings);
+    return exit_status(failure, surroundings.interruption);
+}
 
-int run_application(std::vector<std::string> arguments, const Surroundings &surroundings) {
-    CLI::App app("Talks to a connection broker: lists your desktops, connects them, switches them "
-                 "on and off.",
-                 "kavro-broker");
-    Options options;
-    const Command *command = nullptr;
+/// The exit status when that is all: when the words are wrong, or ask for help.
+std::optional<int> read(CommandLine &line, const std::function<void()> &parse,
+                        const Surroundings &surroundings) {
     try {
-        command = parse(std::move(arguments), options, app);
+        parse();
+        return std::nullopt;
     } catch (const CLI::ParseError &error) {
-        const int status = app.exit(error, surroundings.out, surroundings.err);
+        const int status = line.app.exit(error, surroundings.out, surroundings.err);
         return static_cast<int>(status == 0 ? ExitStatus::ok : ExitStatus::usage);
     }
-    const auto mine = adapted(surroundings, options);
+}
+
+int run(const Command &command, const Options &options, const Surroundings &surroundings) {
     if (options.insecure)
-        warn("the broker's certificate is not checked; whoever answers gets your password.", mine);
+        warn("the broker's certificate is not checked; whoever answers gets your password.",
+             surroundings);
     try {
-        const auto failure = failure_of([&] { carry_out(*command, options, mine); });
-        if (!failure)
-            return static_cast<int>(ExitStatus::ok);
-        report_failure(*failure, options.json(), mine);
-        return exit_status(*failure, surroundings.interruption);
-    } catch (const Told &told) {
-        return static_cast<int>(told.status);
+        const auto failure = failure_of([&] { carry_out(command, options, surroundings); });
+        return failure ? told(*failure, options, surroundings) : static_cast<int>(ExitStatus::ok);
+    } catch (const Told &end) {
+        return static_cast<int>(end.status);
     }
+}
+
+} // namespace
+
+/// The words are read twice: for what was typed, and with what that leaves to the environment and
+/// the profile.
+int run_application(std::vector<std::string> arguments, const Surroundings &surroundings) {
+    CommandLine typed;
+    if (const auto status = read(
+            typed, [&] { typed.parse(arguments); }, surroundings))
+        return *status;
+    CommandLine line;
+    auto &settings = line.options.settings;
+    const auto failure = failure_of([&] { settings = typed.settings(surroundings); });
+    if (failure)
+        return told(*failure, typed.options, adapted(surroundings, typed.options));
+    std::ranges::copy(words_for(settings, typed.page()), std::back_inserter(arguments));
+    if (const auto status = read(
+            line, [&] { line.parse_completed(arguments); }, surroundings))
+        return *status;
+    return run(*line.command, line.options, adapted(surroundings, line.options));
 }
 
 } // namespace kavro_cli

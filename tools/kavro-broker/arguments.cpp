@@ -35,14 +35,6 @@ bool is_command(const std::string &word, const CLI::App &app) {
                                [&word](const auto *command) { return command->check_name(word); });
 }
 
-/// Whether somebody who typed an option like this may have put a secret behind it.
-bool looks_secret(const std::string &option) {
-    static constexpr std::string_view parts[] = {"pas",   "word", "pwd",  "pin",
-                                                 "token", "code", "auth", "secret"};
-    return std::ranges::any_of(
-        parts, [&](std::string_view part) { return option.find(part) != option.npos; });
-}
-
 /// How many letters must be changed, added or taken away to make one word of the other.
 std::size_t distance(std::string_view from, std::string_view to) {
     std::vector<std::size_t> row(to.size() + 1);
@@ -82,12 +74,14 @@ void refuse_secrets(const Words &arguments, const CLI::App &app) {
     }
 }
 
-/// The first word that is neither an option nor the value of one; the end when an option that
-/// nobody knows comes before it.
-Words::iterator command_in(Words &arguments, const CLI::App &app) {
+/// The words that are neither options nor the values of some, up to an option that nobody knows.
+std::vector<Words::iterator> operands_of(Words &arguments, const CLI::App &app) {
+    std::vector<Words::iterator> operands;
     for (auto at = arguments.begin(); at != arguments.end(); ++at) {
-        if (!at->starts_with('-'))
-            return at;
+        if (!at->starts_with('-')) {
+            operands.push_back(at);
+            continue;
+        }
         const auto *option = find_option(name_of(*at), app);
         if (option == nullptr)
             break;
@@ -95,7 +89,19 @@ Words::iterator command_in(Words &arguments, const CLI::App &app) {
         if (has_value_behind && ++at == arguments.end())
             break;
     }
-    return arguments.end();
+    return operands;
+}
+
+/// Makes options of the operands that name a profile, and leaves the others.
+void spell_out_profile(std::vector<Words::iterator> &operands, const CLI::App &app) {
+    if (find_option("--profile", app) == nullptr)
+        return;
+    std::erase_if(operands, [](Words::iterator word) {
+        const bool is_profile = word->size() > 1 && word->front() == '@';
+        if (is_profile)
+            *word = "--profile=" + word->substr(1);
+        return is_profile;
+    });
 }
 
 /// In the order in which it was typed, without what stands behind the name of a secret.
@@ -114,6 +120,13 @@ std::string sentence_on(const Words &extras) {
 
 } // namespace
 
+bool looks_secret(const std::string &option) {
+    static constexpr std::string_view parts[] = {"pas",   "word", "pwd",  "pin",
+                                                 "token", "code", "auth", "secret"};
+    return std::ranges::any_of(
+        parts, [&](std::string_view part) { return option.find(part) != option.npos; });
+}
+
 void parse_arguments(Words arguments, CLI::App &app) {
     if (!arguments.empty() && arguments[0] == "help" &&
         (arguments.size() > 1 || !is_command("help", app))) {
@@ -121,7 +134,10 @@ void parse_arguments(Words arguments, CLI::App &app) {
         arguments.emplace_back("--help");
     }
     refuse_secrets(arguments, app);
-    if (const auto command = command_in(arguments, app); command != arguments.end()) {
+    auto operands = operands_of(arguments, app);
+    spell_out_profile(operands, app);
+    if (!operands.empty()) {
+        const auto command = operands.front();
         if (!is_command(*command, app))
             throw unexpected(sentence_on_command(*command, app));
         std::rotate(arguments.begin(), command, command + 1);

@@ -22,16 +22,17 @@ struct Command {
     void (*run)(Session &session, const Options &options,
                 const Surroundings &surroundings) = nullptr;
     void (*run_alone)(const Options &options, const Surroundings &surroundings) = nullptr;
-    bool needs_broker = true; ///< its address or a code for it
+    bool needs_broker = true; ///< its address or a code for it, and a way to it
     bool only_looks = false;  ///< at a broker, and never asks whether to trust it
 };
 
 extern const Command list_command, connect_command, power_command, certificates_command,
-    logout_command, probe_command, diagnose_command, shell_command, known_brokers_command;
+    logout_command, probe_command, diagnose_command, shell_command, known_brokers_command,
+    config_command;
 
-inline constexpr std::array<const Command *, 9> commands{
-    &list_command,   &connect_command,      &power_command,
-    &shell_command,  &certificates_command, &known_brokers_command,
-    &logout_command, &probe_command,        &diagnose_command};
+inline constexpr std::array<const Command *, 10> commands{
+    &list_command,         &connect_command,       &power_command,  &shell_command,
+    &certificates_command, &known_brokers_command, &config_command, &logout_command,
+    &probe_command,        &diagnose_command};
 
 } // namespace kavro_cli

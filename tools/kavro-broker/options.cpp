@@ -229,6 +229,10 @@ void add_output_options(CLI::App &app, Options &options) {
 CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,
                                  Options &options) {
     app.option_defaults()->group("Broker");
+    app.add_option(
+           "--profile", options.profile,
+           "Take what is not given here from this section of config.toml; @NAME is the same")
+        ->type_name("NAME");
     const auto take_address = [name, &options](const std::string &text) {
         if (!split_broker_address(text, options.broker_host, options.broker_port))
             throw CLI::ValidationError(name, "takes HOST[:PORT], e.g. [2001:db8::1]:443");

@@ -3,6 +3,7 @@
 #include "certificate.h"
 #include "records.h"
 #include "secret_source.h"
+#include "settings.h"
 
 #include <array>
 #include <cstddef>
@@ -69,6 +70,9 @@ struct Options {
     std::optional<std::string> output_file;
     bool show_secrets = false;
     uint32_t operation = 0;
+
+    std::string profile; ///< that was asked for
+    Settings settings;   ///< all that holds, and who says so
 
     bool json() const { return form == Form::json; }
 };

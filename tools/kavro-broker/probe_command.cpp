@@ -82,8 +82,8 @@ constexpr Command probe_command{
     .add_options =
         [](CLI::App &app, Options &options) {
             add_address_options(
-                app, "HOST", "Where to look, as HOST[:PORT]; without a port those that are usual",
-                options)
+                app, "HOST,--broker",
+                "Where to look, as HOST[:PORT]; without a port those that are usual", options)
                 ->type_name("");
         },
     .run_alone = run,
