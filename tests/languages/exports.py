@@ -17,6 +17,7 @@ LANGUAGES = {
     "C++": ("sdk/libs/broker_client/kavro_broker*.hpp", r"\b(kavro_broker_\w+)"),
     "Python": ("python/kavro_broker/*.py", r"\blibrary\.(kavro_broker_\w+)"),
     "C#": ("csharp/**/*.cs", r"\bExports\.(kavro_broker_\w+)"),
+    "Rust": ("rust/src/**/*.rs", r"\bexports::(kavro_broker_\w+)"),
 }
 
 

@@ -4,9 +4,20 @@ from xml.sax.saxutils import escape
 
 from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, NAMED_NUMBERS, OPTIONAL, PROCESS,
                          RECORDS, RENAMED, REQUESTS, SEARCHES, SETTINGS)
-from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS
+from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
 from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of
 
+PROJECT = f"""<!-- Written by tools/bindings/generate.py; not to be edited. -->
+<Project Sdk="Microsoft.NET.Sdk">
+  <PropertyGroup>
+    <TargetFramework>netstandard2.0</TargetFramework>
+    <LangVersion>7.2</LangVersion>
+    <Version>{VERSION}</Version>
+    <GenerateDocumentationFile>true</GenerateDocumentationFile>
+    <PackageLicenseExpression>Apache-2.0</PackageLicenseExpression>
+  </PropertyGroup>
+</Project>
+"""
 HEAD = "// Written by tools/bindings/generate.py; not to be edited.\n"
 # Words that .NET spells otherwise than by a capital letter.
 WORDS = {"oauth": "OAuth", "securid": "SecurId", "ipv6": "IPv6", "pinchange": "PinChange",
@@ -312,6 +323,7 @@ def calls():
 
 
 def files():
+    yield "csharp/KavroBroker.csproj", PROJECT
     yield "csharp/generated/Exports.cs", exports()
     yield "csharp/generated/Constants.cs", file_of((), map(enumeration, CONSTANTS))
     yield "csharp/generated/Records.cs", file_of(

@@ -10,9 +10,10 @@ import sys
 
 import csharp
 import python
+import rust
 from headers import ROOT
 
-FILES = [file for language in (python, csharp) for file in language.files()]
+FILES = [file for language in (python, csharp, rust) for file in language.files()]
 
 
 def main():
