@@ -106,9 +106,9 @@ namespace KavroBroker
         }
 
         /// <summary>Trusts a certificate in DER form as an issuer, besides the system's.</summary>
-        public void AddTrustAnchor(byte[] certificate)
+        public void AddTrustAnchor(byte[] der)
         {
-            Call.Check(Exports.kavro_broker_add_trust_anchor(handle, certificate, (UIntPtr)certificate.Length));
+            Call.Check(Exports.kavro_broker_add_trust_anchor(handle, der, (UIntPtr)der.Length));
         }
 
         /// <summary>Pins a key by the SHA-256 over its SubjectPublicKeyInfo (RFC 7469 section 2.4).</summary>
@@ -135,7 +135,7 @@ namespace KavroBroker
             Call.Check(Exports.kavro_broker_require_stapled_status(handle, require));
         }
 
-        /// <summary>What the broker asks for next; none once the user is logged in.</summary>
+        /// <summary>What the broker asks for next; <see cref="AuthMethod.None"/> once the user is logged in.</summary>
         public AuthMethod GetAuthMethod()
         {
             uint method;
@@ -143,13 +143,13 @@ namespace KavroBroker
             return (AuthMethod)method;
         }
 
-        /// <summary>What the broker asks for next; none once the user is logged in. Cancelling cancels the request.</summary>
+        /// <summary>What the broker asks for next; <see cref="AuthMethod.None"/> once the user is logged in. Cancelling cancels the request.</summary>
         public Task<AuthMethod> GetAuthMethodAsync(CancellationToken cancellationToken = default)
         {
             return Ask(() => GetAuthMethod(), cancellationToken);
         }
 
-        /// <summary>Answers a demand for a password.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Password"/>.</summary>
         public void SendPassword(string userName, string domain, string password)
         {
             using (var lent = new Lent())
@@ -158,13 +158,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a demand for a password. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Password"/>. Cancelling cancels the request.</summary>
         public Task SendPasswordAsync(string userName, string domain, string password, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendPassword(userName, domain, password), cancellationToken);
         }
 
-        /// <summary>Answers an expired password. The new one goes to the library twice; asking the user twice is the caller's.</summary>
+        /// <summary>Answers <see cref="AuthMethod.PasswordExpired"/>. The new password goes to the library twice; asking the user twice is the caller's.</summary>
         public void SendNewPassword(string userName, string domain, string oldPassword, string newPassword)
         {
             using (var lent = new Lent())
@@ -173,13 +173,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers an expired password. The new one goes to the library twice; asking the user twice is the caller's. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.PasswordExpired"/>. The new password goes to the library twice; asking the user twice is the caller's. Cancelling cancels the request.</summary>
         public Task SendNewPasswordAsync(string userName, string domain, string oldPassword, string newPassword, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendNewPassword(userName, domain, oldPassword, newPassword), cancellationToken);
         }
 
-        /// <summary>Answers a dialog: the button that was pressed, and names and values of the fields.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Dialog"/>: the button that was pressed, and names and values of the fields.</summary>
         public void SendAuthDialog(string buttonId, IEnumerable<Variable> fields)
         {
             using (var lent = new Lent())
@@ -188,25 +188,25 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a dialog: the button that was pressed, and names and values of the fields. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Dialog"/>: the button that was pressed, and names and values of the fields. Cancelling cancels the request.</summary>
         public Task SendAuthDialogAsync(string buttonId, IEnumerable<Variable> fields, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendAuthDialog(buttonId, fields), cancellationToken);
         }
 
-        /// <summary>Answers a disclaimer.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Disclaimer"/>.</summary>
         public void SendAcceptDisclaimer(bool accept)
         {
             Answered(Exports.kavro_broker_send_accept_disclaimer(handle, (byte)(accept ? 1 : 0)));
         }
 
-        /// <summary>Answers a disclaimer. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.Disclaimer"/>. Cancelling cancels the request.</summary>
         public Task SendAcceptDisclaimerAsync(bool accept, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendAcceptDisclaimer(accept), cancellationToken);
         }
 
-        /// <summary>Answers a demand for OAuth.</summary>
+        /// <summary>Answers <see cref="AuthMethod.OAuth"/>.</summary>
         public void SendOAuthCode(string code)
         {
             using (var lent = new Lent())
@@ -215,13 +215,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a demand for OAuth. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.OAuth"/>. Cancelling cancels the request.</summary>
         public Task SendOAuthCodeAsync(string code, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendOAuthCode(code), cancellationToken);
         }
 
-        /// <summary>Answers a demand for a passcode.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurId"/>.</summary>
         public void SendSecurIdAuth(string userName, string passcode)
         {
             using (var lent = new Lent())
@@ -230,13 +230,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a demand for a passcode. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurId"/>. Cancelling cancels the request.</summary>
         public Task SendSecurIdAuthAsync(string userName, string passcode, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendSecurIdAuth(userName, passcode), cancellationToken);
         }
 
-        /// <summary>Answers a demand for the next token.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdNextToken"/>.</summary>
         public void SendSecurIdToken(string token)
         {
             using (var lent = new Lent())
@@ -245,13 +245,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a demand for the next token. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdNextToken"/>. Cancelling cancels the request.</summary>
         public Task SendSecurIdTokenAsync(string token, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendSecurIdToken(token), cancellationToken);
         }
 
-        /// <summary>Answers a demand for a new PIN.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdNewPin"/>.</summary>
         public void SendSecurIdPinChange(string token, string newPin)
         {
             using (var lent = new Lent())
@@ -260,19 +260,19 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Answers a demand for a new PIN. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdNewPin"/>. Cancelling cancels the request.</summary>
         public Task SendSecurIdPinChangeAsync(string token, string newPin, CancellationToken cancellationToken = default)
         {
             return Ask(() => SendSecurIdPinChange(token, newPin), cancellationToken);
         }
 
-        /// <summary>Answers a demand to wait for the next token.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdWait"/>.</summary>
         public void SendSecurIdWait()
         {
             Answered(Exports.kavro_broker_send_securid_wait(handle));
         }
 
-        /// <summary>Answers a demand to wait for the next token. Cancelling cancels the request.</summary>
+        /// <summary>Answers <see cref="AuthMethod.SecurIdWait"/>. Cancelling cancels the request.</summary>
         public Task SendSecurIdWaitAsync(CancellationToken cancellationToken = default)
         {
             return Ask(() => SendSecurIdWait(), cancellationToken);
@@ -305,7 +305,7 @@ namespace KavroBroker
             return Ask(() => RequestDesktopList(), cancellationToken);
         }
 
-        /// <summary>Allocates a desktop. One that is still being made ready is an error with a code of its own.</summary>
+        /// <summary>Allocates a desktop. One that is still being made ready is <see cref="Result.ConnectDesktopPending"/>.</summary>
         public DesktopConnection ConnectToDesktop(string desktopId, IEnumerable<Variable> variables = null)
         {
             using (var lent = new Lent())
@@ -317,13 +317,13 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Allocates a desktop. One that is still being made ready is an error with a code of its own. Cancelling cancels the request.</summary>
+        /// <summary>Allocates a desktop. One that is still being made ready is <see cref="Result.ConnectDesktopPending"/>. Cancelling cancels the request.</summary>
         public Task<DesktopConnection> ConnectToDesktopAsync(string desktopId, IEnumerable<Variable> variables = null, CancellationToken cancellationToken = default)
         {
             return Ask(() => ConnectToDesktop(desktopId, variables), cancellationToken);
         }
 
-        /// <summary>Powers a desktop up or down.</summary>
+        /// <summary>Powers a desktop up or down. An operation that there is none of is <see cref="Result.InvalidParameter"/>, where the C function stops the process.</summary>
         public void PerformDesktopOperation(string desktopId, Operation operation)
         {
             using (var lent = new Lent())
@@ -332,7 +332,7 @@ namespace KavroBroker
             }
         }
 
-        /// <summary>Powers a desktop up or down. Cancelling cancels the request.</summary>
+        /// <summary>Powers a desktop up or down. An operation that there is none of is <see cref="Result.InvalidParameter"/>, where the C function stops the process. Cancelling cancels the request.</summary>
         public Task PerformDesktopOperationAsync(string desktopId, Operation operation, CancellationToken cancellationToken = default)
         {
             return Ask(() => PerformDesktopOperation(desktopId, operation), cancellationToken);
@@ -407,35 +407,7 @@ namespace KavroBroker
             return Call.Each(handle, Exports.kavro_broker_get_num_auth_to_client_variables, Readers.ReadAuthToClientVariable);
         }
 
-        /// <summary>The text above the form of the log-in.</summary>
-        public string GetAuthDialogPromptText()
-        {
-            var buffer = new Room();
-            Room.Fill(() => Exports.kavro_broker_get_auth_dialog_prompt_text(handle, buffer.Buffer, ref buffer.Size), buffer);
-            return buffer.Text;
-        }
-
-        /// <summary>What was wrong with the last entries of the form.</summary>
-        public string GetAuthDialogErrorText()
-        {
-            var buffer = new Room();
-            Room.Fill(() => Exports.kavro_broker_get_auth_dialog_error_text(handle, buffer.Buffer, ref buffer.Size), buffer);
-            return buffer.Text;
-        }
-
-        /// <summary>The fields of the form.</summary>
-        public IReadOnlyList<DialogField> GetAuthDialogFields()
-        {
-            return Call.Each(handle, Exports.kavro_broker_get_auth_dialog_get_num_fields, Readers.ReadAuthDialogField);
-        }
-
-        /// <summary>The buttons of the form.</summary>
-        public IReadOnlyList<DialogButton> GetAuthDialogButtons()
-        {
-            return Call.Each(handle, Exports.kavro_broker_get_auth_dialog_get_num_buttons, Readers.ReadAuthDialogButton);
-        }
-
-        /// <summary>What the user is to accept.</summary>
+        /// <summary>What the user is to accept, after <see cref="AuthMethod.Disclaimer"/>.</summary>
         public string GetDisclaimerText()
         {
             var buffer = new Room();
@@ -449,6 +421,34 @@ namespace KavroBroker
             var buffer = new Room();
             Room.Fill(() => Exports.kavro_broker_get_certificate_error_text(handle, buffer.Buffer, ref buffer.Size), buffer);
             return buffer.Text;
+        }
+
+        /// <summary>The text above the form of the log-in.</summary>
+        private string GetAuthDialogPromptText()
+        {
+            var buffer = new Room();
+            Room.Fill(() => Exports.kavro_broker_get_auth_dialog_prompt_text(handle, buffer.Buffer, ref buffer.Size), buffer);
+            return buffer.Text;
+        }
+
+        /// <summary>What was wrong with the last entries of the form.</summary>
+        private string GetAuthDialogErrorText()
+        {
+            var buffer = new Room();
+            Room.Fill(() => Exports.kavro_broker_get_auth_dialog_error_text(handle, buffer.Buffer, ref buffer.Size), buffer);
+            return buffer.Text;
+        }
+
+        /// <summary>The fields of the form.</summary>
+        private IReadOnlyList<DialogField> GetAuthDialogFields()
+        {
+            return Call.Each(handle, Exports.kavro_broker_get_auth_dialog_get_num_fields, Readers.ReadAuthDialogField);
+        }
+
+        /// <summary>The buttons of the form.</summary>
+        private IReadOnlyList<DialogButton> GetAuthDialogButtons()
+        {
+            return Call.Each(handle, Exports.kavro_broker_get_auth_dialog_get_num_buttons, Readers.ReadAuthDialogButton);
         }
     }
 

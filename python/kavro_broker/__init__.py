@@ -16,8 +16,9 @@ from ._exports import (AuthMethod, BrokerType, BrokerVariant, CertificateVerdict
                        DialogFieldKind, LogCategory, LogSeverity, Operation, Result, TextType,
                        TimeLimit)
 from ._library import Error
-from ._process import (LogMessage, escape_text, result_name, result_text, set_cache_file_location,
-                       set_log_function, set_log_level, set_session_log_id_function, version)
+from ._plain import (escape_text, result_name, result_text, set_cache_file_location, set_log_level,
+                     version)
+from ._process import LogMessage, set_log_function, set_session_log_id_function
 from ._records import (BrokerInfo, Certificate, Desktop, DesktopConnection, Dialog, DialogButton,
                        DialogField, GatewayTicket, Target, Variable, VariableList)
 

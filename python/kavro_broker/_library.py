@@ -62,6 +62,18 @@ def encode(text: str) -> bytes:
     return encoded
 
 
+def units(seconds: float, in_a_second: int) -> int:
+    """A duration as the library counts it. One that has no such number is too long."""
+    return min(round(seconds * in_a_second), 0xFFFFFFFF)
+
+
+def fitting(number: int, highest: int) -> int:
+    """A number that C has room for."""
+    if not 0 <= number <= highest:
+        raise ValueError(number)
+    return number
+
+
 def read_value(kind: Type[Any], accessor: Callable[..., int], *arguments: Any) -> Any:
     """What `accessor(*arguments, &value)` tells."""
     value = kind()

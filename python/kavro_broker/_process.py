@@ -7,7 +7,7 @@ from typing import Any, Callable, Dict
 
 from ._callbacks import keeping
 from ._exports import kavro_broker_log_function, kavro_broker_session_log_id_function
-from ._library import encode, library, read_text
+from ._library import library
 
 
 @dataclass(frozen=True)
@@ -20,36 +20,6 @@ class LogMessage:
 
 
 _hooks: Dict[type, Any] = {}  # what the library calls, kept for as long as it may
-
-
-def version() -> str:
-    """The library's name and version."""
-    return str(library.kavro_broker_get_version().decode())
-
-
-def result_name(code: int) -> str:
-    """The name of a result, as "ERR_TIMEOUT"."""
-    return str(library.kavro_broker_result_name(code).decode())
-
-
-def result_text(code: int) -> str:
-    """A sentence for a result."""
-    return str(library.kavro_broker_result_text(code).decode())
-
-
-def escape_text(text: str) -> str:
-    """A text that a user typed, as it goes into a request."""
-    return read_text(library.kavro_broker_escape_text, encode(text))
-
-
-def set_log_level(highest_severity: int) -> None:
-    """Drops log messages of a higher LogSeverity from now on."""
-    library.kavro_broker_set_log_level(highest_severity)
-
-
-def set_cache_file_location(path: str) -> None:
-    """The folder of the registration table's cache."""
-    library.kavro_broker_set_cache_file_location(encode(path))
 
 
 if os.name == "nt":

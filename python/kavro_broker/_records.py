@@ -5,8 +5,9 @@ from dataclasses import dataclass, field
 from typing import Any, Callable, List, NamedTuple, Optional, Sequence, Tuple
 
 from ._exports import (CertificateVerdict, ConnectionProperty, DialogFieldKind, Operation, Result,
-                       TextType, kavro_broker_desktop, kavro_broker_desktop_connection)
-from ._library import Owned, check, encode, library, make, read_each, read_record, read_texts
+                       TextType, kavro_broker_desktop, kavro_broker_desktop_connection,
+                       kavro_broker_name_value)
+from ._library import Error, Owned, check, encode, library, make, read_each, read_record, read_texts
 
 
 # What may be secret is left out wherever a record is printed.
@@ -129,6 +130,19 @@ class VariableList(Owned):
     def close(self) -> None:
         if self.handle is not None:
             super().close()
+
+
+def lent_fields(fields: Sequence[Tuple[str, str]]) -> Any:
+    """Names and values on their way into one call."""
+    return (kavro_broker_name_value * len(fields))(
+        *(kavro_broker_name_value(encode(name), encode(value)) for name, value in fields))
+
+
+def known(operation: int) -> int:
+    """The library stops the process at an operation that there is none of."""
+    if not 0 <= operation <= max(Operation):
+        raise Error(Result.ERR_INVALID_PARAMETER)
+    return operation
 
 
 def read_variable(accessor: Callable[..., int], owner: Any, index: int) -> Variable:

@@ -2,10 +2,10 @@
 
 from xml.sax.saxutils import escape
 
-from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, NAMED_NUMBERS, OPTIONAL, PROCESS,
+from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, FORM, NAMED_NUMBERS, OPTIONAL, PROCESS,
                          RECORDS, RENAMED, REQUESTS, SEARCHES, SETTINGS)
 from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
-from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of
+from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of, with_constants
 
 PROJECT = f"""<!-- Written by tools/bindings/generate.py; not to be edited. -->
 <Project Sdk="Microsoft.NET.Sdk">
@@ -40,8 +40,16 @@ def handle_name(handle):
     return HANDLE_NAMES.get(handle, pascal(handle.removeprefix("kavro_broker_")) + "Handle")
 
 
+def constant(name):
+    return pascal(name.removeprefix("ERR_"))
+
+
+def reference(enumeration_name, name):
+    return f'<see cref="{enumeration_name}.{constant(name)}"/>'
+
+
 def summary(sentence):
-    return f"/// <summary>{escape(sentence)}</summary>\n"
+    return f"/// <summary>{with_constants(escape(sentence), reference)}</summary>\n"
 
 
 def block(head, body):
@@ -131,7 +139,7 @@ def exports():
 
 def enumeration(found):
     return summary(found.sentence) + block(f"public enum {ENUM_NAMES[found.shared]}", "".join(
-        summary(sentence) + f"{pascal(name.removeprefix('ERR_'))} = {value},\n"
+        summary(sentence) + f"{constant(name)} = {value},\n"
         for name, value, sentence in found.values))
 
 
@@ -314,7 +322,7 @@ def calls():
     return file_of(("System", "System.Collections.Generic", "System.Threading", "System.Threading.Tasks"), [
         class_of("public sealed partial class Broker", [
             *(Plain(call).text() for call in SETTINGS), *(Plain(call, "Answered").awaited() for call in REQUESTS),
-            *(Plain(call).text() for call in ANSWERS)]),
+            *(Plain(call).text() for call in ANSWERS), *(Plain(call).text("private") for call in FORM)]),
         class_of("public sealed partial class TypeFinder", [
             *(Plain(call).awaited() for call in SEARCHES), *(Plain(call).text() for call in FINDER)]),
         class_of("public static partial class BrokerLibrary", [

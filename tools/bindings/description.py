@@ -33,7 +33,7 @@ DURATIONS = {"idle_seconds": 1, "milliseconds": 1000}
 FLAGS = {"finished", "flag"}
 # What parameters are called where their types say more than in C.
 RENAMED = {("duration", "idle_seconds"): "idle", ("duration", "milliseconds"): "time",
-           ("variables", "list"): "variables", ("flag", "flag"): "accept"}
+           ("variables", "list"): "variables", ("flag", "flag"): "accept", ("bytes", "certificate"): "der"}
 # Parameters that may be left out.
 OPTIONAL = {("set_broker_address", "port"), ("find_type", "port"), ("connect_to_desktop", "variables"),
             ("set_proxy", "user"), ("set_proxy", "password")}
@@ -118,7 +118,8 @@ RECORDS = {
 
 class Call(NamedTuple):
     """A function, without "kavro_broker_", that is called in every language in the way its prototype tells.
-    A list has the function that counts and the record that one item is."""
+    A list has the function that counts and the record that one item is. {Enumeration.CONSTANT} in a sentence
+    is written as the language does."""
     function: str
     sentence: str
     count: Optional[str] = None
@@ -162,23 +163,24 @@ SETTINGS = (
 )
 
 REQUESTS = (
-    Call("get_auth_method", "What the broker asks for next; none once the user is logged in."),
-    Call("send_password", "Answers a demand for a password."),
-    Call("send_new_password", "Answers an expired password. The new one goes to the library twice; asking "
-         "the user twice is the caller's."),
-    Call("send_auth_dialog", "Answers a dialog: the button that was pressed, and names and values of the "
-         "fields."),
-    Call("send_accept_disclaimer", "Answers a disclaimer."),
-    Call("send_oauth_code", "Answers a demand for OAuth."),
-    Call("send_securid_auth", "Answers a demand for a passcode."),
-    Call("send_securid_token", "Answers a demand for the next token."),
-    Call("send_securid_pinchange", "Answers a demand for a new PIN."),
-    Call("send_securid_wait", "Answers a demand to wait for the next token."),
+    Call("get_auth_method", "What the broker asks for next; {AuthMethod.NONE} once the user is logged in."),
+    Call("send_password", "Answers {AuthMethod.PASSWORD}."),
+    Call("send_new_password", "Answers {AuthMethod.PASSWORD_EXPIRED}. The new password goes to the library "
+         "twice; asking the user twice is the caller's."),
+    Call("send_auth_dialog", "Answers {AuthMethod.DIALOG}: the button that was pressed, and names and values "
+         "of the fields."),
+    Call("send_accept_disclaimer", "Answers {AuthMethod.DISCLAIMER}."),
+    Call("send_oauth_code", "Answers {AuthMethod.OAUTH}."),
+    Call("send_securid_auth", "Answers {AuthMethod.SECURID}."),
+    Call("send_securid_token", "Answers {AuthMethod.SECURID_NEXT_TOKEN}."),
+    Call("send_securid_pinchange", "Answers {AuthMethod.SECURID_NEW_PIN}."),
+    Call("send_securid_wait", "Answers {AuthMethod.SECURID_WAIT}."),
     Call("send_certificate_confirmation", "Is for kinds of broker that ask about certificates."),
     Call("request_desktop_list", "The desktops that the user may have."),
     Call("connect_to_desktop",
-         "Allocates a desktop. One that is still being made ready is an error with a code of its own."),
-    Call("perform_desktop_operation", "Powers a desktop up or down."),
+         "Allocates a desktop. One that is still being made ready is {Result.ERR_CONNECT_DESKTOP_PENDING}."),
+    Call("perform_desktop_operation", "Powers a desktop up or down. An operation that there is none of is "
+         "{Result.ERR_INVALID_PARAMETER}, where the C function stops the process."),
     Call("clear_session", "Logs out."),
 )
 
@@ -193,14 +195,18 @@ ANSWERS = (
     Call("get_auth_domain", "The domains that the user may choose from.", "get_num_auth_domains"),
     Call("get_auth_to_client_variable", "Names and values that came with the log-in.",
          "get_num_auth_to_client_variables", "Variable"),
+    Call("get_disclaimer_text", "What the user is to accept, after {AuthMethod.DISCLAIMER}."),
+    Call("get_certificate_error_text",
+         "Why the broker's certificate was not accepted; empty when it was."),
+)
+
+# What a Dialog is made of.
+FORM = (
     Call("get_auth_dialog_prompt_text", "The text above the form of the log-in."),
     Call("get_auth_dialog_error_text", "What was wrong with the last entries of the form."),
     Call("get_auth_dialog_field", "The fields of the form.", "get_auth_dialog_get_num_fields", "DialogField"),
     Call("get_auth_dialog_button", "The buttons of the form.", "get_auth_dialog_get_num_buttons",
          "DialogButton"),
-    Call("get_disclaimer_text", "What the user is to accept."),
-    Call("get_certificate_error_text",
-         "Why the broker's certificate was not accepted; empty when it was."),
 )
 
 SEARCHES = (

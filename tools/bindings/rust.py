@@ -1,9 +1,9 @@
 """Writes what the Rust crate has from the C headers: the extern block, constants, records and plain calls."""
 
-from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, NAMED_NUMBERS, PROCESS, RECORDS, RENAMED,
-                         REQUESTS, SEARCHES, SETTINGS)
+from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, FORM, NAMED_NUMBERS, PROCESS, RECORDS,
+                         RENAMED, REQUESTS, SEARCHES, SETTINGS)
 from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
-from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of
+from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of, with_constants
 
 HEAD = "// Written by tools/bindings/generate.py; not to be edited.\n"
 # What is read from a handle that a request makes.
@@ -39,13 +39,17 @@ def identifier(name):
     return f"r#{name}" if name in ("type", "use") else name
 
 
-def doc(sentence):
-    return f"/// {sentence}\n"
-
-
 def enum_name(name):
     """Rust has a Result of its own."""
     return "Code" if name == "Result" else name
+
+
+def reference(enumeration_name, name):
+    return f"[`{enum_name(enumeration_name)}::{name.removeprefix('ERR_')}`]"
+
+
+def doc(sentence):
+    return f"/// {with_constants(sentence, reference)}\n"
 
 
 # Exports
@@ -284,7 +288,7 @@ def reader(function_name, record_name):
     return method(f"pub(crate) fn {reader_name(function_name)}(owner: *mut c_void, index: u32)", result, body)
 
 
-def plain(call, who="&self", check="check"):
+def plain(call, who="&self", check="check", visible="pub"):
     function = BY_NAME[call.function]
     taken = ", ".join([*([who] if who else []), *(f"{input_name(a)}: {input_type(a)}" for a in arguments(function)
                                                  if a.is_input)])
@@ -294,7 +298,7 @@ def plain(call, who="&self", check="check"):
     else:
         result, body = asked(function, call.item, check=check)
     name = name_of(call).removeprefix("get_")
-    return doc(call.sentence) + method(f"pub fn {name}({taken})", result, lent(function) + body)
+    return doc(call.sentence) + method(f"{visible} fn {name}({taken})", result, lent(function) + body)
 
 
 def calls():
@@ -310,7 +314,7 @@ def calls():
         HEAD + used,
         block("impl Broker", "\n".join([
             *(plain(call, change) for call in SETTINGS), *(plain(call, change, "self.answered") for call in REQUESTS),
-            *(plain(call, look) for call in ANSWERS)])),
+            *(plain(call, look) for call in ANSWERS), *(plain(call, look, visible="pub(crate)") for call in FORM)])),
         block("impl TypeFinder", "\n".join([
             *(plain(call, change) for call in SEARCHES), *(plain(call, look) for call in FINDER)])),
         *(plain(call, "") for call in PROCESS), *(reader(*found) for found in ITEMS)])

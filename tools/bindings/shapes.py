@@ -1,8 +1,9 @@
 """What the parameters of a function are for, which languages with strings, lists and records need to know."""
 
+import re
 from typing import NamedTuple
 
-from description import ANSWERS, DURATIONS, FLAGS, NAMED_NUMBERS, RECORDS
+from description import ANSWERS, DURATIONS, FORM, FLAGS, NAMED_NUMBERS, RECORDS
 from headers import FUNCTIONS, HANDLES, STRUCTS
 
 BY_NAME = {function.name.removeprefix("kavro_broker_"): function for function in FUNCTIONS}
@@ -56,12 +57,17 @@ def name_of(call):
     return {"get_type": "finished"}.get(call.function, (call.count or call.function).replace("get_num_", ""))
 
 
+def with_constants(sentence, written):
+    """A sentence, with the constants in it as the language writes them."""
+    return re.sub(r"\{(\w+)\.(\w+)\}", lambda found: written(*found.groups()), sentence)
+
+
 def fields_by_source(record):
     return {field.source or field.name: field for field in RECORDS[record].fields}
 
 
 # The items of all lists: the function, and the record that it tells, or None for a text.
-ITEMS = [(call.function, call.item) for call in ANSWERS if call.count] + [
+ITEMS = [(call.function, call.item) for call in (*ANSWERS, *FORM) if call.count] + [
     ("get_desktop", "Desktop"), ("get_desktop_connection_agent_variable", "Variable"),
     ("get_desktop_connection_alternate_target", "Target"), ("get_variable", "Variable")]
 

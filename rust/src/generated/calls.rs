@@ -91,8 +91,8 @@ impl Broker {
     }
 
     /// Trusts a certificate in DER form as an issuer, besides the system's.
-    pub fn add_trust_anchor(&mut self, certificate: &[u8]) -> Result<()> {
-        check(unsafe { exports::kavro_broker_add_trust_anchor(self.handle(), certificate.as_ptr(), certificate.len()) })
+    pub fn add_trust_anchor(&mut self, der: &[u8]) -> Result<()> {
+        check(unsafe { exports::kavro_broker_add_trust_anchor(self.handle(), der.as_ptr(), der.len()) })
     }
 
     /// Pins a key by the SHA-256 over its SubjectPublicKeyInfo (RFC 7469 section 2.4).
@@ -115,14 +115,14 @@ impl Broker {
         check(unsafe { exports::kavro_broker_require_stapled_status(self.handle(), require) })
     }
 
-    /// What the broker asks for next; none once the user is logged in.
+    /// What the broker asks for next; [`AuthMethod::NONE`] once the user is logged in.
     pub fn auth_method(&mut self) -> Result<AuthMethod> {
         let mut method = 0;
         self.answered(unsafe { exports::kavro_broker_get_auth_method(self.handle(), &mut method) })?;
         Ok(AuthMethod(method))
     }
 
-    /// Answers a demand for a password.
+    /// Answers [`AuthMethod::PASSWORD`].
     pub fn send_password(&mut self, user_name: &str, domain: &str, password: &str) -> Result<()> {
         let user_name = Text::new(user_name)?;
         let domain = Text::new(domain)?;
@@ -130,7 +130,7 @@ impl Broker {
         self.answered(unsafe { exports::kavro_broker_send_password(self.handle(), user_name.as_ptr(), domain.as_ptr(), password.as_ptr()) })
     }
 
-    /// Answers an expired password. The new one goes to the library twice; asking the user twice is the caller's.
+    /// Answers [`AuthMethod::PASSWORD_EXPIRED`]. The new password goes to the library twice; asking the user twice is the caller's.
     pub fn send_new_password(&mut self, user_name: &str, domain: &str, old_password: &str, new_password: &str) -> Result<()> {
         let user_name = Text::new(user_name)?;
         let domain = Text::new(domain)?;
@@ -139,45 +139,45 @@ impl Broker {
         self.answered(unsafe { exports::kavro_broker_send_new_password(self.handle(), user_name.as_ptr(), domain.as_ptr(), old_password.as_ptr(), new_password.as_ptr(), new_password.as_ptr()) })
     }
 
-    /// Answers a dialog: the button that was pressed, and names and values of the fields.
+    /// Answers [`AuthMethod::DIALOG`]: the button that was pressed, and names and values of the fields.
     pub fn send_auth_dialog(&mut self, button_id: &str, fields: &[(&str, &str)]) -> Result<()> {
         let button_id = Text::new(button_id)?;
         let fields = Fields::new(fields)?;
         self.answered(unsafe { exports::kavro_broker_send_auth_dialog(self.handle(), button_id.as_ptr(), fields.as_ptr(), fields.len()) })
     }
 
-    /// Answers a disclaimer.
+    /// Answers [`AuthMethod::DISCLAIMER`].
     pub fn send_accept_disclaimer(&mut self, accept: bool) -> Result<()> {
         self.answered(unsafe { exports::kavro_broker_send_accept_disclaimer(self.handle(), accept.into()) })
     }
 
-    /// Answers a demand for OAuth.
+    /// Answers [`AuthMethod::OAUTH`].
     pub fn send_oauth_code(&mut self, code: &str) -> Result<()> {
         let code = Text::new(code)?;
         self.answered(unsafe { exports::kavro_broker_send_oauth_code(self.handle(), code.as_ptr()) })
     }
 
-    /// Answers a demand for a passcode.
+    /// Answers [`AuthMethod::SECURID`].
     pub fn send_securid_auth(&mut self, user_name: &str, passcode: &str) -> Result<()> {
         let user_name = Text::new(user_name)?;
         let passcode = Text::new(passcode)?;
         self.answered(unsafe { exports::kavro_broker_send_securid_auth(self.handle(), user_name.as_ptr(), passcode.as_ptr()) })
     }
 
-    /// Answers a demand for the next token.
+    /// Answers [`AuthMethod::SECURID_NEXT_TOKEN`].
     pub fn send_securid_token(&mut self, token: &str) -> Result<()> {
         let token = Text::new(token)?;
         self.answered(unsafe { exports::kavro_broker_send_securid_token(self.handle(), token.as_ptr()) })
     }
 
-    /// Answers a demand for a new PIN.
+    /// Answers [`AuthMethod::SECURID_NEW_PIN`].
     pub fn send_securid_pinchange(&mut self, token: &str, new_pin: &str) -> Result<()> {
         let token = Text::new(token)?;
         let new_pin = Text::new(new_pin)?;
         self.answered(unsafe { exports::kavro_broker_send_securid_pinchange(self.handle(), token.as_ptr(), new_pin.as_ptr(), new_pin.as_ptr()) })
     }
 
-    /// Answers a demand to wait for the next token.
+    /// Answers [`AuthMethod::SECURID_WAIT`].
     pub fn send_securid_wait(&mut self) -> Result<()> {
         self.answered(unsafe { exports::kavro_broker_send_securid_wait(self.handle()) })
     }
@@ -196,7 +196,7 @@ impl Broker {
         read_desktop_list(&list)
     }
 
-    /// Allocates a desktop. One that is still being made ready is an error with a code of its own.
+    /// Allocates a desktop. One that is still being made ready is [`Code::CONNECT_DESKTOP_PENDING`].
     pub fn connect_to_desktop(&mut self, desktop_id: &str, variables: &[(&str, &str)]) -> Result<DesktopConnection> {
         let desktop_id = Text::new(desktop_id)?;
         let variables = VariableList::new(variables)?;
@@ -207,7 +207,7 @@ impl Broker {
         read_desktop_connection_info(&info)
     }
 
-    /// Powers a desktop up or down.
+    /// Powers a desktop up or down. An operation that there is none of is [`Code::INVALID_PARAMETER`], where the C function stops the process.
     pub fn perform_desktop_operation(&mut self, desktop_id: &str, operation: Operation) -> Result<()> {
         let desktop_id = Text::new(desktop_id)?;
         self.answered(unsafe { exports::kavro_broker_perform_desktop_operation(self.handle(), desktop_id.as_ptr(), known(operation)?) })
@@ -261,29 +261,7 @@ impl Broker {
         read_each(self.handle(), exports::kavro_broker_get_num_auth_to_client_variables, read_auth_to_client_variable)
     }
 
-    /// The text above the form of the log-in.
-    pub fn auth_dialog_prompt_text(&self) -> Result<String> {
-        let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_auth_dialog_prompt_text(self.handle(), buffer.buffer(), buffer.size()) })?;
-        Ok(buffer)
-    }
-
-    /// What was wrong with the last entries of the form.
-    pub fn auth_dialog_error_text(&self) -> Result<String> {
-        let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_auth_dialog_error_text(self.handle(), buffer.buffer(), buffer.size()) })?;
-        Ok(buffer)
-    }
-
-    /// The fields of the form.
-    pub fn auth_dialog_fields(&self) -> Result<Vec<DialogField>> {
-        read_each(self.handle(), exports::kavro_broker_get_auth_dialog_get_num_fields, read_auth_dialog_field)
-    }
-
-    /// The buttons of the form.
-    pub fn auth_dialog_buttons(&self) -> Result<Vec<DialogButton>> {
-        read_each(self.handle(), exports::kavro_broker_get_auth_dialog_get_num_buttons, read_auth_dialog_button)
-    }
-
-    /// What the user is to accept.
+    /// What the user is to accept, after [`AuthMethod::DISCLAIMER`].
     pub fn disclaimer_text(&self) -> Result<String> {
         let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_disclaimer_text(self.handle(), buffer.buffer(), buffer.size()) })?;
         Ok(buffer)
@@ -293,6 +271,28 @@ impl Broker {
     pub fn certificate_error_text(&self) -> Result<String> {
         let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_certificate_error_text(self.handle(), buffer.buffer(), buffer.size()) })?;
         Ok(buffer)
+    }
+
+    /// The text above the form of the log-in.
+    pub(crate) fn auth_dialog_prompt_text(&self) -> Result<String> {
+        let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_auth_dialog_prompt_text(self.handle(), buffer.buffer(), buffer.size()) })?;
+        Ok(buffer)
+    }
+
+    /// What was wrong with the last entries of the form.
+    pub(crate) fn auth_dialog_error_text(&self) -> Result<String> {
+        let [buffer] = read_texts::<1>(|[buffer]| unsafe { exports::kavro_broker_get_auth_dialog_error_text(self.handle(), buffer.buffer(), buffer.size()) })?;
+        Ok(buffer)
+    }
+
+    /// The fields of the form.
+    pub(crate) fn auth_dialog_fields(&self) -> Result<Vec<DialogField>> {
+        read_each(self.handle(), exports::kavro_broker_get_auth_dialog_get_num_fields, read_auth_dialog_field)
+    }
+
+    /// The buttons of the form.
+    pub(crate) fn auth_dialog_buttons(&self) -> Result<Vec<DialogButton>> {
+        read_each(self.handle(), exports::kavro_broker_get_auth_dialog_get_num_buttons, read_auth_dialog_button)
     }
 }
 
