@@ -34,8 +34,11 @@ TEST(Results, are_told_by_their_class_of_exit_status) {
         {130, {5}},
     };
     for (const auto &[status, results] : cases)
-        for (const auto result : results)
-            EXPECT_EQ(static_cast<int>(kavro_cli::describe(result).status), status) << result;
+        for (const auto result : results) {
+            const auto described = kavro_cli::describe(result);
+            EXPECT_EQ(static_cast<int>(described.status), status) << result;
+            EXPECT_EQ(*described.advice != '\0', result / 100 == 7) << result;
+        }
 }
 
 TEST_F(CommandTest, a_failure_is_told_as_json_or_in_words_that_a_terminal_only_shows) {
@@ -100,9 +103,13 @@ TEST_F(CommandTest, connect_prints_the_target_and_keeps_the_session) {
     EXPECT_THAT(open.out, HasSubstr("demo-gateway-ticket"));
     EXPECT_EQ(requests().back(), "allocate-resource vm-1");
 
-    broker->set_override(
-        {.match = {.request = "allocate-resource"}, .result_id = "ALLOC_FAILED_INVALID_PARAMETER"});
-    EXPECT_EQ(run({"connect", "vm-1"}).status, 5);
+    broker->set_override({.match = {.request = "allocate-resource"},
+                          .result_id = "ALLOC_FAILED_INVALID_PARAMETER",
+                          .result_str = "Gone"});
+    const auto refused = run({"connect", "vm-1"});
+    EXPECT_EQ(refused.status, 5);
+    EXPECT_THAT(refused.err, HasSubstr("\nList the desktops again"));
+    EXPECT_THAT(refused.err, HasSubstr("\nThe broker says: Gone\n"));
     EXPECT_EQ(requests().back(), "bye");
 }
 

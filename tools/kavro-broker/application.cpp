@@ -75,7 +75,7 @@ void carry_out(const Command &command, const Options &options, const Surrounding
 
 /// The surroundings as the options want them.
 Surroundings adapted(Surroundings surroundings, const Options &options) {
-    surroundings.spinner &= options.log_level == 0; // not between lines of a log
+    surroundings.spinner &= options.log_level == 0 && !options.json(); // not amid log or objects
     if (options.colouring != Colouring::automatic)
         surroundings.out_in_colour = surroundings.err_in_colour =
             options.colouring == Colouring::always;

@@ -34,7 +34,8 @@ Connection connect(Session &session, const Desktop &desktop, const Options &opti
         if (!told)
             surroundings.err << "The desktop is still being prepared; waiting for it." << std::endl;
         timeout = static_cast<uint16_t>(ceil<seconds>(deadline - asked_again).count());
-        surroundings.interruption.pause(surroundings.retry_pause);
+        wait_for("Waiting for the desktop to be prepared", surroundings,
+                 [&] { surroundings.interruption.pause(surroundings.retry_pause); });
     }
 }
 

@@ -44,7 +44,8 @@ private:
           status(result.status),
           code(result.code),
           name(result.name),
-          broker_message(std::move(message)) {}
+          broker_message(std::move(message)),
+          detail(result.advice) {}
 };
 
 /// Ends the program with a status when the command itself has told everything.

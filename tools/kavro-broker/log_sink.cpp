@@ -51,7 +51,7 @@ void write_message(const kavro_broker::log_message &message) {
     static constexpr const char *severities[] = {"banner", "error", "info", "debug", "verbose"};
     const auto [category, severity, error, text] = message;
     if (text.starts_with(sentences_with_tickets[0]))
-        Spinner::say("Provisioning the session");
+        Spinner::say("Waiting for the provisioning server to provide the session");
     const bool last_words = severity == KAVRO_BROKER_LOG_BANNER && error != 0;
     const auto most = shown_severity.load();
     if (!last_words && (most == 0 || severity > most))

@@ -38,7 +38,7 @@ Finding find(const Options &options, const Surroundings &surroundings) {
         options.registration_code.empty() ? options.broker_host : options.registration_code;
     kavro_broker::type_finder finder;
     const Interruption::Watch watch(surroundings.interruption, [&finder] { finder.cancel(); });
-    const auto found = wait_for("Looking who answers", surroundings, [&] {
+    const auto found = wait_for("Waiting for somebody to answer", surroundings, [&] {
         return finder.find_type_extended(asked, options.broker_port);
     });
     const auto *kind = std::ranges::find(kinds, found.type, &Kind::type);

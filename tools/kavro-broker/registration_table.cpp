@@ -12,7 +12,7 @@ void update_registration_table(const Options &options, const Surroundings &surro
         throw Failure(ExitStatus::usage, "NO_CACHE_FOLDER",
                       "There is no folder for the table of registration codes: give --cache.");
     std::filesystem::create_directories(folder);
-    wait_for("Fetching the registration codes", surroundings,
+    wait_for("Waiting for the registration service to tell its codes", surroundings,
              [&] { kavro_broker_set_cache_file_location(folder.c_str()); });
 }
 

@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 
 namespace kavro_cli {
@@ -28,8 +30,12 @@ void print(const Json &object, std::ostream &out) {
 
 /// Whether the message comes with a failure that is found on this side of the connection.
 bool is_from_here(const Failure &failure) {
+    static constexpr kavro_broker_result found_here[] = {
+        KAVRO_BROKER_ERR_HTTP_NOT_OK, KAVRO_BROKER_ERR_SESSION_PROVISION_TIMEOUT,
+        KAVRO_BROKER_ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED};
     return failure.status == ExitStatus::usage || failure.status == ExitStatus::unreachable ||
-           failure.status == ExitStatus::untrusted || failure.code == KAVRO_BROKER_ERR_HTTP_NOT_OK;
+           failure.status == ExitStatus::untrusted ||
+           std::ranges::find(found_here, failure.code) != std::end(found_here);
 }
 
 void print_words(const Failure &failure, const Surroundings &surroundings) {

@@ -32,6 +32,34 @@ constexpr StatusRow status_rows[] = {
     {KAVRO_BROKER_ERR_VM_LIST_NO_ENTITLEMENT, KAVRO_BROKER_ERR_DESKTOP_OPERATION_FAILED, refused},
 };
 
+struct Advice {
+    kavro_broker_result code;
+    const char *sentence;
+};
+
+constexpr const char *list_again = "List the desktops again: this one may be gone, or not for you. "
+                                   "Else ask the broker's administrator.";
+
+/// What to do about a desktop that is not to be had.
+constexpr Advice advices[] = {
+    {KAVRO_BROKER_ERR_CONNECT_DESKTOP_NO_LICENSE,
+     "Try again when somebody else has left, or ask the broker's administrator for more licences."},
+    {KAVRO_BROKER_ERR_CONNECT_DESKTOP_FAILED, list_again},
+    {KAVRO_BROKER_ERR_CONNECT_DESKTOP_PENDING,
+     "With --wait it is asked for again until it is ready."},
+    {KAVRO_BROKER_ERR_SESSION_PROVISION_TIMEOUT, "Try again, with a longer --provision-timeout; "
+                                                 "else ask the broker's administrator whether the "
+                                                 "provisioning server is well."},
+    {KAVRO_BROKER_ERR_SESSION_PROVISION_SERVER_CONNECT_FAILED,
+     "The broker has sent this client on to a provisioning server: ask its administrator whether "
+     "that can be reached from here. The log has more (--log-level info)."},
+    {KAVRO_BROKER_ERR_CONNECT_DESKTOP_710, list_again},
+    {KAVRO_BROKER_ERR_DESKTOP_OPERATION_NOT_SUPPORTED,
+     "The list of desktops tells which operations each offers now."},
+    {KAVRO_BROKER_ERR_DESKTOP_OPERATION_FAILED,
+     "Try again; if that does not help, ask the broker's administrator."},
+};
+
 struct CertificateVerdict {
     uint32_t verdict;
     const char *reason;
@@ -66,8 +94,10 @@ ResultName describe(kavro_broker_result code) {
     const auto *row = std::ranges::find_if(status_rows, [code](const StatusRow &candidate) {
         return candidate.first <= code && code <= candidate.last;
     });
+    const auto *advice = std::ranges::find(advices, code, &Advice::code);
     return {code, kavro_broker_result_name(code),
-            row != std::end(status_rows) ? row->status : protocol, kavro_broker_result_text(code)};
+            row != std::end(status_rows) ? row->status : protocol, kavro_broker_result_text(code),
+            advice != std::end(advices) ? advice->sentence : ""};
 }
 
 const char *describe_certificate(uint32_t verdict) {

@@ -25,6 +25,7 @@ struct ResultName {
     const char *name;
     ExitStatus status;
     const char *sentence;
+    const char *advice; ///< empty where the sentence says it all
 };
 
 /// Never fails: a code that is not in the table reads as an unknown one.

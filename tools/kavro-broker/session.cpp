@@ -31,6 +31,14 @@ Secret escape_text(const Secret &text) {
     return Secret({buffer.data(), length - 1});
 }
 
+/// Short enough for a line that is written over again.
+std::string place_of(const Options &options) {
+    constexpr std::size_t longest_place = 40;
+    const KnownBroker broker{options.broker_host, options.broker_port, {}};
+    const auto place = visible(options.broker_port.empty() ? broker.host : broker.address());
+    return place.empty() || place.size() > longest_place ? "the broker" : place;
+}
+
 Variables escape_text(const Variables &variables) {
     Variables texts;
     for (const auto &[name, value] : variables)
@@ -42,6 +50,7 @@ Variables escape_text(const Variables &variables) {
 
 Session::Session(const Options &options, const Surroundings &surroundings)
     : surroundings_(surroundings),
+      place_(place_of(options)),
       pin_(options.pin),
       first_use_(surroundings),
       registration_code_(options.registration_code),
@@ -85,7 +94,7 @@ void Session::show(ClientCertificate &certificate) {
 }
 
 uint32_t Session::greet() {
-    return request("Asking the broker", [&] { return broker_.auth_method(); });
+    return request("answer the greeting", [&] { return broker_.auth_method(); });
 }
 
 uint32_t Session::auth_method() {
@@ -156,7 +165,7 @@ void Session::check_pin() const {
 
 void Session::send_password(const std::string &user, const std::string &domain,
                             const Secret &password) {
-    request("Logging in", [&] {
+    request("answer the log-in", [&] {
         broker_.send_password(escape_text(user), escape_text(domain),
                               escape_text(password).c_str());
     });
@@ -164,7 +173,7 @@ void Session::send_password(const std::string &user, const std::string &domain,
 
 void Session::send_new_password(const std::string &user, const std::string &domain,
                                 const Secret &old_password, const Secret &new_password) {
-    request("Changing the password", [&] {
+    request("change the password", [&] {
         broker_.send_new_password(escape_text(user), escape_text(domain),
                                   escape_text(old_password).c_str(),
                                   escape_text(new_password).c_str());
@@ -180,7 +189,7 @@ void Session::send_dialog(const std::string &button_id,
     std::vector<kavro_broker_name_value> pairs;
     for (std::size_t i = 0; i < fields.size(); ++i)
         pairs.push_back({fields[i].first.c_str(), values[i].c_str()});
-    request("Logging in", [&] {
+    request("answer the log-in", [&] {
         const auto result =
             kavro_broker_send_auth_dialog(broker_.get(), escape_text(button_id).c_str(),
                                           pairs.data(), static_cast<uint32_t>(pairs.size()));
@@ -190,22 +199,22 @@ void Session::send_dialog(const std::string &button_id,
 }
 
 void Session::send_disclaimer(bool accept) {
-    request("Answering the disclaimer", [&] { broker_.send_accept_disclaimer(accept); });
+    request("take the answer to its disclaimer", [&] { broker_.send_accept_disclaimer(accept); });
 }
 
 void Session::send_oauth_code(const Secret &code) {
-    request("Logging in", [&] { broker_.send_oauth_code(escape_text(code).c_str()); });
+    request("answer the log-in", [&] { broker_.send_oauth_code(escape_text(code).c_str()); });
 }
 
 const std::vector<Desktop> &Session::desktops() {
     if (!desktops_)
-        desktops_ = request("Listing the desktops", [&] { return broker_.request_desktop_list(); });
+        desktops_ = request("list the desktops", [&] { return broker_.request_desktop_list(); });
     return *desktops_;
 }
 
 void Session::operate(const std::string &desktop_id, uint32_t operation) {
     forget_desktops();
-    request("Waiting for the desktop",
+    request("operate the desktop",
             [&] { broker_.perform_desktop_operation(escape_text(desktop_id), operation); });
 }
 
@@ -213,14 +222,14 @@ Connection Session::connect(const std::string &desktop_id, const Variables &agen
                             uint16_t timeout_seconds) {
     forget_desktops();
     broker_.set_connect_to_desktop_timeout(timeout_seconds);
-    return request("Connecting the desktop", [&] {
+    return request("connect the desktop", [&] {
         return broker_.connect_to_desktop(escape_text(desktop_id), escape_text(agent_variables));
     });
 }
 
 void Session::log_out() {
     if (!surroundings_.interruption.raised())
-        failure_of([&] { request("Logging out", [&] { broker_.clear_session(); }); });
+        failure_of([&] { request("end the session", [&] { broker_.clear_session(); }); });
 }
 
 Failure Session::failure(const kavro_broker::error &error) const {

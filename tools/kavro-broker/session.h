@@ -9,6 +9,8 @@
 #include "secret.h"
 #include "surroundings.h"
 
+#include <fmt/format.h>
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -76,16 +78,18 @@ private:
     void tell_what_the_code_stands_for();
     Failure failure(const kavro_broker::error &error) const;
 
+    /// `deed` is what the broker is waited for to do, as "list the desktops".
     template <class Call>
-    auto request(const char *label, Call call) const {
+    auto request(const char *deed, Call call) const {
         try {
-            return wait_for(label, surroundings_, call);
+            return wait_for(fmt::format("Waiting for {} to {}", place_, deed), surroundings_, call);
         } catch (const kavro_broker::error &error) {
             throw failure(error);
         }
     }
 
     const Surroundings &surroundings_;
+    const std::string place_; ///< of the broker, as it is shown
     Pin pin_;
     FirstUse first_use_;
     std::string registration_code_; ///< of which the user has not been told what it stands for

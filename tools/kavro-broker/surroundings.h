@@ -32,7 +32,7 @@ struct Surroundings {
 /// Calls into the library with the user told that it takes a while. Throws instead when the user
 /// has interrupted before.
 template <class Call>
-auto wait_for(const char *label, const Surroundings &surroundings, Call call) {
+auto wait_for(const std::string &label, const Surroundings &surroundings, Call call) {
     surroundings.interruption.check();
     std::optional<Spinner> spinner;
     if (surroundings.spinner)
