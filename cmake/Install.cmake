@@ -51,8 +51,14 @@ if(KAVRO_BUILD_TOOLS)
     set(manual ${PROJECT_BINARY_DIR}/tools/manual)
     install(FILES ${manual}/kavro-broker.1 ${manual}/kavro-broker-sim.1
             DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-    install(DIRECTORY ${manual}/completions/
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+    foreach(place IN ITEMS bash:bash-completion/completions zsh:zsh/vendor-completions
+                           fish:fish/vendor_completions.d)
+      string(REPLACE ":" ";" place ${place})
+      list(GET place 0 shell)
+      list(GET place 1 folder)
+      install(DIRECTORY ${manual}/completions/${shell}/
+              DESTINATION ${CMAKE_INSTALL_DATADIR}/${folder} COMPONENT tools)
+    endforeach()
   endif()
 endif()
 

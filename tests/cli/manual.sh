@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The manual pages and the completion of bash know every option of --help: manual.sh SIMULATOR CLIENT
+# The manual pages and the completions know every option of --help: manual.sh SIMULATOR CLIENT
 set -euo pipefail
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -26,6 +26,10 @@ for program in "$@"; do
   [ -z "$warnings" ] || fail "$name.1: $warnings"
   page=$(groff -man -Tascii -P-cbou "$folder/page")
   eval "$("$program" --bash-completion)"
+  for shell in zsh fish; do
+    "$program" --$shell-completion >"$folder/$shell"
+    ! command -v $shell >/dev/null || $shell -n "$folder/$shell" || fail "$name: no script for $shell"
+  done
 
   commands=$("$program" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z-]*\) .*/\1/p')
   for command in '' $commands; do
@@ -33,6 +37,8 @@ for program in "$@"; do
       grep -q -- "^ *\(-h,\)\?$option\b" <<<"$page" || fail "$name.1 does not tell $command $option"
       grep -qx -- "$option" <<<"$(complete_line "$name" ${command:+"$command"} "$option")" ||
         fail "bash does not complete $name $command $option"
+      grep -q -- "'\*$option\(=\?\)\[" "$folder/zsh" && grep -q -- " -l ${option#--} " "$folder/fish" ||
+        fail "zsh or fish does not complete $name $option"
     done
   done
 done

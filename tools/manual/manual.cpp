@@ -18,9 +18,11 @@ std::string value_of(const CLI::Option &option) {
 
 void add_manual_options(CLI::App &app) {
     using Print = std::string (*)(const CLI::App &);
-    for (const auto &[name, print] :
-         {std::pair<const char *, Print>{"--manual-page", manual_page},
-          std::pair<const char *, Print>{"--bash-completion", bash_completion}})
+    for (const auto &[name, print] : std::initializer_list<std::pair<const char *, Print>>{
+             {"--manual-page", manual_page},
+             {"--bash-completion", bash_completion},
+             {"--zsh-completion", zsh_completion},
+             {"--fish-completion", fish_completion}})
         app.add_flag_callback(name,
                               [&app, text = print] { throw CLI::CallForVersion(text(app), 0); })
             ->group("");

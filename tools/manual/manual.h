@@ -9,13 +9,15 @@ namespace manual {
 /// The page of a program for man(1), made of what its --help tells.
 std::string manual_page(const CLI::App &app);
 
-/// A script by which bash completes the program's commands, options and their values.
+/// Scripts by which shells complete the program's commands, options and their values.
 std::string bash_completion(const CLI::App &app);
+std::string zsh_completion(const CLI::App &app);
+std::string fish_completion(const CLI::App &app);
 
-/// Lets a program print these two, by options that its help does not show.
+/// Lets a program print all of these, by options that its help does not show.
 void add_manual_options(CLI::App &app);
 
-// How the two see a program.
+// How they see a program.
 
 using Options = std::vector<const CLI::Option *>;
 using Commands = std::vector<const CLI::App *>;
