@@ -20,7 +20,7 @@ class Language(NamedTuple):
 LANGUAGES = {
     "csharp": Language(
         "using System;", "cs",
-        "using System;\nusing System.Threading;\nusing System.Threading.Tasks;\nusing KavroBroker;\n"
+        "using System;\nusing System.Linq;\nusing System.Threading;\nusing System.Threading.Tasks;\nusing KavroBroker;\n"
         "public static class Shown\n{\n", "public static {mode} Shown{number}({given})\n{{\n{text}}}\n", "}\n"),
     "rust": Language(
         "use kavro_broker", "rs", "#![crate_type = \"lib\"]\n#![allow(unused_variables)]\nuse kavro_broker::*;\n",

@@ -186,7 +186,10 @@ const std::map<std::string, Call> calls{
     {"session_ids_told", [](auto &, Words) { return session_ids_told; }},
     {"cancelled", [](auto &c, Words w) { return cancelled(c, w); }},
     {"escape_text",
-     [](auto &, Words w) { return kavro_broker::escape_text(w.at(1).get<std::string>()); }},
+     [](auto &, Words w) {
+         const auto longer = w.at(1).get<std::string>() + "...";
+         return kavro_broker::escape_text(std::string_view(longer).substr(0, longer.size() - 3));
+     }},
     {"result_name", [](auto &, Words w) { return kavro_broker::result_name(w.at(1)); }},
 
     {"set_broker_address", member(&Broker::set_broker_address)},

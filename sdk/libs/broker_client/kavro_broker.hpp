@@ -17,18 +17,28 @@
 #include <cstdarg>
 #include <cstdio>
 #include <functional>
+#include <string_view>
 
 namespace kavro_broker {
 
 /// A zero-terminated text that is only lent for a call, so that a secret need not become a string.
+/// A std::string_view, which ends anywhere, is copied for the call, and the copy wiped.
 class zstring_view {
 public:
     zstring_view(const char *text) : text_(text) {}
     zstring_view(const std::string &text) : text_(text.c_str()) {}
+    zstring_view(std::string_view text) : copy_(text), text_(copy_.c_str()) {}
+    zstring_view(const zstring_view &) = delete;
+    zstring_view &operator=(const zstring_view &) = delete;
+    ~zstring_view() {
+        for (volatile char &letter : copy_)
+            letter = '\0';
+    }
 
     const char *c_str() const { return text_; }
 
 private:
+    std::string copy_;
     const char *text_;
 };
 
