@@ -18,8 +18,9 @@ thread_local! {
     static KEPT: RefCell<Option<Box<dyn Any + Send>>> = RefCell::new(None);
 }
 
+/// Nothing, too, once the thread is ending.
 fn taken() -> Option<Box<dyn Any + Send>> {
-    KEPT.with(|kept| kept.borrow_mut().take())
+    KEPT.try_with(|kept| kept.borrow_mut().take()).ok()?
 }
 
 /// After each call of the library.
@@ -35,7 +36,7 @@ pub(crate) fn forget() {
 
 fn keeping<T>(otherwise: T, callback: impl FnOnce() -> T) -> T {
     catch_unwind(AssertUnwindSafe(callback)).unwrap_or_else(|panic| {
-        KEPT.with(|kept| {
+        let _ = KEPT.try_with(|kept| {
             kept.borrow_mut().get_or_insert(panic);
         });
         otherwise

@@ -5,7 +5,7 @@ from xml.sax.saxutils import escape
 from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, FORM, NAMED_NUMBERS, OPTIONAL, PROCESS,
                          RECORDS, RENAMED, REQUESTS, SEARCHES, SETTINGS)
 from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
-from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of, with_constants
+from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, indented, name_of, with_constants
 
 PROJECT = f"""<!-- Written by tools/bindings/generate.py; not to be edited. -->
 <Project Sdk="Microsoft.NET.Sdk">
@@ -53,8 +53,7 @@ def summary(sentence):
 
 
 def block(head, body):
-    lines = "".join(f"    {line}\n" if line else "\n" for line in body.rstrip("\n").split("\n"))
-    return f"{head}\n{{\n{lines}}}\n"
+    return f"{head}\n{{\n{indented(body)}}}\n"
 
 
 def file_of(usings, parts):

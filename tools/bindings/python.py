@@ -3,7 +3,7 @@
 from description import (ANSWERS, DURATIONS, ENUM_NAMES, NAMED_NUMBERS, OPTIONAL, PROCESS, RENAMED, REQUESTS,
                          SETTINGS)
 from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
-from shapes import BY_NAME, RELEASE, arguments, name_of, with_constants
+from shapes import BY_NAME, RELEASE, arguments, indented, name_of, with_constants
 
 # By the type in C without "const".
 TYPES = {
@@ -137,10 +137,6 @@ def passed(argument):
         "out_handle": "byref(made)",
         "number": f"fitting({name}, 0xFFFF)" if argument.type == "uint16_t" else name,
     }.get(argument.kind, name)
-
-
-def indented(text):
-    return "".join(f"    {line}\n" if line else "\n" for line in text.rstrip("\n").split("\n"))
 
 
 def told_texts(function, record_name, told):

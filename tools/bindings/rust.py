@@ -3,7 +3,7 @@
 from description import (ANSWERS, DURATIONS, ENUM_NAMES, FINDER, FLAGS, FORM, NAMED_NUMBERS, PROCESS, RECORDS,
                          RENAMED, REQUESTS, SEARCHES, SETTINGS)
 from headers import CALLBACKS, CONSTANTS, FUNCTIONS, HANDLES, STRUCTS, SYNONYMS, VERSION
-from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, name_of, with_constants
+from shapes import BY_NAME, ITEMS, RELEASE, arguments, fields_by_source, indented, name_of, with_constants
 
 HEAD = "// Written by tools/bindings/generate.py; not to be edited.\n"
 # What is read from a handle that a request makes.
@@ -31,8 +31,7 @@ path = "../tests/languages/ways.rs"
 
 
 def block(head, body, foot="}"):
-    lines = "".join(f"    {line}\n" if line else "\n" for line in body.rstrip("\n").split("\n"))
-    return f"{head} {{\n{lines}{foot}\n"
+    return f"{head} {{\n{indented(body)}{foot}\n"
 
 
 def identifier(name):

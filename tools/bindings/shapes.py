@@ -57,6 +57,10 @@ def name_of(call):
     return {"get_type": "finished"}.get(call.function, (call.count or call.function).replace("get_num_", ""))
 
 
+def indented(text):
+    return "".join(f"    {line}\n" if line else "\n" for line in text.rstrip("\n").split("\n"))
+
+
 def with_constants(sentence, written):
     """A sentence, with the constants in it as the language writes them."""
     return re.sub(r"\{(\w+)\.(\w+)\}", lambda found: written(*found.groups()), sentence)
