@@ -36,7 +36,7 @@ namespace KavroBroker
             {
                 var running = Task.Factory.StartNew(request, CancellationToken.None,
                                                     TaskCreationOptions.LongRunning, TaskScheduler.Default);
-                await Cancelled(running, token).ConfigureAwait(false);
+                await UntilUnwanted(running, token).ConfigureAwait(false);
                 while (!running.IsCompleted)
                 {
                     Cancel();
@@ -56,9 +56,9 @@ namespace KavroBroker
         }
 
         /// <summary>Waits until the task has ended or is no longer wanted.</summary>
-        private static async Task Cancelled(Task running, CancellationToken token)
+        private static async Task UntilUnwanted(Task running, CancellationToken token)
         {
-            var cancelled = new TaskCompletionSource<bool>();
+            var cancelled = new TaskCompletionSource<bool>(TaskCreationOptions.RunContinuationsAsynchronously);
             using (token.Register(() => cancelled.TrySetResult(true)))
                 await Task.WhenAny(running, cancelled.Task).ConfigureAwait(false);
         }
