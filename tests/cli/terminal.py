@@ -1,5 +1,5 @@
 """The program as it is shipped, on a pseudo-terminal, against a broker that asks for a password:
-terminal.py SIMULATOR CLIENT"""
+terminal.py SIMULATOR CLIENT [editing], the last where lines of the shell can be edited"""
 
 import json
 import os
@@ -11,7 +11,7 @@ import sys
 import tempfile
 import termios
 
-SIMULATOR, CLIENT = sys.argv[1:]
+SIMULATOR, CLIENT, *EDITING = sys.argv[1:]
 PASSWORD = "hush-hush-4711"
 SCENARIO = {"users": [{"username": "alice", "password": PASSWORD, "domain": "EXAMPLE"}],
             "domains": ["EXAMPLE"], "authentication": [{"methods": ["password"]}],
@@ -75,6 +75,20 @@ def check(start, folder):
         shell.type(shown, typed)
     shell.expect_exit(130)
 
+    if EDITING:
+        state = folder / "state/kavro-broker/shell_history"
+        for typed, shown, status in (("conn\tbui\t--js\t", '"id": "vm-1"', 0), ("help\n list", "vm-1", 0),
+                                     ("power x --token tiger", "no option --token", 1),
+                                     ("\x1b[A\x1b[A", "Leave", 0)):
+            shell = start("shell")
+            shell.type(prompt, PASSWORD + "\n")
+            shell.type("kavro-broker> ", typed + "\nquit\n")
+            shell.wait_for(shown)
+            shell.expect_exit(status)
+        kept = state.read_text()
+        assert kept == 'list\nconnect "Build server" --json \nhelp\nquit\n', kept
+        assert [path.stat().st_mode & 0o777 for path in (state, state.parent)] == [0o600, 0o700]
+
     begun = folder / "begun"
     for command, status, told in (("sh -c 'exit 3'", 1, "from sh: it ended with status 3."), ("true", 1, "is empty."),
                                   ("none-such", 1, "from none-such: No such"), (f"echo '{PASSWORD}'", 0, "vm-1"),
@@ -104,7 +118,8 @@ with tempfile.TemporaryDirectory() as name:
     with subprocess.Popen([SIMULATOR, *options], stdout=subprocess.PIPE, text=True) as simulator:
         broker = f"127.0.0.1:{json.loads(simulator.stdout.readline())['port']}"
         trust = {"SSL_CERT_FILE": str(folder / "ca.pem"), "SSL_CERT_DIR": str(folder / "none"), "TERM": "xterm",
-                 "PATH": os.environ["PATH"], "XDG_CONFIG_HOME": str(folder / "config")}
+                 "PATH": os.environ["PATH"], "XDG_CONFIG_HOME": str(folder / "config"),
+                 "XDG_STATE_HOME": str(folder / "state")}
         try:
             check(lambda *command, **variables: Terminal(
                 [CLIENT, *command, "--broker", broker, "--user", "alice"], {**trust, **variables}), folder)

@@ -2,21 +2,16 @@
 
 #include "certificates.h"
 #include "options.h"
-#include "own_file.h"
 #include "utils/src/ascii.h"
-#include "utils/src/safe_file.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <sstream>
 
 namespace kavro_cli {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Nothing for a comment, or a line that cannot be read.
 std::optional<KnownBroker> broker_of(const std::string &line) {
@@ -29,19 +24,6 @@ std::optional<KnownBroker> broker_of(const std::string &line) {
         !split_broker_address(host + ':' + port, broker.host, broker.port) || broker.port != port)
         return std::nullopt;
     return broker;
-}
-
-std::vector<std::string> lines_of(const std::string &text) {
-    std::istringstream source(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(source, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-void make_private_folder(const std::string &folder) {
-    if (fs::create_directories(folder))
-        fs::permissions(folder, fs::perms::owner_all);
 }
 
 } // namespace
@@ -57,9 +39,7 @@ bool KnownBroker::is_at_same_place(const KnownBroker &other) const {
 
 std::vector<KnownBroker> KnownBrokers::all() const {
     std::vector<KnownBroker> brokers;
-    if (folder_.empty())
-        return brokers;
-    for (const auto &line : lines_of(read_own_file(path())))
+    for (const auto &line : lines_.all())
         if (const auto broker = broker_of(line))
             brokers.push_back(*broker);
     return brokers;
@@ -68,7 +48,7 @@ std::vector<KnownBroker> KnownBrokers::all() const {
 void KnownBrokers::add(const KnownBroker &broker) const {
     std::string line = fmt::format("{} {}", broker.address(), broker.key_pin);
     line[line.rfind(':')] = ' ';
-    change([&](auto &lines) {
+    lines_.change([&](auto &lines) {
         if (std::ranges::count(lines, line) == 0)
             lines.push_back(line);
     });
@@ -77,32 +57,12 @@ void KnownBrokers::add(const KnownBroker &broker) const {
 bool KnownBrokers::remove(const KnownBroker &broker) const {
     if (all().empty())
         return false;
-    return change([&](auto &lines) {
+    return lines_.change([&](auto &lines) {
         std::erase_if(lines, [&](const auto &line) {
             const auto known = broker_of(line);
             return known && known->is_at_same_place(broker);
         });
     });
-}
-
-/// From reading to replacing under a lock, so that nothing is lost that another process writes.
-bool KnownBrokers::change(const std::function<void(std::vector<std::string> &lines)> &edit) const {
-    if (folder_.empty())
-        throw Failure(ExitStatus::usage, "NO_FOLDER", "There is no folder for known brokers.");
-    make_private_folder(folder_);
-    const auto lock = lock_file(path() + ".lock");
-    const auto before = lines_of(read_own_file(path()));
-    auto lines = before;
-    edit(lines);
-    if (lines == before)
-        return false;
-    std::string text;
-    for (const auto &line : lines)
-        text += line + '\n';
-    if (const auto failure = kavro::replace_file(path(), text))
-        throw Failure(ExitStatus::usage, "NOT_WRITTEN",
-                      fmt::format("{} could not be written: {}.", path(), failure.message()));
-    return true;
 }
 
 } // namespace kavro_cli

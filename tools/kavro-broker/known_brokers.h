@@ -1,6 +1,7 @@
 #pragma once
 
-#include <functional>
+#include "own_lines.h"
+
 #include <string>
 #include <vector>
 
@@ -21,7 +22,7 @@ struct KnownBroker {
 class KnownBrokers {
 public:
     /// In this folder, which is made when something is written; an empty name is no folder.
-    explicit KnownBrokers(std::string folder) : folder_(std::move(folder)) {}
+    explicit KnownBrokers(std::string folder) : lines_(std::move(folder), "known_brokers") {}
 
     std::vector<KnownBroker> all() const;
     void add(const KnownBroker &broker) const;
@@ -29,10 +30,7 @@ public:
     bool remove(const KnownBroker &broker) const;
 
 private:
-    std::string path() const { return folder_ + "/known_brokers"; }
-    bool change(const std::function<void(std::vector<std::string> &lines)> &edit) const;
-
-    std::string folder_;
+    OwnLines lines_;
 };
 
 } // namespace kavro_cli

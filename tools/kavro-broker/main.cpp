@@ -50,6 +50,8 @@ int main(int argc, char **argv) {
         .script = is_terminal(input) ? std::nullopt : std::optional(input),
         .login_name = first_of({"USER", "USERNAME"}),
         .cache_folder = folder({"XDG_CACHE_HOME", "LOCALAPPDATA"}, "/.cache"),
-        .config_folder = folder({"XDG_CONFIG_HOME", "APPDATA"}, "/.config")};
+        .config_folder = folder({"XDG_CONFIG_HOME", "APPDATA"}, "/.config"),
+        .state_folder = folder({"XDG_STATE_HOME", "LOCALAPPDATA"}, "/.local/state"),
+        .edits_lines = true};
     return run_application({argv + 1, argv + argc}, surroundings);
 }

@@ -1,6 +1,8 @@
 #include "arguments.h"
 #include "command.h"
 #include "report.h"
+#include "shell_completion.h"
+#include "shell_history.h"
 #include "table.h"
 #include "terminal.h"
 #include "words.h"
@@ -33,8 +35,7 @@ Failure wrong_usage(const CLI::ParseError &error) {
 /// Reads commands and carries them out in one session until the user leaves.
 class Shell {
 public:
-    Shell(Session &session, const Options &options, const Surroundings &surroundings)
-        : session_(session), options_(options), surroundings_(surroundings) {}
+    Shell(Session &session, const Options &options, const Surroundings &surroundings);
 
     void run();
 
@@ -42,6 +43,8 @@ private:
     using Action = std::function<void()>;
 
     bool next_line(Secret &line);
+    bool edit_line(Secret &line);
+    Completion complete(std::string_view line);
     void carry_out(std::string_view line);
     void add_commands(CLI::App &app, Options &options, Action &chosen);
     void after(const Failure &failure);
@@ -52,10 +55,30 @@ private:
     Session &session_;
     const Options &options_; ///< with which every command begins
     const Surroundings &surroundings_;
+    const ShellHistory history_;
+    const std::unique_ptr<LineEditor> editor_; ///< null when the console reads lines in its own way
     bool open_ = true;
     bool logs_out_ = true; ///< at the end, unless a command needs the broker session
     ExitStatus last_failure_ = ExitStatus::ok;
 };
+
+constexpr const char *prompt = "kavro-broker> ";
+
+Shell::Shell(Session &session, const Options &options, const Surroundings &surroundings)
+    : session_(session),
+      options_(options),
+      surroundings_(surroundings),
+      history_(surroundings.state_folder),
+      editor_(interactive() && surroundings.edits_lines
+                  ? open_line_editor(surroundings.interruption,
+                                     [this](std::string_view line) { return complete(line); })
+                  : nullptr) {
+    if (editor_)
+        failure_of([&] {
+            std::ranges::for_each(history_.lines(),
+                                  [&](const auto &line) { editor_->remember(line); });
+        });
+}
 
 void Shell::run() {
     Secret line;
@@ -73,12 +96,36 @@ bool Shell::next_line(Secret &line) {
     if (!interactive())
         return read_line(surroundings_.script.value_or(0), line, surroundings_.interruption);
     try {
-        return surroundings_.console->ask("kavro-broker> ", line, Console::Echo::on);
+        return editor_ ? edit_line(line)
+                       : surroundings_.console->ask(prompt, line, Console::Echo::on);
     } catch (const Failure &failure) {
         after(failure);
         line.clear();
         return true;
     }
+}
+
+/// A history that cannot be written is no reason to stop.
+bool Shell::edit_line(Secret &line) {
+    if (!editor_->read(prompt, line))
+        return false;
+    const std::string typed(line.view());
+    editor_->remember(typed);
+    failure_of([&] { history_.add(typed); });
+    return true;
+}
+
+/// Nothing where the line cannot be understood, or the desktops cannot be listed.
+Completion Shell::complete(std::string_view line) {
+    Completion completion{};
+    failure_of([&] {
+        CLI::App app;
+        Options options;
+        Action chosen;
+        add_commands(app, options, chosen);
+        completion = kavro_cli::complete(line, app, [this] { return session_.desktops(); });
+    });
+    return completion;
 }
 
 void Shell::carry_out(std::string_view line) {

@@ -23,7 +23,9 @@ struct Surroundings {
     std::optional<int> script = {}; ///< has the commands of a shell, when nobody types them
     std::string login_name = {};    ///< offered as the user name
     std::string cache_folder = {};  ///< for the table of registration codes; empty for none
-    std::string config_folder = {}; ///< for the file of known brokers; empty for none
+    std::string config_folder = {}; ///< for profiles and known brokers; empty for none
+    std::string state_folder = {};  ///< for what was typed into shells; empty for none
+    bool edits_lines = false;       ///< on the console
 
     /// Between two questions for a desktop that is being prepared.
     std::chrono::milliseconds retry_pause = std::chrono::seconds(3);
