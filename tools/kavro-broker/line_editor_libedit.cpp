@@ -47,7 +47,8 @@ public:
         el_set(editor_.get(), EL_EDITOR, "emacs");
         el_set(editor_.get(), EL_HIST, history, history_.get());
         el_set(editor_.get(), EL_GETCFN, &get_character);
-        el_set(editor_.get(), EL_ADDFN, "complete", "Complete a word", &complete_word);
+        // Copies of narrow names would never be freed.
+        el_wset(editor_.get(), EL_ADDFN, L"complete", L"Complete a word", &complete_word);
         el_set(editor_.get(), EL_BIND, "^I", "complete", nullptr);
         el_source(editor_.get(), nullptr); // the user's own keys
     }
@@ -90,6 +91,7 @@ private:
         auto &own = self(editor);
         try {
             std::mbstate_t state{};
+            *character = L'?'; // unless the bytes are a character
             for (char byte = 0; read_character(fileno(own.input_.get()), byte, own.interruption_);)
                 if (std::mbrtowc(character, &byte, 1, &state) != static_cast<std::size_t>(-2))
                     return 1;
