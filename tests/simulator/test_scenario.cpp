@@ -27,8 +27,8 @@ TEST(Scenario, ErrorsNameTheKey) {
          "faults[0].request: is no request of the protocol"},
         {R"({"desktops": [{"name": "n", "id": "i", "allocation": {"provisioned": true}}]})",
          "scenario: an allocation is provisioned, but there is no provisioning server"},
-        {R"({"faults": [{"stage": "accept", "ending": "reset"}]})",
-         "faults[0]: at the stage \"accept\" the ending must be \"stall\""},
+        {R"({"faults": [{"stage": "accept", "ending": "fin"}]})",
+         "faults[0]: at the stage \"accept\" the ending must be \"stall\" or \"reset\""},
         {R"({"faults": [{"stage": "handshake", "request": "hello"}]})",
          "faults[0]: the request is not known before the stage \"response\""},
     };

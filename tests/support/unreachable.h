@@ -25,8 +25,8 @@ private:
 class FullBacklog {
 public:
     FullBacklog() {
-        server_.start({}, [] { return true; });
-        server_.reconsider_refusing();
+        server_.start({}, [] { return broker_sim::Door::mute; });
+        server_.mind_the_door();
     }
 
     tcp::endpoint endpoint() const { return server_.endpoint(); }

@@ -46,11 +46,11 @@ void reset(Socket &socket) {
 }
 
 ConnectionServer::ConnectionServer(const std::string &address, std::uint16_t port)
-    : acceptor_(listen(io_, address, port)) {}
+    : acceptor_(listen(io_, address, port)), endpoint_(acceptor_.local_endpoint()) {}
 
-void ConnectionServer::start(Serve serve, Refuse refuse) {
+void ConnectionServer::start(Serve serve, LookAtDoor look) {
     serve_ = std::move(serve);
-    refuse_ = std::move(refuse);
+    look_ = std::move(look);
     asio::co_spawn(io_, accept_all(), asio::detached);
     thread_ = std::thread([this] { io_.run(); });
 }
@@ -61,10 +61,10 @@ ConnectionServer::~ConnectionServer() {
         thread_.join();
 }
 
-void ConnectionServer::reconsider_refusing() {
+void ConnectionServer::mind_the_door() {
     std::promise<void> settled;
     asio::post(io_, [&] {
-        close_the_door_if_refusing();
+        close_unless_open();
         settled.set_value();
     });
     settled.get_future().wait();
@@ -72,9 +72,12 @@ void ConnectionServer::reconsider_refusing() {
 
 /// With no room in the queue of connections that wait to be accepted, and one in it that is never
 /// accepted, the kernel ignores whoever else would connect.
-void ConnectionServer::close_the_door_if_refusing() {
-    if (!refuse_ || !refuse_() || door_stop_.is_open())
+void ConnectionServer::close_unless_open() {
+    const Door door = look_ ? look_() : Door::open;
+    if (door == Door::open || is_closed())
         return;
+    if (door == Door::closed)
+        return acceptor_.close();
     acceptor_.cancel();
     acceptor_.listen(0);
     door_stop_.connect(endpoint());
@@ -82,8 +85,8 @@ void ConnectionServer::close_the_door_if_refusing() {
 
 awaitable<void> ConnectionServer::accept_all() {
     for (;;) {
-        close_the_door_if_refusing();
-        if (door_stop_.is_open())
+        close_unless_open();
+        if (is_closed())
             co_await stall();
         boost::system::error_code error;
         Socket socket = co_await acceptor_.async_accept(asio::redirect_error(use_awaitable, error));

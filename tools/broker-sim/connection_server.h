@@ -21,11 +21,14 @@ boost::asio::awaitable<void> stall();
 /// Ends a connection with a reset.
 void reset(Socket &socket);
 
+/// What becomes of those who knock: let in, left without an answer, or refused.
+enum class Door { open, mute, closed };
+
 /// Takes TCP connections: one thread, any number of them, each served by a coroutine.
 class ConnectionServer {
 public:
     using Serve = std::function<boost::asio::awaitable<void>(Socket)>;
-    using Refuse = std::function<bool()>;
+    using LookAtDoor = std::function<Door()>;
 
     /// Listens, but serves nobody before start(). The text of what it throws names the address and
     /// the port; port 0 is a free one.
@@ -33,24 +36,26 @@ public:
     /// Ends every connection, whatever it waits for.
     ~ConnectionServer();
 
-    /// Both are called on the server's thread. From the moment on that `refuse` says so, which is
-    /// asked before each connection, nobody gets through any more.
-    void start(Serve serve, Refuse refuse = {});
+    /// Both are called on the server's thread. Once the door, which is looked at before each
+    /// connection, is not open, nobody gets through any more.
+    void start(Serve serve, LookAtDoor look = {});
 
-    boost::asio::ip::tcp::endpoint endpoint() const { return acceptor_.local_endpoint(); }
+    boost::asio::ip::tcp::endpoint endpoint() const { return endpoint_; }
 
-    /// Asks again whether to refuse; returns when that is settled.
-    void reconsider_refusing();
+    /// Looks at the door again; returns when that is settled.
+    void mind_the_door();
 
 private:
     boost::asio::awaitable<void> accept_all();
-    void close_the_door_if_refusing();
+    void close_unless_open();
+    bool is_closed() const { return door_stop_.is_open() || !acceptor_.is_open(); }
 
     boost::asio::io_context io_{1};
     boost::asio::ip::tcp::acceptor acceptor_;
+    const boost::asio::ip::tcp::endpoint endpoint_;
     Socket door_stop_{io_}; ///< fills the queue of connections not accepted yet
     Serve serve_;
-    Refuse refuse_;
+    LookAtDoor look_;
     std::thread thread_;
 };
 

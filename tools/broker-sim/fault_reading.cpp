@@ -57,8 +57,8 @@ void read(const JsonNode &node, Fault &out) {
                       {"status_line", into(out.status_line)},
                       {"bad_xml", into(out.bad_xml)}},
                      match_members(out.match));
-    if (out.stage == Stage::accept && out.ending != Ending::stall)
-        node.fail("at the stage \"accept\" the ending must be \"stall\"");
+    if (out.stage == Stage::accept && out.ending != Ending::stall && out.ending != Ending::reset)
+        node.fail("at the stage \"accept\" the ending must be \"stall\" or \"reset\"");
     if (out.stage != Stage::response && !out.match.request.empty())
         node.fail("the request is not known before the stage \"response\"");
 }

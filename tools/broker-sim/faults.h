@@ -28,7 +28,7 @@ struct Match {
 };
 
 enum class Stage {
-    accept,    ///< the TCP connect never completes; only for a stall, which lasts to the end
+    accept,    ///< TCP connects never complete (stall) or are refused (reset), to the end
     handshake, ///< after TCP accept, before the first byte of TLS
     response,  ///< at byte `at_byte` of the HTTP response
 };

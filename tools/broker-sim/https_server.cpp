@@ -137,7 +137,7 @@ HttpsServer::HttpsServer(const std::string &address, const Listener &listener,
 
 void HttpsServer::start() {
     connections_.start([this](Socket socket) { return serve(std::move(socket)); },
-                       [this] { return service_.refuses_to_accept(); });
+                       [this] { return service_.door(); });
 }
 
 awaitable<void> HttpsServer::serve(Socket socket) {

@@ -27,7 +27,7 @@ public:
         std::optional<boost::asio::ip::tcp::endpoint> tunnel{}; ///< where the connection then leads
     };
 
-    virtual bool refuses_to_accept() = 0; ///< asked before each TCP accept
+    virtual Door door() = 0; ///< looked at before each TCP accept
     virtual Connection accept() = 0;
     virtual Reply answer(unsigned connection, const HttpRequest &request) = 0;
     virtual void sent(std::uint64_t number) = 0; ///< all of the reply of that number
@@ -48,8 +48,7 @@ public:
 
     boost::asio::ip::tcp::endpoint endpoint() const { return connections_.endpoint(); }
 
-    /// Has the service asked again whether it accepts; returns when that is settled.
-    void reconsider_accepting() { connections_.reconsider_refusing(); }
+    void mind_the_door() { connections_.mind_the_door(); }
 
 private:
     boost::asio::awaitable<void> serve(Socket socket);

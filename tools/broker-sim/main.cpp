@@ -1,6 +1,7 @@
 #include "broker_sim.h"
 #include "demo_scenario.h"
 #include "manual.h"
+#include "replay_reading.h"
 #include "status_server.h"
 
 #include <CLI/CLI.hpp>
@@ -32,6 +33,19 @@ constexpr const char *scenario_help = R"(A scenario is one JSON file; every sect
 docs/simulator.md has every key. --print-demo shows the scenario that is played without --scenario.
 )";
 
+broker_sim::Scenario recorded(const std::string &file, bool fast) {
+    auto scenario = broker_sim::read_replay(file);
+    if (fast)
+        for (auto &exchange : scenario.replay->exchanges)
+            exchange.fault.delay = {};
+    scenario.replay->astray = [](std::string_view request, std::string_view expected) {
+        std::cerr << "kavro-broker-sim: the client goes another way: it sends "
+                  << (request.empty() ? "no message" : request) << ", and "
+                  << (expected.empty() ? "nothing more" : expected) << " is expected" << std::endl;
+    };
+    return scenario;
+}
+
 void wait_for_signal() {
     boost::asio::io_context io;
     boost::asio::signal_set signals(io, SIGINT, SIGTERM);
@@ -46,14 +60,21 @@ int main(int argc, char **argv) {
     app.footer(scenario_help);
     manual::add_manual_options(app);
     app.set_version_flag("-V,--version", "kavro-broker-sim " KAVRO_SIM_VERSION);
-    std::string scenario_file, scenario_to_check, address, ca_file, cache_folder;
+    std::string scenario_file, replay_file, scenario_to_check, address, ca_file, cache_folder;
     std::uint16_t port = 0, status_port = 0;
-    bool print_demo = false;
+    bool print_demo = false, fast = false;
     app.add_option("--scenario", scenario_file, "What to play (default: the demonstration)")
         ->type_name("FILE");
     app.add_option("--check", scenario_to_check,
                    "Only tell whether this scenario can be played, and which key is wrong")
         ->type_name("FILE");
+    auto *const replay_option =
+        app.add_option("--replay", replay_file,
+                       "Play the broker's side of what kavro-broker --record wrote, or of a "
+                       "client's log of level debug")
+            ->type_name("FILE")
+            ->excludes("--scenario");
+    app.add_flag("--fast", fast, "Play it without its delays")->needs(replay_option);
     app.add_option("--address", address, "Address to listen on, instead of the scenario's")
         ->type_name("ADDRESS");
     const auto *port_option =
@@ -81,8 +102,9 @@ int main(int argc, char **argv) {
             broker_sim::Scenario::load(scenario_to_check);
             return 0;
         }
-        auto scenario = scenario_file.empty() ? broker_sim::Scenario::demo()
-                                              : broker_sim::Scenario::load(scenario_file);
+        auto scenario = !replay_file.empty()    ? recorded(replay_file, fast)
+                        : scenario_file.empty() ? broker_sim::Scenario::demo()
+                                                : broker_sim::Scenario::load(scenario_file);
         if (!address.empty())
             scenario.address = address;
         if (*port_option)
@@ -91,7 +113,9 @@ int main(int argc, char **argv) {
         auto ports = simulator.ports();
         std::optional<broker_sim::StatusServer> status_server;
         if (*status_option) {
-            simulator.watch(scenario_file.empty() ? "demonstration" : scenario_file);
+            simulator.watch(!replay_file.empty()    ? replay_file
+                            : scenario_file.empty() ? "demonstration"
+                                                    : scenario_file);
             status_server.emplace(status_port, [&] { return simulator.status(); });
             ports["status"] = status_server->port();
         }

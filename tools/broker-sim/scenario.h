@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,7 +47,7 @@ enum class Issuer {
 };
 
 struct Tls {
-    std::string max_version{"1.3"}; ///< "1.2" or "1.3"
+    std::string max_version{"1.3"}; ///< "1.2" or "1.3"; with "1.1" there is no common one
     std::string key{"rsa-2048"};    ///< "rsa-BITS" or "ec-p256"
     std::vector<std::string> names{};
     bool automatic_names = true; ///< localhost, the listen address, 127.0.0.1 and ::1
@@ -208,6 +209,21 @@ struct Desktop {
 /// digits.
 std::vector<Desktop> generate_desktops(const Desktop &model, std::size_t count);
 
+/// One exchange of a conversation that was recorded.
+struct RecordedExchange {
+    std::string request{}; ///< empty for a connection that came to none
+    unsigned status = 200; ///< of HTTP
+    std::string body{};
+    Fault fault{};
+};
+
+/// What is said instead of all that the broker would say.
+struct Replay {
+    std::vector<RecordedExchange> exchanges{}; ///< in their order
+    /// Told the request of a client on another way, and the one that was expected.
+    std::function<void(std::string_view request, std::string_view expected)> astray{};
+};
+
 /// All that the simulator plays. A default-made one is a broker without authentication or desktops.
 struct Scenario {
     std::string address{"127.0.0.1"};
@@ -230,6 +246,7 @@ struct Scenario {
     std::optional<Registration> registration{};
     std::optional<Provisioning> provisioning{};
     std::optional<Proxy> proxy{};
+    std::optional<Replay> replay{};
 
     /// Both throw ScenarioError.
     static Scenario parse(std::string_view json);

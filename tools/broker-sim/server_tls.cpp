@@ -36,8 +36,9 @@ boost::asio::ssl::context server_tls(const Tls &tls, const Identity &identity) {
     SSL_CTX *const handle = server.native_handle();
     SSL_CTX_set_security_level(handle, 0); // weak keys are for the client to refuse
     SSL_CTX_set_min_proto_version(handle, TLS1_2_VERSION);
-    SSL_CTX_set_max_proto_version(handle,
-                                  tls.max_version == "1.2" ? TLS1_2_VERSION : TLS1_3_VERSION);
+    SSL_CTX_set_max_proto_version(handle, tls.max_version == "1.1"   ? TLS1_1_VERSION
+                                          : tls.max_version == "1.2" ? TLS1_2_VERSION
+                                                                     : TLS1_3_VERSION);
     SSL_CTX_use_certificate(handle, identity.certificate.get());
     SSL_CTX_use_PrivateKey(handle, identity.key.get());
     if (tls.demand_client_certificate) {

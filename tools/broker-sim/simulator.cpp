@@ -2,6 +2,7 @@
 #include "https_server.h"
 #include "masked_request.h"
 #include "pages.h"
+#include "player.h"
 #include "proxy_log_in.h"
 #include "rule_list.h"
 #include "server_tls.h"
@@ -64,8 +65,12 @@ public:
           overrides(broker.scenario().overrides) {
         open_servers();
         tell_where_they_are();
+        if (auto &replay = broker.state().scenario.replay)
+            player.emplace(std::move(*replay), broker.state().provisioner);
         for (auto &[name, desk] : desks)
             desk.server.start();
+        for (auto &[name, desk] : desks)
+            desk.server.mind_the_door();
     }
 
     /// One of the servers: it counts, records and spoils what goes over its connections.
@@ -77,9 +82,12 @@ public:
               server(impl.broker.scenario().address, listener, server_tls(listener.tls, identity),
                      impl.proxy_of(name), *this) {}
 
-        bool refuses_to_accept() override {
+        Door door() override {
             const std::lock_guard lock(impl.mutex);
-            return impl.fault_at(Stage::accept, {name, connections + 1}).ending == Ending::stall;
+            const Ending ending = impl.fault_at(Stage::accept, {name, connections + 1}).ending;
+            return ending == Ending::none    ? Door::open
+                   : ending == Ending::stall ? Door::mute
+                                             : Door::closed;
         }
 
         Connection accept() override {
@@ -89,7 +97,9 @@ public:
             const Event event{name, connections};
             if (impl.board)
                 impl.board->connected(event);
-            const Fault fault = impl.fault_at(Stage::handshake, event);
+            const Fault fault = impl.player && name == server_name::broker
+                                    ? impl.player->before_tls()
+                                    : impl.fault_at(Stage::handshake, event);
             if (impl.board && fault.stage == Stage::handshake)
                 impl.board->add(event, "", fault);
             return {connections, fault};
@@ -103,7 +113,8 @@ public:
             impl.changed.notify_all();
             const Event event{name, connection, visit.kind};
             Reply reply =
-                name == server_name::direct_host
+                impl.player ? impl.player->answer(visit.kind)
+                : name == server_name::direct_host
                     ? Reply{.fault = {.ending = Ending::stall}}
                     : Reply{impl.answer_to(visit, event), impl.fault_at(Stage::response, event)};
             if (name == server_name::proxy)
@@ -138,6 +149,7 @@ public:
     Broker broker;
     RuleList<Fault> faults;
     RuleList<Override> overrides;
+    std::optional<Player> player; ///< in the broker's place
     std::vector<RecordedRequest> requests;
     std::optional<StatusBoard> board;       ///< once somebody watches
     std::map<std::string_view, Desk> desks; ///< by their names; the last for the same reason
@@ -299,7 +311,7 @@ void Simulator::inject(Fault fault) {
     }
     if (at_accept)
         for (auto &[name, desk] : impl_->desks)
-            desk.server.reconsider_accepting();
+            desk.server.mind_the_door();
 }
 
 void Simulator::set_override(Override answer) {

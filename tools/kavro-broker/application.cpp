@@ -5,6 +5,7 @@
 #include "command_line.h"
 #include "log_sink.h"
 #include "login.h"
+#include "recording.h"
 #include "report.h"
 
 #include <algorithm>
@@ -104,16 +105,32 @@ std::optional<int> read(CommandLine &line, const std::function<void()> &parse,
     }
 }
 
-int run(const Command &command, const Options &options, const Surroundings &surroundings) {
-    if (options.insecure)
-        warn("the broker's certificate is not checked; whoever answers gets your password.",
-             surroundings);
+/// The exit status of what is done.
+int status_of(const std::function<void()> &work, const Options &options,
+              const Surroundings &surroundings) {
     try {
-        const auto failure = failure_of([&] { carry_out(command, options, surroundings); });
+        const auto failure = failure_of(work);
         return failure ? told(*failure, options, surroundings) : static_cast<int>(ExitStatus::ok);
     } catch (const Told &end) {
         return static_cast<int>(end.status);
     }
+}
+
+int run(const Command &command, const Options &options, Surroundings surroundings) {
+    if (options.insecure)
+        warn("the broker's certificate is not checked; whoever answers gets your password.",
+             surroundings);
+    std::optional<Recording> recording;
+    const auto carry_out_recorded = [&] {
+        if (options.record_file)
+            surroundings.recording = &recording.emplace(*options.record_file, command.name);
+        carry_out(command, options, surroundings);
+    };
+    const int status = status_of(carry_out_recorded, options, surroundings);
+    if (!recording || recording->command_ended(status))
+        return status;
+    warn("the recording is not whole: it could not be written.", surroundings);
+    return static_cast<int>(ExitStatus::usage);
 }
 
 } // namespace

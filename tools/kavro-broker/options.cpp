@@ -224,6 +224,10 @@ void add_output_options(CLI::App &app, Options &options) {
     for (int32_t level = 0; level <= KAVRO_BROKER_LOG_VERBOSE; ++level)
         levels.emplace_back(std::to_string(level), level);
     add_words(app, "--log-level", options.log_level, levels, "Log to standard error");
+    app.add_option("--record", options.record_file,
+                   "Write what passes between the broker and this program into this file, without "
+                   "secrets; kavro-broker-sim --replay plays it")
+        ->type_name("FILE");
 }
 
 CLI::Option *add_address_options(CLI::App &app, const char *name, const char *description,

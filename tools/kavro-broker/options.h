@@ -62,6 +62,7 @@ struct Options {
     Form form = Form::text;
     Colouring colouring = Colouring::automatic;
     int32_t log_level = 0;
+    std::optional<std::string> record_file;
 
     std::string desktop; ///< id or name, as typed
     Variables agent_variables;

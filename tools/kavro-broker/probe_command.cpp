@@ -1,6 +1,7 @@
 #include "command.h"
 #include "display_text.h"
 #include "probe.h"
+#include "recording.h"
 #include "registration_table.h"
 #include "report.h"
 
@@ -41,6 +42,8 @@ Finding find(const Options &options, const Surroundings &surroundings) {
     const auto found = wait_for("Waiting for somebody to answer", surroundings, [&] {
         return finder.find_type_extended(asked, options.broker_port);
     });
+    if (surroundings.recording != nullptr)
+        surroundings.recording->request_ended("");
     const auto *kind = std::ranges::find(kinds, found.type, &Kind::type);
     if (kind == std::end(kinds))
         throw Failure(KAVRO_BROKER_ERR_NO_BROKER_FOUND);

@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include "display_text.h"
+#include "recording.h"
 #include "registration_table.h"
 #include "user_locale.h"
 
@@ -230,6 +231,14 @@ Connection Session::connect(const std::string &desktop_id, const Variables &agen
 void Session::log_out() {
     if (!surroundings_.interruption.raised())
         failure_of([&] { request("end the session", [&] { broker_.clear_session(); }); });
+}
+
+void Session::record_request() const {
+    if (surroundings_.recording == nullptr)
+        return;
+    std::string report; // there is none of a call that came to no request
+    failure_of([&] { report = request_report(); });
+    surroundings_.recording->request_ended(report);
 }
 
 Failure Session::failure(const kavro_broker::error &error) const {

@@ -77,10 +77,18 @@ private:
     void check_pin() const;
     void tell_what_the_code_stands_for();
     Failure failure(const kavro_broker::error &error) const;
+    void record_request() const;
+
+    /// Has a request recorded that ends with its life, however that is.
+    struct Recorded {
+        ~Recorded() { session.record_request(); }
+        const Session &session;
+    };
 
     /// `deed` is what the broker is waited for to do, as "list the desktops".
     template <class Call>
     auto request(const char *deed, Call call) const {
+        const Recorded recorded{*this};
         try {
             return wait_for(fmt::format("Waiting for {} to {}", place_, deed), surroundings_, call);
         } catch (const kavro_broker::error &error) {

@@ -11,6 +11,8 @@
 
 namespace kavro_cli {
 
+class Recording;
+
 /// What a command has to do with besides the broker.
 struct Surroundings {
     std::ostream &out; ///< results, and nothing else
@@ -26,6 +28,7 @@ struct Surroundings {
     std::string config_folder = {}; ///< for profiles and known brokers; empty for none
     std::string state_folder = {};  ///< for what was typed into shells; empty for none
     bool edits_lines = false;       ///< on the console
+    Recording *recording = nullptr; ///< of what passes, if there is one
 
     /// Between two questions for a desktop that is being prepared.
     std::chrono::milliseconds retry_pause = std::chrono::seconds(3);
