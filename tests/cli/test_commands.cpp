@@ -338,6 +338,7 @@ TEST(BrokerAddress, is_split_into_host_and_port) {
         {"[::1]", "::1|"},
         {"[::1]:443", "::1|443"},
         {"2001:db8::1", "2001:db8::1|"},
+        {"https://broker.example/", "broker.example|"},
     };
     std::string host, port;
     for (const auto &[text, parts] : cases) {

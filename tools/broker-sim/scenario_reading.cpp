@@ -20,7 +20,7 @@ bool is_version(std::string_view text) {
 }
 
 bool is_tls_version(std::string_view text) {
-    return text == "1.2" || text == "1.3";
+    return text == "1.1" || text == "1.2" || text == "1.3";
 }
 
 bool is_key_kind(std::string_view text) {
@@ -60,7 +60,8 @@ void read(const JsonNode &node, Tls &out) {
         {"ca", Issuer::ca}, {"self", Issuer::self}, {"stranger", Issuer::stranger}};
     static constexpr Word<bool> client_certificates[] = {{"none", false}, {"required", true}};
     node.read_object({
-        {"max_version", checked(is_tls_version, "must be \"1.2\" or \"1.3\"", out.max_version)},
+        {"max_version",
+         checked(is_tls_version, "must be \"1.1\", \"1.2\" or \"1.3\"", out.max_version)},
         {"key", checked(is_key_kind, "must be \"ec-p256\" or \"rsa-BITS\"", out.key)},
         {"names", into(out.names)},
         {"automatic_names", into(out.automatic_names)},

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <ostream>
 
 namespace kavro_cli {
@@ -27,6 +28,7 @@ bool may_be_another_kind(const Failure &result, const Json &report) {
 }
 
 Evidence examine(Session &session, const Options &options, const Surroundings &surroundings) {
+    const auto &limits = options.time_limits;
     Evidence evidence{
         options.broker_host + options.registration_code, Failure(KAVRO_BROKER_OK), {}};
     try {
@@ -40,7 +42,9 @@ Evidence examine(Session &session, const Options &options, const Surroundings &s
     evidence.environment_names_proxy = environment_names_proxy();
     evidence.report = Json::parse(session.request_report());
     if (may_be_another_kind(evidence.result, evidence.report))
-        evidence.kind = find_kind(options, surroundings);
+        evidence.kind =
+            find_kind(options, surroundings,
+                      std::chrono::milliseconds(limits[KAVRO_BROKER_LIMIT_REQUEST].value()));
     return evidence;
 }
 
@@ -108,12 +112,36 @@ void print_steps(const Evidence &evidence, std::ostream &out) {
     print("Result", fmt::format("{} {}", *evidence.result.code, evidence.result.name));
 }
 
+/// Two ports to connect to, an answer and who else it may be: all of it takes 15 seconds at most.
+constexpr uint32_t patience_milliseconds = 3500;
+
 /// Whatever answers, nobody's name or password is told.
-void leave_out_log_in(CLI::App &app, Options &options) {
-    app.parse_complete_callback([&proxy = options.proxy] {
+void adapt(CLI::App &app, Options &options) {
+    app.parse_complete_callback([&proxy = options.proxy, &limits = options.time_limits] {
         proxy = {.proxy = proxy.proxy, .user = {}, .password = {}};
         forget_log_in_of_environment();
+        for (const auto limit : {KAVRO_BROKER_LIMIT_CONNECT, KAVRO_BROKER_LIMIT_REQUEST})
+            limits[limit] = limits[limit].value_or(patience_milliseconds);
     });
+}
+
+/// The steps behind the one in which the conversation ended.
+std::string not_looked_at(const Json &connection) {
+    static constexpr std::pair<const char *, const char *> rests[] = {
+        {"prepare", "the name, the connection, TLS, the certificate, the broker's answer and "},
+        {"resolve", "the connection, TLS, the certificate, the broker's answer and "},
+        {"connect", "TLS, the certificate, the broker's answer and "},
+        {"proxy", "TLS, the certificate, the broker's answer and "},
+        {"handshake", "the certificate, the broker's answer and "},
+    };
+    const std::string reached = connection.value("reached", "prepare");
+    const auto *rest =
+        std::ranges::find(rests, reached, &std::pair<const char *, const char *>::first);
+    const bool judged = !connection.empty() && !connection["certificates"].empty();
+    const bool answered = rest == std::end(rests);
+    return fmt::format("Not looked at: {}the log-in.", answered ? ""
+                                                       : judged ? "the broker's answer and "
+                                                                : rest->second);
 }
 
 void run(Session &session, const Options &options, const Surroundings &surroundings) {
@@ -137,6 +165,8 @@ void run(Session &session, const Options &options, const Surroundings &surroundi
             surroundings.out << word_wrapped(diagnosis.advice, text_width) << '\n';
         surroundings.out << '\n';
         print_steps(evidence, surroundings.out);
+        surroundings.out << '\n'
+                         << word_wrapped(not_looked_at(evidence.connection()), text_width) << '\n';
     }
     if (evidence.result.status != ExitStatus::ok)
         throw Told{evidence.result.status};
@@ -153,11 +183,11 @@ constexpr Command diagnose_command{
         "looks for other kinds there, as probe does, unless the host is not trusted. It tells\n"
         "nobody a name or a password and shows no ticket, a proxy neither. The object of --json\n"
         "holds the library's report and nothing secret, so that it can be sent to an\n"
-        "administrator.\n\n"
+        "administrator. It takes 15 seconds at most, unless the time limits are longer.\n\n"
         "Examples:\n"
         "  kavro-broker diagnose --broker broker.example\n"
         "  kavro-broker diagnose --broker broker.example:8443 --trust-anchor company-ca.pem --json",
-    .add_options = leave_out_log_in,
+    .add_options = adapt,
     .run = run,
     .only_looks = true,
 };

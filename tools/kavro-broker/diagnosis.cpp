@@ -72,20 +72,20 @@ constexpr Finding findings[] = {
      "A port is a number from 1 to 65535. Brokers listen on 443 or 60443 unless they were set up "
      "otherwise.",
      ExitStatus::usage},
-    {"unusable-proxy",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "prepare"},
      "The proxy that this machine is set to cannot be used.",
      "Correct the setting (on Linux https_proxy, as http://proxy.example:3128), or give a proxy "
      "with --proxy."},
-    {"proxy-unreachable",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "resolve"},
      "The name of the proxy {2} has no address.",
      check_proxy},
-    {"proxy-unreachable",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .reached = "connect"},
      "The proxy {2} cannot be reached.",
      check_proxy},
-    {"proxy-unreachable",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_TIMEOUT, .reached = "connect", .proxied = true},
      "The proxy {2} cannot be reached.",
      check_proxy},
@@ -105,35 +105,35 @@ constexpr Finding findings[] = {
      "The proxy {2} wants a log-in.",
      "Give the other commands --proxy-user and --proxy-password-fd. This one tells nobody a name "
      "or a password, and so it cannot look behind the proxy."},
-    {"proxy-forbids",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 400, .last_status = 499},
      proxy_forbids,
      ask_for_a_way},
-    {"proxy-forbids",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 2, .last_status = 2},
      proxy_forbids,
      ask_for_a_way},
-    {"proxy-finds-none",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 500, .last_status = 510},
      proxy_finds_none,
      try_without_proxy},
-    {"proxy-finds-none",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .first_status = 1, .last_status = 6},
      proxy_finds_none,
      try_without_proxy},
-    {"no-proxy",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "mangled"},
      no_such_proxy,
      check_kind},
-    {"no-proxy",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "SOCKS 5"},
      no_such_proxy,
      check_kind},
-    {"no-proxy",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "cannot be used"},
      no_such_proxy,
      check_kind},
-    {"proxy-closed",
+    {"proxy-failed",
      {.result = KAVRO_BROKER_ERR_PROXY_FAILED, .error = "ended the connection"},
      "The proxy {2} ends the connection without an answer.",
      check_kind},
@@ -146,7 +146,7 @@ constexpr Finding findings[] = {
      {.result = KAVRO_BROKER_ERR_CERTIFICATE_FAILED, .reached = "proxy"},
      "The proxy {2} shows a certificate that is rejected.",
      "Use the name that the proxy was set up for, and show the report to its administrator."},
-    {"proxy-unused",
+    {"unused-proxy",
      {.proxy_unused = true},
      "{0}, port {1}, cannot be reached directly, and the proxy in HTTPS_PROXY was not used.",
      "Give that proxy with --proxy, or --proxy system, and check no_proxy. If the broker is in "
@@ -265,6 +265,10 @@ constexpr Finding findings[] = {
      "The network wants a log-in before it lets anybody through to {0}.",
      "Open a web page in a browser, log in there, and try again.",
      ExitStatus::unreachable},
+    {"proxy-failed",
+     {.result = KAVRO_BROKER_ERR_PROXY_FAILED},
+     "The proxy {2} does not lead to {0}, port {1}.",
+     check_proxy},
     {"redirected",
      {.first_status = 300, .last_status = 399},
      "{0}, port {1}, sends its callers to another place.",
@@ -305,7 +309,8 @@ constexpr Finding findings[] = {
 };
 
 std::string text_at(const Json &object, const char *key) {
-    return object.is_object() && object[key].is_string() ? object[key].get<std::string>() : "";
+    const Json text = object.is_object() ? object.value(key, Json()) : Json();
+    return text.is_string() ? text.get<std::string>() : "";
 }
 
 bool is_proxied(const Json &connection) {
@@ -325,9 +330,9 @@ bool is_usable_port(const std::string &text) {
 
 bool has_verdict(const Json &connection, uint32_t wanted) {
     return connection.is_object() &&
-           std::ranges::any_of(connection["certificates"], [wanted](const Json &certificate) {
-               return certificate["code"] == wanted;
-           });
+           std::ranges::any_of(
+               connection.value("certificates", Json::array()),
+               [wanted](const Json &certificate) { return certificate["code"] == wanted; });
 }
 
 /// Of HTTP, or of the proxy while that has not consented.

@@ -153,6 +153,17 @@ void add_client_certificate_options(CLI::App &app, ClientCertificateOptions &cer
 } // namespace
 
 bool split_broker_address(const std::string &text, std::string &host, std::string &port) {
+    static constexpr std::string_view scheme = "https://";
+    if (text.starts_with(scheme)) {
+        const auto end = text.find_last_not_of('/') + 1;
+        return end > scheme.size() &&
+               split_broker_address(text.substr(scheme.size(), end - scheme.size()), host, port);
+    }
+    if (text.find('/') != std::string::npos) { // the library says what is wrong with it
+        host = text;
+        port.clear();
+        return true;
+    }
     std::string rest;
     if (text.starts_with('[')) {
         const auto end = text.find(']');

@@ -78,8 +78,8 @@ struct Options {
     bool json() const { return form == Form::json; }
 };
 
-/// Takes "HOST", "HOST:PORT", "[IPV6]", "[IPV6]:PORT" or a bare IPv6 address apart. False when it
-/// is none of these.
+/// Takes "HOST", "HOST:PORT", "[IPV6]", "[IPV6]:PORT" or a bare IPv6 address apart, all with
+/// "https://" as well. False when it is none of these.
 bool split_broker_address(const std::string &text, std::string &host, std::string &port);
 
 /// Where the broker is: the option or operand `name`, or a registration code in its place.

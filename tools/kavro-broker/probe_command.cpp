@@ -8,6 +8,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
 
 namespace kavro_cli {
 namespace {
@@ -32,13 +36,28 @@ struct Finding {
     std::string address, port;
 };
 
-Finding find(const Options &options, const Surroundings &surroundings) {
+using Time = std::optional<std::chrono::milliseconds>;
+
+/// Does something when the time is over, unless it is gone by then itself.
+std::jthread in_time(Time time, std::function<void()> end) {
+    return std::jthread([time, end = std::move(end)](const std::stop_token &gone) {
+        std::mutex mutex;
+        std::unique_lock lock(mutex);
+        if (time &&
+            !std::condition_variable_any().wait_for(lock, gone, *time, [] { return false; }) &&
+            !gone.stop_requested())
+            end();
+    });
+}
+
+Finding find(const Options &options, const Surroundings &surroundings, Time time = {}) {
     if (!options.registration_code.empty())
         update_registration_table(options, surroundings);
     const auto &asked =
         options.registration_code.empty() ? options.broker_host : options.registration_code;
     kavro_broker::type_finder finder;
     const Interruption::Watch watch(surroundings.interruption, [&finder] { finder.cancel(); });
+    const auto deadline = in_time(time, [&finder] { finder.cancel(); });
     const auto found = wait_for("Waiting for somebody to answer", surroundings, [&] {
         return finder.find_type_extended(asked, options.broker_port);
     });
@@ -64,11 +83,11 @@ void run(const Options &options, const Surroundings &surroundings) {
 
 } // namespace
 
-uint32_t find_kind(const Options &options, const Surroundings &surroundings) {
+uint32_t find_kind(const Options &options, const Surroundings &surroundings,
+                   std::chrono::milliseconds time) {
     uint32_t type = 0;
-    const auto failure = failure_of([&] { type = find(options, surroundings).kind->type; });
-    if (failure && failure->status == ExitStatus::cancelled)
-        throw *failure;
+    failure_of([&] { type = find(options, surroundings, time).kind->type; });
+    surroundings.interruption.check();
     return type;
 }
 
