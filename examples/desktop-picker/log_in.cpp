@@ -13,7 +13,7 @@ struct Step {
 
 namespace {
 
-constexpr std::uint32_t trust = UINT32_MAX; // is none of the broker's, and comes before those
+constexpr std::uint32_t trust = UINT32_MAX; // no method of a broker's: it comes before them all
 
 kavro_broker::dialog_field hidden(const char *name, const char *label) {
     return {name, label, "", false, true};

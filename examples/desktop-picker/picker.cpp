@@ -13,6 +13,7 @@ Picker::Picker(const std::string &address, ShowDesktop show_desktop)
       address_(address),
       show_desktop_(std::move(show_desktop)) {
     setWindowTitle("Desktops");
+    resize(640, 300);
     message_->setMargin(8);
     setMenuWidget(message_);
     statusBar()->addPermanentWidget(back_);

@@ -12,8 +12,6 @@ QLineEdit *edit_for(const kavro_broker::dialog_field &field) {
     auto *edit = new QLineEdit(field.value.c_str());
     edit->setObjectName(field.name.c_str());
     edit->setAccessibleName(field.label.c_str());
-    if (field.text_type == KAVRO_BROKER_TEXT_TYPE_NUMBER)
-        edit->setInputMethodHints(Qt::ImhDigitsOnly);
     if (field.hidden)
         edit->setEchoMode(QLineEdit::Password);
     return edit;

@@ -113,7 +113,7 @@ private slots:
         picker_->show();
         QVERIFY(QTest::qWaitForWindowActive(picker_.get()));
         for (const auto &step : QString(steps).split('|'))
-            if (!QTest::qWaitFor([&] { return follow(step); }))
+            if (!QTest::qWaitFor([&] { return follow(step); }, 20000))
                 QFAIL(qPrintable(step + " in: " + shown()));
 
         const QDeadlineTimer limit(2000);
