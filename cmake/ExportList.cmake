@@ -7,6 +7,15 @@ function(export_only target list)
     set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.def)
     file(CONFIGURE OUTPUT ${script} @ONLY CONTENT "LIBRARY ${target}\nEXPORTS\n  @exports@\n")
     target_sources(${target} PRIVATE ${script})
+    if(MINGW)
+      # The linker's own is for MinGW; this one is for Visual Studio. Debuggers look for what was taken
+      # out of the library in the file beside it.
+      set(file $<TARGET_FILE:${target}>)
+      add_custom_command(TARGET ${target} POST_BUILD
+        COMMAND ${CMAKE_DLLTOOL} -m i386:x86-64 -d ${script} -l ${target}.lib
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+        COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=${file}.debug ${file} VERBATIM)
+    endif()
     return()
   endif()
   list(JOIN names ";\n    " globals)
@@ -14,9 +23,8 @@ function(export_only target list)
   file(CONFIGURE OUTPUT ${script} @ONLY
        CONTENT "KAVRO_BROKER_1 {\n  global:\n    @globals@;\n  local:\n    *;\n};\n")
   # A look-up that the system never answers may outlive its handle: the code that its thread returns
-  # to must stay loaded, hence nodelete. A function that is bound at its first call would have the
-  # registers saved on the stack, with whatever secret was copied through them, hence now.
+  # to must stay loaded, hence nodelete.
   target_link_options(${target} PRIVATE
-    LINKER:--version-script=${script} LINKER:-z,nodelete LINKER:-z,now LINKER:-z,defs)
+    LINKER:--version-script=${script} LINKER:-z,nodelete LINKER:-z,defs)
   set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
 endfunction()

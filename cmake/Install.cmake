@@ -1,5 +1,5 @@
-# What is installed, in the components that also become packages (see Packages.cmake): the library, what it
-# takes to build against it, the Python package, and the two programs.
+# What is installed, in components: the library, what it takes to build against it, the documentation, the
+# Python package, and the two programs.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -18,22 +18,34 @@ set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 write_basic_package_version_file(broker_client-config-version.cmake COMPATIBILITY SameMajorVersion)
 file(RELATIVE_PATH prefix_from_here /${pkgconfig} /)
 string(REGEX REPLACE "/$" "" prefix_from_here ${prefix_from_here})
+set(private_libraries "-lssl -lcrypto -lz -licui18n -licuuc -licudata -lstdc++ -lm -lpthread -ldl")
+if(WIN32)
+  set(private_libraries "-lssl -lcrypto -lz -lstdc++ -lbcrypt -lcrypt32 -liphlpapi -lmswsock -lsecur32 -lwinhttp -lws2_32")
+endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/broker_client.pc.in broker_client.pc @ONLY)
 
 install(FILES ${library}/kavro_broker.h ${library}/kavro_broker_extras.h ${library}/kavro_broker.hpp
               ${library}/kavro_broker_records.hpp ${library}/kavro_broker_async.hpp
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-install(EXPORT broker_client FILE broker_client-config.cmake NAMESPACE broker_client::
+install(EXPORT broker_client FILE broker_client-shared.cmake NAMESPACE broker_client::
         DESTINATION ${package} COMPONENT development)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client-config-version.cmake
+install(FILES ${CMAKE_CURRENT_LIST_DIR}/broker_client-config.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/broker_client-config-version.cmake
         DESTINATION ${package} COMPONENT development)
+if(KAVRO_BUILD_STATIC)
+  install(TARGETS broker_client_static EXPORT broker_client_static
+          ARCHIVE COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(EXPORT broker_client_static FILE broker_client-static.cmake NAMESPACE broker_client::
+          DESTINATION ${package} COMPONENT development)
+endif()
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/broker_client.pc
         DESTINATION ${pkgconfig} COMPONENT development)
-file(GLOB pages CONFIGURE_DEPENDS ${docs}/*.md)
-list(FILTER pages EXCLUDE REGEX "/(README|architecture|command-line|fuzzing|performance|simulator).md$")
-install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
+# All pages, because they lead to each other. What is beside their folder in the sources is among them here.
+file(GLOB pages CONFIGURE_DEPENDS ${docs}/*.md ${docs}/*.png ${docs}/*.svg)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
-        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development PATTERN __pycache__ EXCLUDE)
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation PATTERN __pycache__ EXCLUDE)
 
 # Where Debian's Python looks; others take the wheel.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/kavro_broker DESTINATION lib/python3/dist-packages
@@ -45,8 +57,6 @@ if(KAVRO_BUILD_TOOLS)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/tools/broker-sim/scenarios
           DESTINATION ${CMAKE_INSTALL_DATADIR}/kavro-broker COMPONENT tools)
   set_target_properties(kavro-broker PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-  install(FILES ${docs}/command-line.md ${docs}/simulator.md
-          DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
   if(NOT CMAKE_CROSSCOMPILING)
     set(manual ${PROJECT_BINARY_DIR}/tools/manual)
     install(FILES ${manual}/kavro-broker.1 ${manual}/kavro-broker-sim.1
@@ -62,16 +72,7 @@ if(KAVRO_BUILD_TOOLS)
   endif()
 endif()
 
-# Debian's packages have the licence in a place of their own; everything else that is packed has it here.
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)
-foreach(package IN ITEMS library:libbroker-client${PROJECT_VERSION_MAJOR} development:libbroker-client-dev
-                         python:python3-kavro-broker tools:broker-client-tools)
-  string(REPLACE ":" ";" package ${package})
-  list(GET package 0 component)
-  list(GET package 1 name)
-  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${name}
-          RENAME copyright COMPONENT ${component} EXCLUDE_FROM_ALL)
-endforeach()
 
 if(WIN32)
   # What is linked into the library and the programs, in the words of those who made it.
@@ -81,8 +82,12 @@ if(WIN32)
             RENAME ${library}.txt COMPONENT licence)
   endforeach()
 
-  # Other linkers make an import library of their own from the list of names.
-  install(FILES $<TARGET_PROPERTY:broker_client,BINARY_DIR>/broker_client.def
-          DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  # Other linkers use an import library of their own, or make one from the list of names.
+  set(built $<TARGET_PROPERTY:broker_client,BINARY_DIR>)
+  install(FILES ${built}/broker_client.def DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+  if(MINGW)
+    install(FILES ${built}/broker_client.lib DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+    install(FILES ${built}/broker_client.dll.debug DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT development)
+  endif()
   install(FILES ${docs}/windows.md DESTINATION . COMPONENT development)
 endif()

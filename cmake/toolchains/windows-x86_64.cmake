@@ -13,5 +13,8 @@ foreach(kind LIBRARY INCLUDE PACKAGE)
   set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
 endforeach()
 
+# What Debian has no libraries of for this system.
+set(CMAKE_PROJECT_broker_client_INCLUDE ${CMAKE_CURRENT_LIST_DIR}/debian_libraries.cmake)
+
 set(CMAKE_CROSSCOMPILING_EMULATOR
   ${CMAKE_CURRENT_LIST_DIR}/../../tools/windows/wine.sh ${CMAKE_BINARY_DIR})

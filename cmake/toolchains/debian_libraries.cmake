@@ -1,4 +1,4 @@
-# The same libraries where the system built for is not the one built on: Debian's headers do for the
+# The libraries of Debian's native packages for a system that it has none for: their headers do for the
 # header-only ones, the others come as static libraries or are built here.
 
 # Not the folder of all headers: those of the building machine's own system must stay out of sight.

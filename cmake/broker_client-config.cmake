@@ -1,0 +1,17 @@
+# broker_client::broker_client is the shared library. Who asks for the component "static" has
+# broker_client::broker_client_static, too, and needs the libraries that it stands on.
+include(${CMAKE_CURRENT_LIST_DIR}/broker_client-shared.cmake)
+if("static" IN_LIST broker_client_FIND_COMPONENTS)
+  include(CMakeFindDependencyMacro)
+  find_dependency(OpenSSL)
+  find_dependency(Threads)
+  find_dependency(ZLIB)
+  if(NOT WIN32)
+    find_dependency(ICU COMPONENTS i18n uc)
+  endif()
+  include(${CMAKE_CURRENT_LIST_DIR}/broker_client-static.cmake OPTIONAL RESULT_VARIABLE static_targets)
+  if(NOT static_targets)
+    set(broker_client_FOUND FALSE)
+    set(broker_client_NOT_FOUND_MESSAGE "broker_client was installed without its static library")
+  endif()
+endif()
