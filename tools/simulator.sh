@@ -8,13 +8,26 @@ unset https_proxy HTTPS_PROXY no_proxy NO_PROXY
 # authority.
 start_simulator() {
   folder=${folder:-$(mktemp -d)}
-  rm -f "$folder/ready"
-  mkfifo "$folder/ready"
-  "$@" --ca-file "$folder/ca.pem" >"$folder/ready" &
-  simulator=$!
   trap 'kill "$simulator" 2>/dev/null || true; rm -rf "$folder"' EXIT
-  read -r ready <"$folder/ready"
+  await_simulator "$folder/ready" "$@" --ca-file "$folder/ca.pem"
+}
+
+# await_simulator PIPE PROGRAM [OPTIONS]: starts one in the background, and goes on when it listens.
+await_simulator() {
+  rm -f "$1"
+  mkfifo "$1"
+  "${@:2}" >"$1" &
+  simulator=$!
+  read -r ready <"$1"
   port=$(port_of port)
+}
+
+# For the commands of a page: what listens there does so in the background.
+kavro-broker-sim() {
+  case $1 in
+  --check | --print-demo) command kavro-broker-sim "$@" ;;
+  *) await_simulator ready command kavro-broker-sim "$@" && echo "$ready" ;;
+  esac
 }
 
 # port_of NAME: where one of the simulator's servers listens.

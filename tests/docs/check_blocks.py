@@ -24,17 +24,9 @@ INCLUDES = {"c": ("kavro_broker_extras.h", "stdio.h", "stdlib.h", "string.h"),
             "cpp": ("kavro_broker.hpp", "broker_sim.h", "status_server.h", "iostream", "thread")}
 
 # What a console knows: a simulator is started in the background, and known by its port from then on.
-CONSOLE = r"""
+CONSOLE = rf"""
+. "{ROOT}/tools/simulator.sh"
 mkdir console && cd console && cp ../ca.pem ../password.txt . && export SSL_CERT_FILE=ca.pem
-kavro-broker-sim() {
-  [[ $1 != --check ]] || { command kavro-broker-sim "$@"; return; }
-  mkfifo ready
-  command kavro-broker-sim "$@" >ready &
-  read -r line <ready
-  rm ready
-  port=$(grep -oE '"port":[0-9]+' <<<"$line" | grep -oE '[0-9]+')
-  echo "$line"
-}
 trap 'kill $(jobs -p) 2>/dev/null' EXIT
 exec 2>&1 </dev/null
 """
@@ -125,9 +117,9 @@ def console_problems(shown, folder, port):
         for entry in re.split(r"^\$ ", block.text, flags=re.M)[1:]:
             command, *lines = re.fullmatch(r"((?:.*\\\n)*.*)\n?([\s\S]*)", entry).groups()
             expectations.append((block, command, "".join(lines)))
-            command = re.sub(rf"127\.0\.0\.1:{PORT_OF_THE_PAGES}|broker\.example", "127.0.0.1:$port", command)
             if command.startswith("kavro-broker-sim"):
                 command = command.replace(f"--port {PORT_OF_THE_PAGES}", "--port 0").removesuffix(" &")
+            command = command.replace("broker.example", "127.0.0.1:$port").replace(PORT_OF_THE_PAGES, "$port")
             script += [command, r'status=$?; [ $status = 0 ] || echo "(exit status $status)"; printf "\036"']
     output, _ = run(["bash", "-c", "\n".join(script)], folder, port)
     outputs = output.split("\036")[:-1]
