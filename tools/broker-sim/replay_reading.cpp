@@ -62,12 +62,15 @@ Seen seen_in_line(const json &line) {
 std::vector<Seen> read_lines(std::istream &file) {
     std::vector<Seen> all;
     recording::ExchangeLog log;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
+        if (line.ends_with('\r')) // a log may have been written on Windows
+            line.pop_back();
         if (const json object = json::parse(line, nullptr, false);
             object.is_object() && object.contains("received"))
             all.push_back(seen_in_line(object));
         else
             log.add(line);
+    }
     for (recording::Exchange &exchange : log.take())
         all.push_back(seen_in_log(std::move(exchange)));
     std::erase_if(all, &Seen::given_up);
