@@ -74,7 +74,8 @@ stop
 play "$1" --replay "$folder/stopped" 2>"$folder/astray"
 expect 1 "$folder cannot be written" list "${broker[@]}" --record "$folder"
 expect 0 '' certificates "${broker[@]}"
-grep -q 'it sends bye, and get-resource-list is expected' "$folder/astray"
+[[ $client == */run/* ]] || # where a signal ends the client at once, after whatever it recorded
+  grep -q 'it sends bye, and get-resource-list is expected' "$folder/astray"
 for foreign in "$folder/ca.pem" "$folder/nothing"; do
   ! "$1" --replay "$foreign" 2>"$folder/said" && grep -q "$foreign" "$folder/said"
 done
