@@ -71,7 +71,7 @@ def check(start, folder):
     shell = start("shell")
     for shown, typed in ((prompt, PASSWORD + "\n"), ("kavro-broker> ", "half a comm"), ("> half a comm", "\x03"),
                          ("^C\r\nkavro-broker> ", "list\n"), (" to list the desktops", "\x03"),
-                         ("Cancelled.", "help\n"), ("COMMAND --help", "\x04")):
+                         ("Cancelled.", "help\n"), ("of one\r\nkavro-broker> ", "\x04")):
         shell.type(shown, typed)
     shell.expect_exit(130)
 
